@@ -1,0 +1,45 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/Export.h"
+
+namespace platform {
+
+struct HTTPRequest {
+  std::string url;
+  std::string method;
+  /// Sent as they stand, in order, beside what the HTTP layer itself needs.
+  std::vector<std::pair<std::string, std::string>> headers;
+  std::string body;
+};
+
+struct HTTPResponse {
+  int statusCode = 0;
+};
+
+/// Sends requests to the web service over HTTPS.
+///
+/// `execute` is called on any thread, several at once: a request for each beacon that is new, so
+/// tens in a burst. It returns at once and takes over what it is given.
+class BRIVANE_EXPORT HTTPClient {
+ public:
+  /// The response and the body of the reply; both absent when the transport failed, whatever the
+  /// reason. The status code decides nothing: a body that came with status 500 is a body.
+  using Completion =
+      std::function<void(std::optional<HTTPResponse> response, std::optional<std::string> body)>;
+
+  virtual ~HTTPClient() = default;
+
+  /// Sends `request`. `completion` is called exactly once, also on failure and at shutdown, never
+  /// from inside this call, and on one serial thread that moves no bytes: a completion that blocks
+  /// delays later completions, never a transfer. An exception that leaves a completion ends there;
+  /// the next one is served.
+  virtual void execute(HTTPRequest request, Completion completion) = 0;
+};
+
+}  // namespace platform

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "platform/Export.h"
+
+namespace platform {
+
+/// One immutable JSON value. A copy shares what it holds, so copies are cheap and any number of
+/// threads may read one value. The accessors of a kind throw std::bad_variant_access when the value
+/// is of another kind.
+class BRIVANE_EXPORT JSONValue {
+ public:
+  enum class Kind { kNull, kBoolean, kInteger, kReal, kText, kList, kObject };
+  using Member = std::pair<std::string, JSONValue>;
+  using List = std::vector<JSONValue>;
+  /// Members in their written order. Of two members with one key the first counts.
+  using Object = std::vector<Member>;
+
+  /// JSON null.
+  JSONValue() = default;
+  JSONValue(bool value) : value_(value) {}
+  JSONValue(int value) : value_(std::int64_t{value}) {}
+  JSONValue(std::int64_t value) : value_(value) {}
+  JSONValue(double value) : value_(value) {}
+  /// UTF-8 text.
+  JSONValue(std::string value);
+  JSONValue(const char* value) : JSONValue(std::string(value)) {}
+  JSONValue(List elements);
+  JSONValue(Object members);
+
+  Kind kind() const { return static_cast<Kind>(value_.index()); }
+  bool isNull() const { return kind() == Kind::kNull; }
+
+  bool boolean() const { return std::get<bool>(value_); }
+  std::int64_t integer() const { return std::get<std::int64_t>(value_); }
+  double real() const { return std::get<double>(value_); }
+  /// Valid as long as this value or a copy of it lives; so are the two below.
+  const std::string& text() const { return *std::get<SharedText>(value_); }
+  std::span<const JSONValue> list() const { return *std::get<SharedList>(value_); }
+  std::span<const Member> members() const { return *std::get<SharedObject>(value_); }
+
+  /// The value under `key` of an object, or null (no pointer) when the object has no such key.
+  const JSONValue* find(std::string_view key) const;
+
+  /// Equal kinds with equal contents; members count in order, and 1 is not 1.0.
+  friend BRIVANE_EXPORT bool operator==(const JSONValue& a, const JSONValue& b);
+
+ private:
+  using SharedText = std::shared_ptr<const std::string>;
+  using SharedList = std::shared_ptr<const List>;
+  using SharedObject = std::shared_ptr<const Object>;
+
+  // The order is that of Kind.
+  std::variant<std::monostate, bool, std::int64_t, double, SharedText, SharedList, SharedObject>
+      value_;
+};
+
+}  // namespace platform

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/Export.h"
+#include "platform/HTTPClient.h"
+#include "platform/JSON.h"
+#include "platform/Location.h"
+#include "platform/Log.h"
+#include "platform/Preferences.h"
+#include "platform/PropertyList.h"
+
+namespace platform {
+
+/// Everything through which the library reaches the outside. All but `log` are needed.
+struct Services {
+  std::shared_ptr<HTTPClient> http;
+  std::shared_ptr<JSON> json;
+  std::shared_ptr<Preferences> preferences;
+  std::shared_ptr<PropertyList> propertyList;
+  std::shared_ptr<LocationService> location;
+  /// Null when nobody reads the log.
+  std::shared_ptr<Log> log;
+};
+
+/// Gives the library its services for the life of the process: call it once, before the first
+/// manager is created. They are never released, so that a callback that comes while the process
+/// ends still finds them. Throws std::logic_error when a service is missing or some are installed
+/// already.
+BRIVANE_EXPORT void install(Services services);
+
+/// The installed services. Any thread. Throws std::logic_error when none are.
+BRIVANE_EXPORT const Services& services();
+
+}  // namespace platform

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/Export.h"
+
+namespace platform {
+
+/// A 128-bit universally unique identifier: the proximity UUID of a beacon, or an installation's
+/// identity. A value: copy and compare freely, on any thread.
+class BRIVANE_EXPORT UUID {
+ public:
+  using Bytes = std::array<std::uint8_t, 16>;
+
+  /// The nil UUID, all zeros.
+  UUID() = default;
+  explicit UUID(const Bytes& bytes) : bytes_(bytes) {}
+
+  /// Reads the 36-character form 8-4-4-4-12, hexadecimal digits of either case; absent for any
+  /// other text.
+  static std::optional<UUID> initWithUUIDString(std::string_view text);
+
+  /// A new random (version 4) UUID from the system's random source.
+  static UUID random();
+
+  /// The canonical form: 36 characters, upper-case.
+  std::string UUIDString() const;
+
+  const Bytes& bytes() const { return bytes_; }
+
+  friend bool operator==(const UUID&, const UUID&) = default;
+  friend auto operator<=>(const UUID&, const UUID&) = default;
+
+ private:
+  Bytes bytes_{};
+};
+
+}  // namespace platform
