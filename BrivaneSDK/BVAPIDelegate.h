@@ -1,0 +1,27 @@
+#pragma once
+
+#include <memory>
+
+#include "BrivaneSDK/BVAPILogin.h"
+#include "BrivaneSDK/BVAPINearest.h"
+#include "BrivaneSDK/BVAPIPayload.h"
+#include "BrivaneSDK/BVAPIResolve.h"
+#include "BrivaneSDK/BVAPIResolveRequest.h"
+#include "BrivaneSDK/BVAPISync.h"
+#include "platform/Export.h"
+
+/// What a service client reports: one call for each reply that could be read, none for the others.
+/// Called on the HTTP client's callback thread. Records are never null.
+class BRIVANE_EXPORT BVAPIDelegate {
+ public:
+  virtual ~BVAPIDelegate() = default;
+
+  virtual void receivedLogin(const std::shared_ptr<const BVAPILogin>& login) = 0;
+  virtual void receivedSync(const std::shared_ptr<const BVAPISync>& sync) = 0;
+  /// `request` names the beacon that the reply answers; null when it answers a position.
+  virtual void receivedResolve_forRequest(
+      const std::shared_ptr<const BVAPIResolve>& resolve,
+      const std::shared_ptr<const BVAPIResolveRequest>& request) = 0;
+  virtual void receivedPayload(const std::shared_ptr<const BVAPIPayload>& payload) = 0;
+  virtual void receivedNearest(const std::shared_ptr<const BVAPINearest>& nearest) = 0;
+};

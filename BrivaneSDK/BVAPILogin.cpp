@@ -1,0 +1,31 @@
+#include "BrivaneSDK/BVAPILogin.h"
+
+#include "BrivaneSDK/ReplyReading.h"
+
+namespace {
+
+using Clock = std::chrono::system_clock;
+
+/// `seconds` from now, no further than the clock goes either way. `now` is after 1970, so what the
+/// clock can count is always room enough on the way back.
+Clock::time_point fromNow(std::int64_t seconds) {
+  const Clock::time_point now = Clock::now();
+  const std::chrono::duration<double> asked(static_cast<double>(seconds));
+  if (asked >= Clock::time_point::max() - now) return Clock::time_point::max();
+  if (asked <= Clock::duration::min()) return Clock::time_point::min();
+  return now + std::chrono::seconds(seconds);
+}
+
+}  // namespace
+
+std::shared_ptr<const BVAPILogin> BVAPILogin::parse(const std::optional<std::string>& body) {
+  const auto reply = readReply(body);
+  if (!reply) return nullptr;
+  auto record = std::make_shared<BVAPILogin>();
+  record->setAccess_token(textReading(valueForKey(&*reply, "access_token")));
+  record->setScope(textReading(valueForKey(&*reply, "scope")));
+  record->setToken_type(textReading(valueForKey(&*reply, "token_type")));
+  record->setExpires_in(integerReading(valueForKey(&*reply, "expires_in")));
+  record->setExpires_date(fromNow(record->expires_in()));
+  return record;
+}

@@ -1,0 +1,8 @@
+#include "BrivaneSDK/BVException.h"
+
+#include <utility>
+
+BVException::BVException(std::string name, const std::string& reason)
+    : std::runtime_error(reason), name_(std::move(name)) {}
+
+BVException::~BVException() = default;

@@ -1,0 +1,3 @@
+#include "BrivaneSDK/BVInvalidReply.h"
+
+BVInvalidReply::~BVInvalidReply() = default;

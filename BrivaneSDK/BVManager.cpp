@@ -1,0 +1,348 @@
+#include "BrivaneSDK/BVManager.h"
+
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+#include "BrivaneSDK/BVAPI.h"
+#include "BrivaneSDK/BVException.h"
+#include "BrivaneSDK/BVNetwork.h"
+#include "BrivaneSDK/BVUtil.h"
+#include "BrivaneSDK/DateText.h"
+#include "BrivaneSDK/DetectionState.h"
+#include "BrivaneSDK/LogLine.h"
+#include "platform/PropertyList.h"
+#include "platform/Services.h"
+#include "platform/UUID.h"
+
+namespace {
+
+constexpr std::int32_t kUnsetIdentifier = 65535;
+constexpr std::int64_t kUnknownBattery = -1;
+constexpr double kMetresBetweenPositions = 20.0;
+
+std::optional<std::string> fromPropertyList(std::string_view key) {
+  return platform::services().propertyList->objectForInfoDictionaryKey(key);
+}
+
+bool isAbsentOrEmpty(const std::optional<std::string>& text) { return !text || text->empty(); }
+
+bool isAuthorizedAlways() {
+  return platform::services().location->authorizationStatus() ==
+         platform::kCLAuthorizationStatusAuthorizedAlways;
+}
+
+std::shared_ptr<platform::CLBeaconRegion> makeRegion() {
+  const auto uuid = platform::UUID::initWithUUIDString(BVNetwork::proximityUUID());
+  auto region =
+      platform::CLBeaconRegion::initWithProximityUUID_identifier(uuid.value(), "BrivaneNetwork");
+  region->setNotifyOnEntry(true);
+  region->setNotifyOnExit(true);
+  region->setNotifyEntryStateOnDisplay(true);
+  return region;
+}
+
+/// The service client, when its session is ready; null, with a log line, when it is not.
+std::shared_ptr<BVAPI> readyAPI() {
+  auto api = detectionState().api.get();
+  if (api->isReady()) return api;
+  logLine("BV API not ready or initialized properly");
+  return nullptr;
+}
+
+}  // namespace
+
+// Set-up
+
+std::shared_ptr<BVManager> BVManager::initWithDelegate(
+    std::shared_ptr<BVManagerDelegate> delegate) {
+  const auto key = fromPropertyList("BrivaneAPIKey");
+  const auto secret = fromPropertyList("BrivaneAPISecret");
+  if (isAbsentOrEmpty(key) || isAbsentOrEmpty(secret)) {
+    throw BVException("BVAPICredentialsNotFound",
+                      "Not found Brivane SDK/API Credentials in Main bundle (check Info.plist)");
+  }
+  return initWithDelegate_andAPIKey_andAPISecret(std::move(delegate), *key, *secret);
+}
+
+std::shared_ptr<BVManager> BVManager::initWithDelegate_andAPIKey_andAPISecret(
+    std::shared_ptr<BVManagerDelegate> delegate, const std::string& key,
+    const std::string& secret) {
+  logLine("Init with delegate!");
+  if (isAbsentOrEmpty(fromPropertyList("NSLocationAlwaysUsageDescription"))) {
+    throw BVException("BVCoreLocationAuthError",
+                      "Not NSLocationAlwaysUsageDescription found (check Info.plist)");
+  }
+  std::shared_ptr<BVManager> manager(new BVManager(std::move(delegate)));
+  const auto api = BVAPI::init();
+  detectionState().api.set(api);
+  api->setDelegate(manager);
+  logLine("API Key: ", key, " - API Secret: ", secret);
+  api->loginWithAPIKey_andSecret(key, secret);
+  manager->createLocationManager();
+  detectionState().cache.clear();
+  return manager;
+}
+
+BVManager::BVManager(std::shared_ptr<BVManagerDelegate> delegate) {
+  delegate_.set(std::move(delegate));
+}
+
+void BVManager::createLocationManager() {
+  const auto locationManager = platform::services().location->createManager();
+  setLocationManager(locationManager);
+  locationManager->setDelegate(weak_from_this());
+  if (locationManager->offersRequestAlwaysAuthorization()) {
+    logLine("Requesting always auth");
+    locationManager->requestAlwaysAuthorization();
+  }
+}
+
+void BVManager::setLocationManager(std::shared_ptr<platform::CLLocationManager> locationManager) {
+  if (!locationManager) throw std::invalid_argument("a BVManager needs a location manager");
+  locationManager_.set(std::move(locationManager));
+}
+
+void BVManager::receivedLogin(const std::shared_ptr<const BVAPILogin>& login) {
+  logLine("Received login callback!!!");
+  logLine("-> Token: ", login->access_token());
+  logLine("-> Scope: ", login->scope());
+  logLine("-> Expires in: ", login->expires_in());
+  logLine("-> Expires date: ", dateText(login->expires_date()));
+  logLine("-> Type: ", login->token_type());
+  // The client in use, which a second manager may have replaced since this login was sent.
+  detectionState().api.get()->sync();
+}
+
+void BVManager::receivedSync(const std::shared_ptr<const BVAPISync>& sync) {
+  logLine("Received sync callback!!!");
+  logLine("-> Status: ", std::int64_t{sync->status()});
+  logLine("-> Offline: ", std::int64_t{sync->offline()});
+  logLine("-> Internal: ", std::int64_t{sync->internal()});
+  logLine("-> Public key: ", sync->pubkey());
+  // A sync counts whatever its status says.
+  detectionState().isSync = true;
+  const auto delegate = this->delegate();
+  if (!delegate || !isAuthorizedAlways()) return;
+  detectionState().isReady = true;
+  delegate->didIsReady();
+}
+
+// Detection
+
+bool BVManager::startDetection() {
+  logLine("Start detection");
+  if (!readyAPI()) return false;
+  if (!isAuthorizedAlways()) {
+    logLine("BV location not authorized");
+    return false;
+  }
+  DetectionState& state = detectionState();
+  state.cache.clear();
+  const auto region = getRegion();
+  logLine("Region: ", region->proximityUUID().UUIDString());
+  const auto locationManager = this->locationManager();
+  locationManager->startMonitoringForRegion(region);
+  locationManager->requestStateForRegion(region);
+  state.isRunning = true;
+  if (enabledGPS()) startUpdatingLocation();
+  return true;
+}
+
+void BVManager::startUpdatingLocation() {
+  if (!platform::services().location->locationServicesEnabled()) {
+    // Beacons are still detected, so the host is told but the start stands.
+    if (const auto delegate = this->delegate()) delegate->didErrorFound(BVError::newError(1));
+    return;
+  }
+  const auto locationManager = this->locationManager();
+  locationManager->setDesiredAccuracy(platform::kCLLocationAccuracyNearestTenMeters);
+  locationManager->setDistanceFilter(kMetresBetweenPositions);
+  locationManager->startUpdatingLocation();
+  detectionState().isRunningGPS = true;
+}
+
+bool BVManager::stopDetection() {
+  logLine("Stop detection");
+  DetectionState& state = detectionState();
+  const auto locationManager = this->locationManager();
+  const auto region = getRegion();
+  locationManager->stopMonitoringForRegion(*region);
+  if (state.isRanging) {
+    locationManager->stopRangingBeaconsInRegion(*region);
+    state.isRanging = false;
+  }
+  state.isRunning = false;
+  if (state.isRunningGPS) {
+    locationManager->stopUpdatingLocation();
+    state.isRunningGPS = false;
+  }
+  return true;
+}
+
+bool BVManager::isScanning() const { return detectionState().isRunning; }
+
+std::shared_ptr<platform::CLBeaconRegion> BVManager::getRegion() const {
+  static const auto& only = *new auto(makeRegion());  // kept for the life of the process
+  return only;
+}
+
+void BVManager::locationManager_didDetermineState_forRegion(
+    platform::CLLocationManager& /*manager*/, std::int64_t state,
+    const platform::CLBeaconRegion& /*region*/) {
+  logLine("DETERMINATE STATE!");
+  switch (state) {
+    case platform::kCLRegionStateInside:
+      logLine("INSIDE");
+      detectionState().isRanging = true;
+      locationManager()->startRangingBeaconsInRegion(getRegion());
+      break;
+    case platform::kCLRegionStateOutside:
+      locationManager()->stopRangingBeaconsInRegion(*getRegion());
+      detectionState().isRanging = false;
+      logLine("OUTSIDE");
+      break;
+    case platform::kCLRegionStateUnknown:
+      logLine("UNKNOWN");
+      break;
+    default:
+      break;
+  }
+}
+
+void BVManager::locationManager_didChangeAuthorizationStatus(
+    platform::CLLocationManager& /*manager*/, std::int32_t /*status*/) {
+  logLine("AUTHORIZATION!");
+  if (!platform::services().location->locationServicesEnabled()) {
+    logLine("Couldn't turn on ranging: Location services are not enabled.");
+    return;
+  }
+  if (!isAuthorizedAlways()) {
+    logLine("Couldn't turn on monitoring: Location services not authorised.");
+    return;
+  }
+  DetectionState& state = detectionState();
+  if (state.isReady || !state.isSync) return;
+  const auto delegate = this->delegate();
+  if (!delegate) return;
+  logLine("Auth ok");
+  state.isReady = true;
+  delegate->didIsReady();
+}
+
+void BVManager::locationManager_didEnterRegion(platform::CLLocationManager& /*manager*/,
+                                               const platform::CLBeaconRegion& /*region*/) {
+  logLine("REGION IN!");
+}
+
+void BVManager::locationManager_didExitRegion(platform::CLLocationManager& /*manager*/,
+                                              const platform::CLBeaconRegion& /*region*/) {
+  logLine("REGION OUT!");
+}
+
+// The texts of the next two stand crossed over; whoever reads the logs knows them so.
+
+void BVManager::locationManager_didFailWithError(platform::CLLocationManager& /*manager*/,
+                                                 const std::string& error) {
+  logLine("Failed monitoring region: ", error);
+}
+
+void BVManager::locationManager_monitoringDidFailForRegion_withError(
+    platform::CLLocationManager& /*manager*/, const platform::CLBeaconRegion& /*region*/,
+    const std::string& error) {
+  logLine("Location manager failed: ", error);
+}
+
+void BVManager::locationManager_rangingBeaconsDidFailForRegion_withError(
+    platform::CLLocationManager& /*manager*/, const platform::CLBeaconRegion& /*region*/,
+    const std::string& error) {
+  logLine("Ranging beacons failed: ", error);
+}
+
+// Beacons
+
+void BVManager::locationManager_didRangeBeacons_inRegion(
+    platform::CLLocationManager& /*manager*/, const std::vector<platform::CLBeacon>& beacons,
+    const platform::CLBeaconRegion& /*region*/) {
+  logLine("Ranging beacons ok");
+  for (const platform::CLBeacon& beacon : beacons) rangeBeacon(beacon);
+}
+
+void BVManager::rangeBeacon(const platform::CLBeacon& beacon) {
+  logLine("-> Major: ", std::int64_t{beacon.major}, " - Minor: ", std::int64_t{beacon.minor});
+  // Either one alone passes here; the client stops such a beacon, which has then used up a try.
+  if (beacon.major == kUnsetIdentifier && beacon.minor == kUnsetIdentifier) return;
+  if (!detectionState().isSync) return;
+  const std::string uuid = beacon.proximityUUID.UUIDString();
+  const std::string key = BVUtil::getHash_andMajor_andMinor(uuid, beacon.major, beacon.minor);
+  if (const auto record = detectionState().cache.find(key)) {
+    logLine("Cache hit");
+    receivedResolve_forRequest(record, nullptr);
+  } else {
+    logLine("Cache miss, goes to API");
+    askForBeacon(key, uuid, beacon);
+  }
+}
+
+void BVManager::askForBeacon(const std::string& key, const std::string& uuid,
+                             const platform::CLBeacon& beacon) {
+  if (!detectionState().cache.countTry(key)) {
+    logLine("Max num tries achivied");
+    return;
+  }
+  detectionState().api.get()->resolve_withMajor_withMinor_withRSSI_withBattery(
+      uuid, beacon.major, beacon.minor, beacon.rssi, kUnknownBattery);
+}
+
+void BVManager::receivedResolve_forRequest(
+    const std::shared_ptr<const BVAPIResolve>& resolve,
+    const std::shared_ptr<const BVAPIResolveRequest>& request) {
+  logLine("Received resolve!!!");
+  // Cache hits and replies to positions come without a request and are not cached.
+  if (resolve && request) {
+    const std::string key = BVUtil::getHash_andMajor_andMinor(orNull(request->uuid()),
+                                                              request->major(), request->minor());
+    detectionState().cache.store(key, resolve);
+  }
+  if (const auto delegate = this->delegate()) delegate->didBVMatch(resolve);
+}
+
+// Positions, places and payloads
+
+void BVManager::locationManager_didUpdateLocations(
+    platform::CLLocationManager& /*manager*/, const std::vector<platform::CLLocation>& locations) {
+  if (locations.empty()) {
+    logLine("Location is null");
+    return;
+  }
+  if (!detectionState().isRunningGPS) {
+    logLine("Location update while not running");
+    return;
+  }
+  if (!detectionState().isReady) {
+    logLine("API not ready");
+    return;
+  }
+  const platform::CLLocation& newest = locations.back();
+  detectionState().api.get()->resolveWithLat_withLng_withAccuracy(
+      newest.coordinate.latitude, newest.coordinate.longitude, newest.horizontalAccuracy);
+}
+
+bool BVManager::getNearestAtLat_andLng_insideRadius(double lat, double lng, std::int64_t radius) {
+  const auto api = readyAPI();
+  if (api) api->getNearestForLat_withLng_insideRadius(lat, lng, radius);
+  return api != nullptr;
+}
+
+void BVManager::receivedNearest(const std::shared_ptr<const BVAPINearest>& nearest) {
+  const auto& places = nearest->beacons();
+  logLine("Received nearest: ", static_cast<std::int64_t>(places ? places->size() : 0));
+  if (const auto delegate = this->delegate()) delegate->didNearestWaybeacons(places);
+}
+
+bool BVManager::setPayload_forWaybeacon(const platform::JSONValue& /*payload*/,
+                                        const std::shared_ptr<const BVWaybeacon>& /*waybeacon*/) {
+  return readyAPI() != nullptr;
+}
+
+void BVManager::receivedPayload(const std::shared_ptr<const BVAPIPayload>& /*payload*/) {}

@@ -1,0 +1,6 @@
+#include "BrivaneSDK/DetectionState.h"
+
+DetectionState& detectionState() {
+  static auto& only = *new DetectionState;
+  return only;
+}

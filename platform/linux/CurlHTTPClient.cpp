@@ -1,0 +1,35 @@
+#include "platform/linux/CurlHTTPClient.h"
+
+#include <utility>
+
+#include "platform/linux/CurlTransfer.h"
+#include "platform/linux/CurlWorker.h"
+#include "platform/linux/SerialQueue.h"
+
+namespace platform {
+
+struct CurlHTTPClient::Parts {
+  explicit Parts(std::shared_ptr<Log> log)
+      : callbacks(std::move(log)),
+        worker([this](std::function<void()> task) { callbacks.post(std::move(task)); }) {}
+
+  SerialQueue callbacks;
+  CurlWorker worker;
+};
+
+CurlHTTPClient::CurlHTTPClient(Options options)
+    : options_(std::move(options)), parts_(std::make_unique<Parts>(options_.log)) {}
+
+CurlHTTPClient::~CurlHTTPClient() { shutdown(); }
+
+void CurlHTTPClient::execute(HTTPRequest request, Completion completion) {
+  parts_->worker.add(
+      std::make_unique<CurlTransfer>(std::move(request), std::move(completion), options_));
+}
+
+void CurlHTTPClient::shutdown() {
+  parts_->worker.stop();
+  parts_->callbacks.close();
+}
+
+}  // namespace platform

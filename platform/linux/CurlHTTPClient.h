@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+#include "platform/Export.h"
+#include "platform/HTTPClient.h"
+#include "platform/Log.h"
+
+namespace platform {
+
+/// HTTPS over libcurl: HTTP/2 where the service offers it, connections kept alive, at most six to
+/// one host, certificates always checked. A transfer fails when it brings no byte for 60 seconds.
+/// Redirects are followed to https alone; the Authorization header does not follow to another host.
+///
+/// Two threads: one moves bytes, one calls completions. `execute` and `shutdown` may be called on
+/// any thread.
+class BRIVANE_EXPORT CurlHTTPClient final : public HTTPClient {
+ public:
+  struct Options {
+    /// "HOST:PORT:OTHERHOST:OTHERPORT": connections for the first go to the second; the URL, the
+    /// name that the certificate must bear and all else stay those of the first. Empty for none.
+    std::string connectTo;
+    /// File of the certificates to trust, PEM; empty for the system's.
+    std::string caFile;
+    /// What is larger counts as a failure of the transport; after decompression.
+    std::size_t maxReplyBytes = std::size_t{16} << 20U;
+    /// Takes a line for each exception that left a completion. May be null.
+    std::shared_ptr<Log> log;
+  };
+
+  explicit CurlHTTPClient(Options options);
+  /// Shuts down. Safe inside a completion.
+  ~CurlHTTPClient() override;
+
+  /// A method other than POST, or a header with a line break in it, is a failure of the transport.
+  /// After shutdown the request is dropped and its completion is not called.
+  void execute(HTTPRequest request, Completion completion) override;
+
+  /// Cancels every request, and returns when each completion has been called: none is called later.
+  /// Inside a completion it calls the others itself. At the process's exit transfers are stopped
+  /// without it, and without calling completions.
+  void shutdown();
+
+ private:
+  struct Parts;
+
+  const Options options_;
+  const std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace platform

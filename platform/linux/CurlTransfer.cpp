@@ -1,0 +1,121 @@
+#include "platform/linux/CurlTransfer.h"
+
+#include <strings.h>
+
+#include <new>
+#include <string_view>
+#include <utility>
+
+namespace platform {
+namespace {
+
+constexpr long kSecondsToConnect = 60;
+/// A transfer that brings no byte for so long has failed.
+constexpr long kSecondsOfSilence = 60;
+constexpr long kMaxRedirects = 20;
+
+bool isName(const std::string& header, const char* name) {
+  return strcasecmp(header.c_str(), name) == 0;
+}
+
+bool hasLineBreak(std::string_view text) {
+  return text.find_first_of(std::string_view("\r\n\0", 3)) != std::string_view::npos;
+}
+
+}  // namespace
+
+CurlTransfer::CurlTransfer(HTTPRequest request, HTTPClient::Completion completion,
+                           const CurlHTTPClient::Options& options)
+    : request_(std::move(request)),
+      completion_(std::move(completion)),
+      options_(options),
+      handle_(curl_easy_init()) {
+  if (!handle_) {
+    valid_ = false;
+    return;
+  }
+  set(CURLOPT_PRIVATE, this);
+  set(CURLOPT_URL, request_.url.c_str());
+  set(CURLOPT_PATH_AS_IS, 1L);
+  set(CURLOPT_PROTOCOLS_STR, "https");
+  set(CURLOPT_POST, 1L);
+  set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request_.body.size()));
+  set(CURLOPT_POSTFIELDS, request_.body.c_str());
+  set(CURLOPT_ACCEPT_ENCODING, "");
+  set(CURLOPT_WRITEFUNCTION, &CurlTransfer::receive);
+  set(CURLOPT_WRITEDATA, this);
+  valid_ = valid_ && request_.method == "POST" && !hasLineBreak(request_.url) && addHeaders();
+
+  set(CURLOPT_FOLLOWLOCATION, 1L);
+  set(CURLOPT_MAXREDIRS, kMaxRedirects);
+  set(CURLOPT_REDIR_PROTOCOLS_STR, "https");
+
+  set(CURLOPT_SSL_VERIFYPEER, 1L);
+  set(CURLOPT_SSL_VERIFYHOST, 2L);
+  set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+  if (!options_.caFile.empty()) set(CURLOPT_CAINFO, options_.caFile.c_str());
+  if (!options_.connectTo.empty()) {
+    append(connectTo_, options_.connectTo);
+    set(CURLOPT_CONNECT_TO, connectTo_.get());
+  }
+
+  set(CURLOPT_NOSIGNAL, 1L);
+  set(CURLOPT_PIPEWAIT, 1L);  // a burst shares one connection where the service speaks HTTP/2
+  set(CURLOPT_CONNECTTIMEOUT, kSecondsToConnect);
+  set(CURLOPT_LOW_SPEED_LIMIT, 1L);
+  set(CURLOPT_LOW_SPEED_TIME, kSecondsOfSilence);
+}
+
+CurlTransfer* CurlTransfer::of(CURL* handle) {
+  CurlTransfer* transfer = nullptr;
+  curl_easy_getinfo(handle, CURLINFO_PRIVATE, &transfer);
+  return transfer;
+}
+
+std::function<void()> CurlTransfer::finish(bool succeeded) {
+  std::optional<HTTPResponse> response;
+  std::optional<std::string> body;
+  if (succeeded) {
+    long status = 0;
+    curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
+    response = HTTPResponse{static_cast<int>(status)};
+    body = std::move(body_);
+  }
+  return [completion = std::move(completion_), response, body = std::move(body)]() mutable {
+    if (completion) completion(response, std::move(body));
+  };
+}
+
+bool CurlTransfer::addHeaders() {
+  append(headers_, "Expect:");  // or a long body would wait for a "100 Continue" that may not come
+  for (const auto& [name, value] : request_.headers) {
+    if (hasLineBreak(name) || hasLineBreak(value)) return false;
+    // Curl counts the body itself, and knows when a redirect leaves it out.
+    if (!isName(name, "Content-Length")) append(headers_, name + ": " + value);
+  }
+  set(CURLOPT_HTTPHEADER, headers_.get());
+  return true;
+}
+
+std::size_t CurlTransfer::receive(const char* bytes, std::size_t one, std::size_t count,
+                                  void* transfer) {
+  auto& self = *static_cast<CurlTransfer*>(transfer);
+  const std::size_t size = one * count;
+  if (size > self.options_.maxReplyBytes - self.body_.size()) return 0;  // fails the transfer
+  self.body_.append(bytes, size);
+  return size;
+}
+
+void CurlTransfer::append(List& list, const std::string& item) {
+  curl_slist* longer = curl_slist_append(list.get(), item.c_str());
+  if (longer == nullptr) throw std::bad_alloc();
+  static_cast<void>(list.release());
+  list.reset(longer);
+}
+
+template <typename Value>
+void CurlTransfer::set(CURLoption option, Value value) {
+  if (curl_easy_setopt(handle_.get(), option, value) != CURLE_OK) valid_ = false;
+}
+
+}  // namespace platform

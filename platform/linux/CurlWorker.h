@@ -1,0 +1,54 @@
+#pragma once
+
+#include <curl/curl.h>
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "platform/linux/CurlTransfer.h"
+
+namespace platform {
+
+/// The one thread that moves bytes: it owns curl's multi handle and every transfer on it. Sleeps
+/// while there is nothing to move.
+class CurlWorker {
+ public:
+  /// `finished` takes what is to be called for each transfer, on the worker's thread.
+  explicit CurlWorker(std::function<void(std::function<void()>)> finished);
+  ~CurlWorker();
+  CurlWorker(const CurlWorker&) = delete;
+  CurlWorker& operator=(const CurlWorker&) = delete;
+
+  /// Any thread. Dropped once the worker has stopped.
+  void add(std::unique_ptr<CurlTransfer> transfer);
+
+  /// Fails every transfer and ends the thread. Any thread but the worker's own.
+  void stop();
+
+ private:
+  struct Free {
+    void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
+  };
+
+  void run();
+  bool takeNew();
+  void begin(std::unique_ptr<CurlTransfer> transfer);
+  void finishDone();
+  void finish(CURL* handle, bool succeeded);
+  void failAll();
+
+  const std::function<void(std::function<void()>)> finished_;
+  std::unique_ptr<CURLM, Free> multi_;
+  std::map<CURL*, std::unique_ptr<CurlTransfer>> active_;  // the worker's alone
+  std::mutex mutex_;
+  std::deque<std::unique_ptr<CurlTransfer>> added_;
+  bool stopping_ = false;
+  std::once_flag stopped_;
+  std::thread thread_;
+};
+
+}  // namespace platform

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "platform/Export.h"
+#include "platform/PropertyList.h"
+
+namespace platform {
+
+/// The texts of a real Info.plist, XML or binary, read once.
+class BRIVANE_EXPORT PlistPropertyList final : public PropertyList {
+ public:
+  /// Reads `path`, at most 1 MiB. Throws std::runtime_error, one line naming the file and the
+  /// fault, when it cannot be read or is no property list with a dictionary at its top.
+  explicit PlistPropertyList(const std::string& path);
+
+  std::optional<std::string> objectForInfoDictionaryKey(std::string_view key) const override;
+
+ private:
+  std::map<std::string, std::string, std::less<>> texts_;
+};
+
+}  // namespace platform

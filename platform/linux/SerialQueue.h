@@ -1,0 +1,38 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <thread>
+
+#include "platform/Log.h"
+
+namespace platform {
+
+/// Runs tasks one after another, in the order they were posted, on one thread of its own.
+class SerialQueue {
+ public:
+  /// An exception that leaves a task ends there, with a line in `log` if there is one.
+  explicit SerialQueue(std::shared_ptr<Log> log);
+  /// Closes the queue. Safe inside a task.
+  ~SerialQueue();
+  SerialQueue(const SerialQueue&) = delete;
+  SerialQueue& operator=(const SerialQueue&) = delete;
+
+  /// Any thread. After closing, the task is dropped.
+  void post(std::function<void()> task);
+
+  /// Returns when everything posted has run; nothing runs afterwards. Inside a task it runs the
+  /// rest itself, except the task it is in.
+  void close();
+
+ private:
+  struct State;
+
+  bool onThread() const { return std::this_thread::get_id() == thread_.get_id(); }
+
+  // Shared with the thread, which outlives the queue when a task destroys it.
+  const std::shared_ptr<State> state_;
+  std::thread thread_;
+};
+
+}  // namespace platform
