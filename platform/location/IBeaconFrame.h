@@ -1,0 +1,35 @@
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <optional>
+
+#include "platform/Export.h"
+#include "platform/UUID.h"
+#include "platform/location/Advertisement.h"
+
+namespace platform {
+
+/// Who a beacon is. Its address changes and says nothing.
+struct BeaconIdentity {
+  UUID uuid;
+  std::uint16_t major = 0;
+  std::uint16_t minor = 0;
+
+  friend auto operator<=>(const BeaconIdentity&, const BeaconIdentity&) = default;
+};
+
+/// What a beacon sends.
+struct BRIVANE_EXPORT IBeaconFrame {
+  BeaconIdentity identity;
+  /// Signal strength at one metre, dBm.
+  int measuredPower = 0;
+
+  /// The frame in an advertisement; absent in any other advertisement.
+  static std::optional<IBeaconFrame> parse(const Advertisement& advertisement);
+};
+
+/// Whether `rssi` is a reading at all.
+constexpr bool isReading(int rssi) { return rssi != 0 && rssi != 127; }
+
+}  // namespace platform

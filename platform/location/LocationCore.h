@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "platform/Export.h"
+#include "platform/Location.h"
+#include "platform/location/Advertisement.h"
+#include "platform/location/Instant.h"
+
+namespace platform {
+
+/// A location service but for its sources: told what a radio hears, where the device is and what
+/// time it is, it reports to the delegates of its managers.
+///
+/// All that feeds it comes on one thread, and delegates are called from inside those calls alone:
+/// so managers belong to that thread, though their operations may be called on any. Times never go
+/// back; an earlier one counts as the latest.
+class BRIVANE_EXPORT LocationCore final : public LocationService {
+ public:
+  struct Options {
+    /// How long a region stays inside without a frame.
+    Instant exitPeriod = std::chrono::seconds(30);
+    CLAuthorizationStatus authorization = kCLAuthorizationStatusNotDetermined;
+    bool servicesEnabled = true;
+  };
+
+  explicit LocationCore(const Options& options);
+  ~LocationCore() override;
+
+  /// The radio heard an advertisement.
+  void hear(const Advertisement& advertisement, Instant now);
+  /// The device is at a position.
+  void locate(const CLLocation& position, Instant now);
+  /// The radio began or ceased to listen; it listens at first.
+  void setScanning(bool scanning, Instant now);
+  /// The user's consent, or the switch, changed; each manager hears of it.
+  void setAuthorization(CLAuthorizationStatus status, bool servicesEnabled);
+  /// Time has passed: reports what is due and what was asked for.
+  void advance(Instant now);
+
+  /// When the next report is due; absent when none is.
+  std::optional<Instant> nextDeadline() const;
+
+  std::int32_t authorizationStatus() const override;
+  bool locationServicesEnabled() const override;
+  std::shared_ptr<CLLocationManager> createManager() override;
+
+ private:
+  struct State;
+  class Manager;
+
+  const std::shared_ptr<State> state_;
+};
+
+}  // namespace platform

@@ -1,0 +1,58 @@
+#include "platform/location/RangingWindow.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "platform/location/Distance.h"
+
+namespace platform {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr Instant kInterval = 1s;
+/// How long a silent beacon stays in the reports.
+constexpr Instant kLingering = 5s;
+
+bool isNearer(const CLBeacon& a, const CLBeacon& b) {
+  const bool aIsSilent = a.accuracy < 0.0;
+  const bool bIsSilent = b.accuracy < 0.0;
+  return aIsSilent == bIsSilent ? a.accuracy < b.accuracy : bIsSilent;
+}
+
+}  // namespace
+
+RangingWindow::RangingWindow(Instant now) : deadline_(now + kInterval) {}
+
+void RangingWindow::hear(const IBeaconFrame& frame, int rssi, Instant now) {
+  Heard& beacon = heard_[frame.identity];
+  beacon.measuredPower = frame.measuredPower;
+  beacon.last = now;
+  if (!isReading(rssi)) return;
+  beacon.sum += rssi;
+  ++beacon.readings;
+}
+
+std::vector<CLBeacon> RangingWindow::report() {
+  std::erase_if(heard_,
+                [this](const auto& beacon) { return deadline_ - beacon.second.last > kLingering; });
+  std::vector<CLBeacon> beacons;
+  beacons.reserve(heard_.size());
+  for (auto& [identity, heard] : heard_) {
+    CLBeacon& beacon = beacons.emplace_back();
+    beacon.proximityUUID = identity.uuid;
+    beacon.major = identity.major;
+    beacon.minor = identity.minor;
+    if (heard.readings == 0) continue;
+    const double mean = static_cast<double>(heard.sum) / static_cast<double>(heard.readings);
+    beacon.rssi = static_cast<std::int32_t>(std::lround(mean));
+    beacon.accuracy = estimatedDistance(heard.measuredPower, mean);
+    beacon.proximity = proximityAt(beacon.accuracy);
+    heard.sum = heard.readings = 0;
+  }
+  std::stable_sort(beacons.begin(), beacons.end(), isNearer);
+  deadline_ += kInterval;
+  return beacons;
+}
+
+}  // namespace platform

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <vector>
+
+#include "platform/Export.h"
+#include "platform/Location.h"
+#include "platform/location/IBeaconFrame.h"
+#include "platform/location/Instant.h"
+
+namespace platform {
+
+/// The beacons of one ranged region, gathered for a report a second.
+class BRIVANE_EXPORT RangingWindow {
+ public:
+  explicit RangingWindow(Instant now);
+
+  /// A frame of the region was heard.
+  void hear(const IBeaconFrame& frame, int rssi, Instant now);
+
+  /// When the next report is due.
+  Instant deadline() const { return deadline_; }
+
+  /// The report that was due: the beacons read since the last one with the mean of their readings,
+  /// nearest first; then those that fell silent a few seconds ago, without a reading.
+  std::vector<CLBeacon> report();
+
+ private:
+  struct Heard {
+    int measuredPower = 0;
+    std::int64_t sum = 0;
+    std::int64_t readings = 0;
+    Instant last{};
+  };
+
+  std::map<BeaconIdentity, Heard> heard_;
+  Instant deadline_;
+};
+
+}  // namespace platform

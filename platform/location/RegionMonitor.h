@@ -1,0 +1,41 @@
+#pragma once
+
+#include <optional>
+
+#include "platform/Export.h"
+#include "platform/Location.h"
+#include "platform/location/Instant.h"
+
+namespace platform {
+
+/// Whether the device is inside one region: inside from the first frame that is heard of it,
+/// outside after an exit period without one, unknown before either. The exit period counts only
+/// time in which the radio listened.
+class BRIVANE_EXPORT RegionMonitor {
+ public:
+  enum class Change { kNone, kEntered, kExited, kFoundOutside };
+
+  RegionMonitor(Instant now, Instant exitPeriod, bool scanning);
+
+  CLRegionState state() const { return state_; }
+
+  /// A frame of the region was heard.
+  Change hear(Instant now);
+  /// Time has passed.
+  Change advance(Instant now);
+  /// The radio began or ceased to listen.
+  void setScanning(bool scanning, Instant now);
+
+  /// When the state changes if nothing is heard; absent when it will not.
+  std::optional<Instant> deadline() const;
+
+ private:
+  const Instant exitPeriod_;
+  CLRegionState state_ = kCLRegionStateUnknown;
+  /// When the exit period runs out, while the radio listens.
+  Instant silenceEnds_;
+  /// What is left of the exit period, while it does not.
+  std::optional<Instant> remaining_;
+};
+
+}  // namespace platform

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+#include "platform/Export.h"
+
+namespace platform {
+
+/// A recording that cannot be read, or not further: one line with the file, the place in it and the
+/// fault.
+class BRIVANE_EXPORT CaptureError : public std::runtime_error {
+ public:
+  CaptureError(const std::string& path, const std::string& fault);
+  CaptureError(const std::string& path, std::uint64_t byteOffset, const std::string& fault);
+  ~CaptureError() override;
+};
+
+}  // namespace platform

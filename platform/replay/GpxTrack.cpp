@@ -1,0 +1,73 @@
+#include "platform/replay/GpxTrack.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <optional>
+#include <pugixml.hpp>
+#include <string_view>
+#include <system_error>
+
+#include "platform/replay/CaptureError.h"
+#include "platform/replay/UTCTime.h"
+
+namespace platform {
+namespace {
+
+constexpr double kMetresPerDilution = 5.0;
+
+std::optional<double> number(std::string_view text) {
+  double value = 0.0;
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (read.ec != std::errc() || read.ptr != text.data() + text.size() || !std::isfinite(value)) {
+    return std::nullopt;
+  }
+  return value;
+}
+
+std::optional<double> degrees(std::string_view text, double limit) {
+  const auto value = number(text);
+  return value && std::abs(*value) <= limit ? value : std::nullopt;
+}
+
+TrackPoint readPoint(const pugi::xml_node& point, const std::string& path) {
+  const auto offset = static_cast<std::uint64_t>(point.offset_debug());
+  const auto latitude = degrees(point.attribute("lat").value(), 90.0);
+  const auto longitude = degrees(point.attribute("lon").value(), 180.0);
+  if (!latitude || !longitude) {
+    throw CaptureError(path, offset, "a track point without a latitude and a longitude");
+  }
+  const auto time = parseUTCTime(point.child("time").text().get());
+  if (!time) throw CaptureError(path, offset, "a track point without a time");
+  const double dilution = number(point.child("hdop").text().get()).value_or(1.0);
+  return {.time = *time,
+          .location = {.coordinate = {*latitude, *longitude},
+                       .horizontalAccuracy = kMetresPerDilution * dilution}};
+}
+
+}  // namespace
+
+std::vector<TrackPoint> readGpxTrack(const std::string& path) {
+  pugi::xml_document document;
+  const auto result = document.load_file(path.c_str());
+  if (result.status == pugi::status_file_not_found) throw CaptureError(path, "no such file");
+  if (!result) {
+    throw CaptureError(path, static_cast<std::uint64_t>(result.offset), result.description());
+  }
+  const pugi::xml_node gpx = document.child("gpx");
+  if (!gpx) throw CaptureError(path, 0, "not a GPX file");
+  std::vector<TrackPoint> points;
+  for (const pugi::xml_node track : gpx.children("trk")) {
+    for (const pugi::xml_node segment : track.children("trkseg")) {
+      for (const pugi::xml_node point : segment.children("trkpt")) {
+        points.push_back(readPoint(point, path));
+      }
+    }
+  }
+  std::stable_sort(points.begin(), points.end(),
+                   [](const TrackPoint& a, const TrackPoint& b) { return a.time < b.time; });
+  return points;
+}
+
+}  // namespace platform

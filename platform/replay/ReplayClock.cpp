@@ -1,0 +1,32 @@
+#include "platform/replay/ReplayClock.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace platform {
+
+ReplayClock::ReplayClock(std::optional<double> speed, std::function<void()> waitUntilIdle)
+    : speed_(speed), waitUntilIdle_(std::move(waitUntilIdle)) {}
+
+bool ReplayClock::moveTo(Instant time) {
+  if (!speed_ && time > now() && waitUntilIdle_) waitUntilIdle_();
+  std::unique_lock lock(mutex_);
+  if (speed_) {
+    if (!began_) began_ = Real::now();
+    const std::chrono::duration<double, Instant::period> pause(static_cast<double>(time.count()) /
+                                                               *speed_);
+    const auto due = *began_ + std::chrono::duration_cast<Real::duration>(pause);
+    stop_.wait_until(lock, due, [this] { return stopped_; });
+  }
+  if (stopped_) return false;
+  now_ = std::max(now(), time);
+  return true;
+}
+
+void ReplayClock::stop() {
+  const std::lock_guard lock(mutex_);
+  stopped_ = true;
+  stop_.notify_all();
+}
+
+}  // namespace platform
