@@ -1,5 +1,7 @@
 #include "platform/linux/CurlHTTPClient.h"
 
+#include <curl/curl.h>
+
 #include <utility>
 
 #include "platform/linux/CurlTransfer.h"
@@ -16,6 +18,8 @@ struct CurlHTTPClient::Parts {
   SerialQueue callbacks;
   CurlWorker worker;
 };
+
+std::string CurlHTTPClient::version() { return curl_version(); }
 
 CurlHTTPClient::CurlHTTPClient(Options options)
     : options_(std::move(options)), parts_(std::make_unique<Parts>(options_.log)) {}

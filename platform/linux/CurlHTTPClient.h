@@ -30,6 +30,9 @@ class BRIVANE_EXPORT CurlHTTPClient final : public HTTPClient {
     std::shared_ptr<Log> log;
   };
 
+  /// What it runs on: the versions of libcurl, the TLS library and others, one line.
+  static std::string version();
+
   explicit CurlHTTPClient(Options options);
   /// Shuts down. Safe inside a completion.
   ~CurlHTTPClient() override;

@@ -1,0 +1,152 @@
+#include "host/Announcer.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <utility>
+
+#include "host/RecordJSON.h"
+
+namespace host {
+namespace {
+
+using platform::JSONValue;
+
+/// Matches of one ranging report come together, reports a second apart.
+constexpr double kSecondsBetweenReports = 0.5;
+/// A beacon is taken for the nearest when it leads so many reports in succession: readings scatter,
+/// and midway between two beacons each report would name the other.
+constexpr int kReportsToLead = 3;
+
+std::string clockText(double seconds) {
+  char text[32];
+  const auto whole = static_cast<long>(seconds);
+  std::snprintf(text, sizeof text, "%3ld:%02ld", whole / 60, whole % 60);
+  return text;
+}
+
+/// The texts that there are, as one sentence after another.
+void appendSentence(std::string& line, const std::optional<std::string>& text) {
+  if (!text || text->empty()) return;
+  line.append(line.ends_with('.') ? " " : ". ").append(*text);
+}
+
+JSONValue roundedToMilliseconds(double seconds) { return std::round(seconds * 1000.0) / 1000.0; }
+
+}  // namespace
+
+Announcer::Announcer(Screen& screen, Options options)
+    : screen_(screen), options_(std::move(options)) {}
+
+bool Announcer::isReady() const {
+  const std::lock_guard lock(mutex_);
+  return ready_;
+}
+
+bool Announcer::hasPlaces() const {
+  const std::lock_guard lock(mutex_);
+  return hasPlaces_;
+}
+
+std::size_t Announcer::matchedPlaces() const {
+  const std::lock_guard lock(mutex_);
+  return matched_.size();
+}
+
+void Announcer::didIsReady() {
+  if (options_.json) printEvent("ready", {});
+  const std::lock_guard lock(mutex_);
+  ready_ = true;
+}
+
+void Announcer::didErrorFound(const std::shared_ptr<const BVError>& error) {
+  const std::string message = error->errorString().value_or("");
+  if (options_.json) {
+    printEvent("error", {{"code", error->errorCode()}, {"message", message}});
+  } else {
+    screen_.print(clockText(options_.now()) + "  Error: " + message);
+  }
+}
+
+void Announcer::didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) {
+  if (!match) {
+    if (options_.json) printEvent("match", {{"record", JSONValue()}});
+    return;
+  }
+  const char* news = nullptr;
+  {
+    const std::lock_guard lock(mutex_);
+    news = newsOf(*match);
+  }
+  if (options_.json) {
+    printEvent("match", resolveJSON(*match));
+  } else if (news != nullptr || options_.all) {
+    printMatch(news != nullptr ? news : "Here", *match);
+  }
+}
+
+void Announcer::didNearestWaybeacons(
+    const std::shared_ptr<const BVWaybeaconDistance::List>& places) {
+  if (options_.json) {
+    JSONValue::List list;
+    if (places) {
+      for (const auto& place : *places) list.emplace_back(placeJSON(*place));
+    }
+    printEvent("nearest", {{"places", places ? JSONValue(std::move(list)) : JSONValue()}});
+  } else if (!places) {
+    screen_.print("No places there.");
+  } else {
+    for (const auto& place : *places) printPlace(*place);
+  }
+  const std::lock_guard lock(mutex_);
+  hasPlaces_ = true;
+}
+
+void Announcer::printEvent(const char* event, JSONValue::Object members) {
+  members.insert(members.begin(), {{"t", roundedToMilliseconds(options_.now())}, {"event", event}});
+  screen_.print(jsonLine(std::move(members)));
+}
+
+void Announcer::printMatch(const char* news, const BVAPIResolve& match) {
+  const BVWaybeacon& beacon = *match.waybeacon();
+  std::string line = clockText(options_.now()) + "  " + news + ": " +
+                     beacon.name().value_or(match.uuid().value_or("a place without a name"));
+  appendSentence(line, beacon.location());
+  appendSentence(line, beacon.accesibility());
+  screen_.print(line + " (" + std::to_string(match.rssi()) + " dBm)");
+}
+
+void Announcer::printPlace(const BVWaybeaconDistance& place) {
+  const BVLocal& local = *place.local();
+  char distance[32];
+  std::snprintf(distance, sizeof distance, "%6.0f m  ", place.distance());
+  std::string line = distance + local.name().value_or("a place without a name");
+  appendSentence(line, local.category());
+  appendSentence(line, local.address());
+  appendSentence(line, local.phone());
+  screen_.print(line);
+}
+
+const char* Announcer::newsOf(const BVAPIResolve& match) {
+  const std::string identity = match.uuid().value_or("");
+  const bool isFirst = matched_.insert(identity).second;
+  if (beginsReport() && becomesNearest(identity)) return "Nearest";
+  return isFirst ? "New" : nullptr;
+}
+
+bool Announcer::becomesNearest(const std::string& identity) {
+  if (identity != leading_) led_ = 0;
+  leading_ = identity;
+  if (++led_ < kReportsToLead || identity == nearest_) return false;
+  nearest_ = identity;
+  return true;
+}
+
+bool Announcer::beginsReport() {
+  // Other threads bring single replies, which say nothing about what is nearest.
+  if (std::this_thread::get_id() != locationThread_) return false;
+  const double now = options_.now();
+  return now - std::exchange(lastReport_, now) > kSecondsBetweenReports;
+}
+
+}  // namespace host

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+
+#include "BrivaneSDK/BVManagerDelegate.h"
+#include "host/Screen.h"
+#include "platform/JSONValue.h"
+
+namespace host {
+
+/// Says on the screen what the manager reports, for a person or as JSON. Created on the thread that
+/// creates the manager.
+class Announcer final : public BVManagerDelegate {
+ public:
+  struct Options {
+    /// One JSON object a line for every call; else lines for a person.
+    bool json = false;
+    /// Every match, not only what is new to the person.
+    bool all = false;
+    /// The time of detection, seconds.
+    std::function<double()> now;
+  };
+
+  Announcer(Screen& screen, Options options);
+
+  /// Whether `didIsReady` has come.
+  bool isReady() const;
+  /// Whether an answer about nearest places has come.
+  bool hasPlaces() const;
+  /// How many different places were matched.
+  std::size_t matchedPlaces() const;
+
+ private:
+  void didIsReady() override;
+  void didErrorFound(const std::shared_ptr<const BVError>& error) override;
+  void didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) override;
+  void didNearestWaybeacons(
+      const std::shared_ptr<const BVWaybeaconDistance::List>& places) override;
+
+  void printEvent(const char* event, platform::JSONValue::Object members);
+  void printMatch(const char* news, const BVAPIResolve& match);
+  void printPlace(const BVWaybeaconDistance& place);
+  /// What is new to a person about this match; null when nothing is. Under the lock.
+  const char* newsOf(const BVAPIResolve& match);
+  /// Whether this match is the first of a ranging report: of its nearest beacon. Under the lock.
+  bool beginsReport();
+  /// Whether a beacon that leads a report has become the nearest by that. Under the lock.
+  bool becomesNearest(const std::string& identity);
+
+  Screen& screen_;
+  const Options options_;
+  const std::thread::id locationThread_ = std::this_thread::get_id();
+  mutable std::mutex mutex_;
+  bool ready_ = false;
+  bool hasPlaces_ = false;
+  std::set<std::string> matched_;
+  std::string nearest_;
+  std::string leading_;
+  int led_ = 0;
+  double lastReport_ = -std::numeric_limits<double>::infinity();
+};
+
+}  // namespace host

@@ -1,0 +1,105 @@
+#include "host/CommandLine.h"
+
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <optional>
+#include <string>
+#include <system_error>
+
+namespace host {
+namespace {
+
+void addServiceOptions(CLI::App& command, ServiceOptions& options) {
+  command.add_option("--info", options.info, "Property list with the credentials, XML or binary")
+      ->capture_default_str();
+  command.add_flag("--json", options.json, "Print one JSON object a line");
+  command.add_flag("--log", options.log,
+                   "Write the library's log to standard error; it holds the credentials in clear");
+  command.add_option("--connect", options.connect,
+                     "HOST:PORT to connect to in place of the service's own host");
+  command.add_option("--ca", options.ca, "File of the certificates to trust, PEM");
+}
+
+/// "max" is no speed at all; other texts are refused by the option's check before this.
+std::optional<double> speedFrom(const std::string& text) {
+  double speed = 0.0;
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), speed);
+  const bool isNumber = read.ec == std::errc() && read.ptr == text.data() + text.size();
+  return isNumber && std::isfinite(speed) && speed > 0.0 ? std::optional(speed) : std::nullopt;
+}
+
+std::string checkSpeed(const std::string& text) {
+  return text == "max" || speedFrom(text) ? "" : "'" + text + "' is neither max nor above 0";
+}
+
+}  // namespace
+
+CommandLine::CommandLine()
+    : app_("Detects the beacons of the accessibility network and names the places near them.",
+           "brivane"),
+      detectCommand_(app_.add_subcommand("detect", "Detect beacons and say which places are near")),
+      nearestCommand_(app_.add_subcommand("nearest", "List the places near a coordinate")),
+      payloadCommand_(app_.add_subcommand("payload", "Attach a JSON object to a beacon")),
+      infoCommand_(app_.add_subcommand("info", "Say what this is and what it runs on")) {
+  app_.require_subcommand(1);
+  app_.footer(
+      "Exit status: 0 done or interrupted, 1 the service failed, 2 a wrong option or file.");
+  describeDetect();
+  describeNearest();
+  describePayload();
+  describeInfo();
+}
+
+void CommandLine::describeDetect() {
+  CLI::App& command = *detectCommand_;
+  command.add_option("--capture", detect_.capture, "Play this btsnoop capture")->required();
+  command.add_option("--track", detect_.track, "Positions for the capture, GPX")->type_name("TEXT");
+  command
+      .add_option_function<std::string>(
+          "--speed", [this](const std::string& text) { detect_.speed = speedFrom(text); },
+          "Play so many times as fast as recorded, or max for as fast as the service answers")
+      ->check(checkSpeed)
+      ->type_name("N|max");
+  command.add_flag("--gps", detect_.gps, "Report positions to the service too");
+  command.add_option("--for", detect_.limit, "Stop after so many recorded seconds")
+      ->check(CLI::Range(0.0, 1e9));
+  command.add_flag("--all", detect_.all, "Print every match, not only what is new");
+  addServiceOptions(command, detect_.service);
+}
+
+void CommandLine::describeNearest() {
+  CLI::App& command = *nearestCommand_;
+  command.add_option("LAT", nearest_.latitude, "Latitude, degrees")
+      ->required()
+      ->check(CLI::Range(-90.0, 90.0));
+  command.add_option("LNG", nearest_.longitude, "Longitude, degrees")
+      ->required()
+      ->check(CLI::Range(-180.0, 180.0));
+  command.add_option("RADIUS", nearest_.radius, "Metres")
+      ->required()
+      ->check(CLI::Range(std::int64_t{0}, std::int64_t{std::numeric_limits<std::int32_t>::max()}));
+  addServiceOptions(command, nearest_.service);
+}
+
+void CommandLine::describePayload() {
+  CLI::App& command = *payloadCommand_;
+  command.add_option("UUID", payload_.uuid, "The beacon's identifier at the service")->required();
+  command.add_option("JSON", payload_.payload, "The object to attach")->required();
+  addServiceOptions(command, payload_.service);
+}
+
+void CommandLine::describeInfo() {
+  infoCommand_->add_flag("--json", info_.json, "Print one JSON object");
+}
+
+std::variant<DetectOptions, NearestOptions, PayloadOptions, InfoOptions> CommandLine::parse(
+    int argc, char** argv) {
+  app_.parse(argc, argv);
+  if (detectCommand_->parsed()) return detect_;
+  if (nearestCommand_->parsed()) return nearest_;
+  if (payloadCommand_->parsed()) return payload_;
+  return info_;
+}
+
+}  // namespace host

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <variant>
+
+#include "host/Options.h"
+
+namespace host {
+
+struct InfoOptions {
+  bool json = false;
+};
+
+/// The program's commands and options.
+class CommandLine {
+ public:
+  CommandLine();
+
+  /// The command that was given, with its options. Throws CLI::Error for a wrong option, and for
+  /// --help.
+  std::variant<DetectOptions, NearestOptions, PayloadOptions, InfoOptions> parse(int argc,
+                                                                                 char** argv);
+  /// Prints what an exception of `parse` asks for: the help.
+  int showHelp(const CLI::Error& request) { return app_.exit(request); }
+
+ private:
+  void describeDetect();
+  void describeNearest();
+  void describePayload();
+  void describeInfo();
+
+  CLI::App app_;
+  CLI::App* detectCommand_;
+  CLI::App* nearestCommand_;
+  CLI::App* payloadCommand_;
+  CLI::App* infoCommand_;
+  DetectOptions detect_;
+  NearestOptions nearest_;
+  PayloadOptions payload_;
+  InfoOptions info_;
+};
+
+}  // namespace host

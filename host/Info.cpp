@@ -1,0 +1,66 @@
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "BrivaneSDK/BVNetwork.h"
+#include "BrivaneSDK/BVUtil.h"
+#include "BrivaneSDK/BrivaneSDK.h"
+#include "host/Commands.h"
+#include "host/RecordJSON.h"
+#include "host/Screen.h"
+#include "host/Session.h"
+#include "platform/Services.h"
+#include "platform/linux/CurlHTTPClient.h"
+#include "platform/linux/KeyFilePreferences.h"
+#include "platform/linux/SimdJSON.h"
+
+namespace host {
+namespace {
+
+/// This command asks for no property list.
+class NoPropertyList final : public platform::PropertyList {
+  std::optional<std::string> objectForInfoDictionaryKey(std::string_view /*key*/) const override {
+    return std::nullopt;
+  }
+};
+
+void installServices() {
+  platform::install(
+      {.http = std::make_shared<platform::CurlHTTPClient>(platform::CurlHTTPClient::Options{}),
+       .json = std::make_shared<platform::SimdJSON>(),
+       .preferences = std::make_shared<platform::KeyFilePreferences>(),
+       .propertyList = std::make_shared<NoPropertyList>(),
+       .location = locationWithoutSources(),
+       .log = nullptr});
+}
+
+/// The version line without what marks it in a binary.
+std::string libraryVersion() {
+  const std::string_view line(BrivaneSDKVersionString);
+  const std::size_t project = line.rfind(':') + 1;
+  return std::string(line.substr(project, line.size() - project - 1));
+}
+
+}  // namespace
+
+void info(bool json) {
+  installServices();
+  Screen screen;
+  const platform::JSONValue::Object facts = {
+      {"installation", BVUtil::getInstallationID().value_or("")},
+      {"model", BVUtil::getModel()},
+      {"service", BVNetwork::apiHost()},
+      {"region", BVNetwork::proximityUUID()},
+      {"library", libraryVersion()},
+      {"transport", platform::CurlHTTPClient::version()}};
+  if (json) {
+    screen.print(jsonLine(facts));
+    return;
+  }
+  for (const auto& [name, value] : facts) {
+    const std::string label = name + std::string(14 - name.size(), ' ');
+    screen.print(label + value.text());
+  }
+}
+
+}  // namespace host

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "BrivaneSDK/BVAPIResolve.h"
+#include "BrivaneSDK/BVWaybeaconDistance.h"
+#include "platform/JSONValue.h"
+
+namespace host {
+
+/// Records as JSON, member by member under the names of their fields.
+platform::JSONValue::Object resolveJSON(const BVAPIResolve& resolve);
+platform::JSONValue::Object placeJSON(const BVWaybeaconDistance& place);
+
+/// One line of JSON. A number that JSON cannot hold has become null.
+std::string jsonLine(platform::JSONValue::Object members);
+
+}  // namespace host

@@ -1,0 +1,112 @@
+#include "host/Session.h"
+
+#include <unistd.h>
+
+#include <charconv>
+#include <cstdint>
+#include <string_view>
+#include <utility>
+
+#include "BrivaneSDK/BVException.h"
+#include "BrivaneSDK/BVNetwork.h"
+#include "host/Failure.h"
+#include "platform/Services.h"
+#include "platform/linux/KeyFilePreferences.h"
+#include "platform/linux/PlistPropertyList.h"
+#include "platform/linux/SimdJSON.h"
+#include "platform/linux/StandardErrorLog.h"
+#include "platform/location/LocationCore.h"
+#include "platform/replay/SequentialHTTPClient.h"
+
+namespace host {
+namespace {
+
+constexpr std::chrono::seconds kPatience{30};
+/// Longer than any request lasts.
+constexpr std::chrono::seconds kUntilAnswered{24 * 3600};
+
+std::shared_ptr<platform::Log> logFor(const ServiceOptions& options) {
+  return options.log ? std::make_shared<platform::StandardErrorLog>() : nullptr;
+}
+
+bool isHostAndPort(std::string_view text) {
+  const std::size_t colon = text.rfind(':');
+  if (colon == 0 || colon == std::string_view::npos) return false;
+  const std::string_view port = text.substr(colon + 1);
+  std::uint16_t number = 0;
+  const auto read = std::from_chars(port.data(), port.data() + port.size(), number);
+  return read.ec == std::errc() && read.ptr == port.data() + port.size() && number > 0;
+}
+
+platform::CurlHTTPClient::Options curlOptions(const ServiceOptions& options) {
+  platform::CurlHTTPClient::Options curl;
+  curl.log = logFor(options);
+  if (!options.connect.empty()) {
+    if (!isHostAndPort(options.connect)) {
+      throw Failure(kUsageFailure, "--connect: '" + options.connect + "' is not HOST:PORT");
+    }
+    curl.connectTo = std::string(BVNetwork::apiHost()) + ":443:" + options.connect;
+  }
+  if (!options.ca.empty() && access(options.ca.c_str(), R_OK) != 0) {
+    throw Failure(kUsageFailure, "--ca: " + options.ca + " cannot be read");
+  }
+  curl.caFile = options.ca;
+  return curl;
+}
+
+std::shared_ptr<platform::HTTPClient> ordered(std::shared_ptr<platform::HTTPClient> client,
+                                              bool inOrder) {
+  if (!inOrder) return client;
+  return std::make_shared<platform::SequentialHTTPClient>(std::move(client));
+}
+
+}  // namespace
+
+Session::Session(const ServiceOptions& options, bool inOrder)
+    : options_(options),
+      curl_(std::make_shared<platform::CurlHTTPClient>(curlOptions(options))),
+      http_(std::make_shared<WatchedHTTPClient>(ordered(curl_, inOrder))) {}
+
+Session::~Session() { curl_->shutdown(); }
+
+void Session::install(std::shared_ptr<platform::LocationService> location) const {
+  platform::install({.http = http_,
+                     .json = std::make_shared<platform::SimdJSON>(),
+                     .preferences = std::make_shared<platform::KeyFilePreferences>(),
+                     .propertyList = std::make_shared<platform::PlistPropertyList>(options_.info),
+                     .location = std::move(location),
+                     .log = logFor(options_)});
+}
+
+std::shared_ptr<BVManager> Session::connect(const std::shared_ptr<Announcer>& announcer) const {
+  std::shared_ptr<BVManager> manager;
+  try {
+    manager = BVManager::initWithDelegate(announcer);
+  } catch (const BVException& fault) {
+    throw Failure(kUsageFailure, options_.info + ": " + fault.reason());
+  }
+  const bool answered = http_->waitUntilIdle(kPatience);
+  if (isInterrupted()) return nullptr;
+  if (!answered) failWith("not ready after 30 seconds");
+  if (!announcer->isReady()) failWith("not ready");
+  return manager;
+}
+
+void Session::waitUntilAnswered() const { http_->waitUntilIdle(kUntilAnswered); }
+
+void Session::failWith(const std::string& complaint) const {
+  throw Failure(kServiceFailure, "the service at " + std::string(BVNetwork::apiHost()) + ": " +
+                                     complaint + ": " + http_->latestOutcome());
+}
+
+void Session::interrupt() {
+  interrupted_ = true;
+  curl_->shutdown();
+}
+
+std::shared_ptr<platform::LocationService> locationWithoutSources() {
+  return std::make_shared<platform::LocationCore>(platform::LocationCore::Options{
+      .authorization = platform::kCLAuthorizationStatusAuthorizedAlways});
+}
+
+}  // namespace host

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+#include "BrivaneSDK/BVManager.h"
+#include "host/Announcer.h"
+#include "host/Options.h"
+#include "host/WatchedHTTPClient.h"
+#include "platform/Location.h"
+#include "platform/linux/CurlHTTPClient.h"
+
+namespace host {
+
+/// The library on its adapters for Linux, for one command.
+class Session {
+ public:
+  /// Prepares the way to the service. With `inOrder`, requests are sent one at a time. Throws
+  /// Failure for an option that cannot be used.
+  Session(const ServiceOptions& options, bool inOrder);
+  /// Nothing is called back afterwards.
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  /// Installs the adapters, with this location service. Throws std::runtime_error for a property
+  /// list or preferences that cannot be read.
+  void install(std::shared_ptr<platform::LocationService> location) const;
+
+  /// Creates a manager and waits until it is ready. Null when the session was interrupted first.
+  /// Throws Failure when the service does not let it become ready.
+  std::shared_ptr<BVManager> connect(const std::shared_ptr<Announcer>& announcer) const;
+
+  /// Waits until all that was asked for has been answered, or has failed.
+  void waitUntilAnswered() const;
+
+  /// Fails with `complaint` and what became of the latest request.
+  [[noreturn]] void failWith(const std::string& complaint) const;
+
+  /// Ends every request and every wait. Any thread.
+  void interrupt();
+  bool isInterrupted() const { return interrupted_; }
+
+ private:
+  const ServiceOptions options_;
+  const std::shared_ptr<platform::CurlHTTPClient> curl_;
+  const std::shared_ptr<WatchedHTTPClient> http_;
+  std::atomic<bool> interrupted_ = false;
+};
+
+/// A location service without a radio or a position, for commands that need neither.
+std::shared_ptr<platform::LocationService> locationWithoutSources();
+
+}  // namespace host

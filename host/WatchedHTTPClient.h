@@ -1,0 +1,41 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "platform/HTTPClient.h"
+
+namespace host {
+
+/// Passes requests on to another client and knows what became of them, which the library itself
+/// never tells: so a command can wait for its answer, and say why there is none. Any thread.
+class WatchedHTTPClient final : public platform::HTTPClient {
+ public:
+  explicit WatchedHTTPClient(std::shared_ptr<platform::HTTPClient> inner);
+
+  void execute(platform::HTTPRequest request, Completion completion) override;
+
+  /// Waits until no request is under way and no completion is running; false when `limit` ran out.
+  /// Not from inside a completion.
+  bool waitUntilIdle(std::chrono::seconds limit) const;
+
+  /// What became of the latest request, for a person: "no answer" or "status 401".
+  std::string latestOutcome() const;
+
+ private:
+  struct State {
+    mutable std::mutex mutex;
+    mutable std::condition_variable changed;
+    std::size_t underWay = 0;
+    std::string latestOutcome = "no answer";
+  };
+
+  const std::shared_ptr<platform::HTTPClient> inner_;
+  // Shared with the completions under way, which may outlive this.
+  const std::shared_ptr<State> state_ = std::make_shared<State>();
+};
+
+}  // namespace host
