@@ -9,14 +9,14 @@ ReplayClock::ReplayClock(std::optional<double> speed, std::function<void()> wait
     : speed_(speed), waitUntilIdle_(std::move(waitUntilIdle)) {}
 
 bool ReplayClock::moveTo(Instant time) {
-  if (!speed_ && time > now() && waitUntilIdle_) waitUntilIdle_();
+  if (!speed_ && !stopped_ && time > now() && waitUntilIdle_) waitUntilIdle_();
   std::unique_lock lock(mutex_);
   if (speed_) {
     if (!began_) began_ = Real::now();
     const std::chrono::duration<double, Instant::period> pause(static_cast<double>(time.count()) /
                                                                *speed_);
     const auto due = *began_ + std::chrono::duration_cast<Real::duration>(pause);
-    stop_.wait_until(lock, due, [this] { return stopped_; });
+    stop_.wait_until(lock, due, [this] { return stopped_.load(); });
   }
   if (stopped_) return false;
   now_ = std::max(now(), time);

@@ -37,7 +37,7 @@ class ReplayClock {
   std::optional<Real::time_point> began_;
   std::mutex mutex_;
   std::condition_variable stop_;
-  bool stopped_ = false;
+  std::atomic<bool> stopped_ = false;
 };
 
 }  // namespace platform

@@ -1,0 +1,263 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+
+#include "platform/location/Distance.h"
+#include "platform/location/LocationCore.h"
+#include "platform/location/PositionFilter.h"
+#include "platform/location/RangingWindow.h"
+#include "platform/location/RegionMonitor.h"
+#include "tests/location/Frames.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using namespace platform;
+
+TEST(Frame, IsAnIBeaconOfTheRightSizeOrNothing) {
+  const Advertisement good = beaconFrame(kNetwork, 0x0102, 0xFFFE, -60);
+  const auto frame = IBeaconFrame::parse(good);
+  ASSERT_TRUE(frame);
+  EXPECT_EQ(frame->identity.uuid, kNetwork);
+  EXPECT_EQ(frame->identity.major, 0x0102);
+  EXPECT_EQ(frame->identity.minor, 0xFFFE);
+  EXPECT_EQ(frame->measuredPower, -59);
+  const std::function<void(Advertisement&)> spoilers[] = {
+      [](auto& a) { a.company = 0x004D; },  [](auto& a) { a.data[0] = 0x03; },
+      [](auto& a) { a.data[1] = 0x16; },    [](auto& a) { a.data.pop_back(); },
+      [](auto& a) { a.data.push_back(0); }, [](auto& a) { a.data.clear(); }};
+  for (const auto& spoil : spoilers) {
+    Advertisement bad = good;
+    spoil(bad);
+    EXPECT_FALSE(IBeaconFrame::parse(bad));
+  }
+}
+
+TEST(Region, FollowsWhatIsHeard) {
+  using Change = RegionMonitor::Change;
+  enum Event { kHear, kAdvance, kOff, kOn };
+  struct Step {
+    Event event;
+    Instant at;
+    Change change;
+    CLRegionState state;
+  };
+  const std::vector<std::vector<Step>> stories = {
+      // Unknown until the exit period has passed in silence; that is no exit.
+      {{kAdvance, 29s, Change::kNone, kCLRegionStateUnknown},
+       {kAdvance, 30s, Change::kFoundOutside, kCLRegionStateOutside},
+       {kAdvance, 99s, Change::kNone, kCLRegionStateOutside},
+       {kHear, 100s, Change::kEntered, kCLRegionStateInside},
+       {kHear, 120s, Change::kNone, kCLRegionStateInside},
+       {kAdvance, 149s, Change::kNone, kCLRegionStateInside},
+       {kAdvance, 150s, Change::kExited, kCLRegionStateOutside}},
+      // While the radio is off the exit period stands still.
+      {{kHear, 10s, Change::kEntered, kCLRegionStateInside},
+       {kOff, 20s, Change::kNone, kCLRegionStateInside},
+       {kOff, 25s, Change::kNone, kCLRegionStateInside},
+       {kAdvance, 500s, Change::kNone, kCLRegionStateInside},
+       {kOn, 600s, Change::kNone, kCLRegionStateInside},
+       {kAdvance, 619s, Change::kNone, kCLRegionStateInside},
+       {kAdvance, 620s, Change::kExited, kCLRegionStateOutside}},
+      // A late frame counts also while it is off.
+      {{kOff, 1s, Change::kNone, kCLRegionStateUnknown},
+       {kHear, 2s, Change::kEntered, kCLRegionStateInside},
+       {kOn, 100s, Change::kNone, kCLRegionStateInside},
+       {kAdvance, 129s, Change::kNone, kCLRegionStateInside},
+       {kAdvance, 130s, Change::kExited, kCLRegionStateOutside}},
+  };
+  for (const auto& story : stories) {
+    RegionMonitor monitor(0s, 30s, true);
+    for (const Step& step : story) {
+      SCOPED_TRACE(step.at.count());
+      Change change = Change::kNone;
+      if (step.event == kHear) change = monitor.hear(step.at);
+      if (step.event == kAdvance) change = monitor.advance(step.at);
+      if (step.event == kOff || step.event == kOn) monitor.setScanning(step.event == kOn, step.at);
+      EXPECT_EQ(change, step.change);
+      EXPECT_EQ(monitor.state(), step.state);
+    }
+  }
+}
+
+TEST(Ranging, ReportsMeansNearestFirstAndSilentOnesLast) {
+  RangingWindow window(0s);
+  const auto hear = [&window](std::uint16_t minor, int rssi, Instant at) {
+    window.hear(*IBeaconFrame::parse(beaconFrame(kNetwork, 1, minor, rssi)), rssi, at);
+  };
+  const auto report = [&window] {
+    std::ostringstream text;
+    for (const CLBeacon& beacon : window.report()) {
+      text << beacon.minor << ':' << beacon.rssi << ':' << beacon.proximity << ' ';
+    }
+    return text.str();
+  };
+  EXPECT_EQ(report(), "");
+  hear(1, -80, 1100ms);
+  hear(1, -70, 1200ms);
+  hear(2, -60, 1300ms);
+  hear(3, 127, 1400ms);  // there, but without a reading
+  hear(4, -50, 1500ms);
+  EXPECT_EQ(report(), "4:-50:1 2:-60:2 1:-75:3 3:0:0 ");
+  hear(1, -90, 2500ms);
+  EXPECT_EQ(report(), "1:-90:3 2:0:0 3:0:0 4:0:0 ");
+  for (int second = 4; second <= 6; ++second) report();
+  EXPECT_EQ(report(), "1:0:0 ");
+  EXPECT_EQ(report(), "");
+}
+
+TEST(Distances, AreWhatTheyAreOnTheGround) {
+  EXPECT_DOUBLE_EQ(estimatedDistance(-59, -59), 1.0);
+  EXPECT_NEAR(estimatedDistance(-59, -84), 10.0, 1e-9);
+  EXPECT_NEAR(distanceBetween({0, 0}, {0, 1}), 111195, 1);
+  EXPECT_NEAR(distanceBetween({0, 179.5}, {0, -179.5}), 111195, 1);
+  EXPECT_NEAR(distanceBetween({90, 0}, {-90, 77}), 20015114, 1);
+  PositionFilter filter;
+  const auto passes = [&filter](double latitude) {
+    return filter.passes({.coordinate = {latitude, 0}, .horizontalAccuracy = 5});
+  };
+  EXPECT_TRUE(passes(0) && passes(0));  // no filter at first
+  filter.setDistance(20);
+  EXPECT_FALSE(passes(0.0001));  // 11 m
+  EXPECT_TRUE(passes(0.0002));
+  EXPECT_FALSE(passes(0.0003));  // measured from the last that passed
+  EXPECT_TRUE(passes(0.0004));
+}
+
+/// Writes down what it hears, and does what a test says in the middle of it.
+class Listener final : public CLLocationManagerDelegate {
+ public:
+  std::string take() { return std::exchange(heard_, {}); }
+  std::function<void(const std::string&)> onEach;
+
+ private:
+  void note(const std::string& call) {
+    heard_ += (heard_.empty() ? "" : " ") + call;
+    if (onEach) onEach(call);
+  }
+  void locationManager_didChangeAuthorizationStatus(CLLocationManager&, std::int32_t s) override {
+    note("auth" + std::to_string(s));
+  }
+  void locationManager_didDetermineState_forRegion(CLLocationManager&, std::int64_t s,
+                                                   const CLBeaconRegion&) override {
+    note("state" + std::to_string(s));
+  }
+  void locationManager_didEnterRegion(CLLocationManager&, const CLBeaconRegion&) override {
+    note("enter");
+  }
+  void locationManager_didExitRegion(CLLocationManager&, const CLBeaconRegion&) override {
+    note("exit");
+  }
+  void locationManager_didRangeBeacons_inRegion(CLLocationManager&,
+                                                const std::vector<CLBeacon>& beacons,
+                                                const CLBeaconRegion&) override {
+    note("range" + std::to_string(beacons.size()));
+  }
+  void locationManager_didUpdateLocations(CLLocationManager&,
+                                          const std::vector<CLLocation>&) override {
+    note("at");
+  }
+  void locationManager_didFailWithError(CLLocationManager&, const std::string&) override {}
+  void locationManager_monitoringDidFailForRegion_withError(CLLocationManager&,
+                                                            const CLBeaconRegion&,
+                                                            const std::string&) override {}
+  void locationManager_rangingBeaconsDidFailForRegion_withError(CLLocationManager&,
+                                                                const CLBeaconRegion&,
+                                                                const std::string&) override {}
+
+  std::string heard_;
+};
+
+class Core : public testing::Test {
+ protected:
+  Core() { manager->setDelegate(listener); }
+
+  std::string hear(Instant at) {
+    core.hear(beaconFrame(kNetwork, 1, 1, -60), at);
+    return listener->take();
+  }
+  std::string advance(Instant at) {
+    core.advance(at);
+    return listener->take();
+  }
+
+  LocationCore core{{}};
+  std::shared_ptr<CLLocationManager> manager = core.createManager();
+  std::shared_ptr<Listener> listener = std::make_shared<Listener>();
+  std::shared_ptr<CLBeaconRegion> region =
+      CLBeaconRegion::initWithProximityUUID_identifier(kNetwork, "r");
+};
+
+TEST_F(Core, ReportsWhatWasAskedForAndNothingElse) {
+  EXPECT_EQ(listener->take(), "");  // never from inside a call to the manager
+  EXPECT_EQ(advance(0s), "auth0");
+  EXPECT_EQ(hear(1s), "");
+  manager->requestStateForRegion(region);
+  EXPECT_EQ(advance(1s), "state0");
+  manager->startMonitoringForRegion(region);
+  manager->requestStateForRegion(region);
+  manager->startRangingBeaconsInRegion(region);
+  EXPECT_EQ(core.nextDeadline(), Instant(2s));
+  EXPECT_EQ(advance(1s), "state0");
+  EXPECT_EQ(hear(1500ms), "enter state1");
+  manager->requestStateForRegion(region);
+  EXPECT_EQ(hear(2500ms), "state1 range1");
+  core.hear(beaconFrame(UUID(), 1, 1, -60), 2600ms);  // of another network
+  EXPECT_EQ(advance(4s), "range1 range1");
+  manager->stopRangingBeaconsInRegion(*region);
+  EXPECT_EQ(advance(32s), "");
+  EXPECT_EQ(advance(33s), "exit state2");
+  EXPECT_EQ(core.nextDeadline(), std::nullopt);
+  region->setNotifyOnEntry(false);
+  EXPECT_EQ(hear(40s), "state1");
+  core.setScanning(false, 41s);
+  EXPECT_EQ(advance(500s), "");
+  manager->startMonitoringForRegion(region);  // replaces the one under the same identifier
+  core.setScanning(true, 501s);
+  EXPECT_EQ(advance(531s), "state2");
+  core.setAuthorization(kCLAuthorizationStatusAuthorizedAlways, false);
+  EXPECT_EQ(listener->take(), "auth3");
+  EXPECT_EQ(core.authorizationStatus(), 3);
+  EXPECT_FALSE(core.locationServicesEnabled());
+}
+
+TEST_F(Core, DeliversPositionsThroughTheDistanceFilter) {
+  advance(0s);
+  const auto locate = [this](double latitude) {
+    core.locate({.coordinate = {latitude, 0}, .horizontalAccuracy = 5}, 1s);
+    return listener->take();
+  };
+  EXPECT_EQ(locate(0), "");
+  manager->setDistanceFilter(20.0);
+  manager->startUpdatingLocation();
+  EXPECT_EQ(locate(0), "at");
+  EXPECT_EQ(locate(0.0001), "");
+  manager->stopUpdatingLocation();
+  EXPECT_EQ(locate(1), "");
+  manager->startUpdatingLocation();
+  EXPECT_EQ(locate(0), "at");  // a new start begins anew
+}
+
+TEST_F(Core, OutlivesWhatDelegatesDo) {
+  const std::function<void(const std::string&)> deeds[] = {
+      [this](auto&) { manager->stopMonitoringForRegion(*region); },
+      [this](auto&) { manager.reset(); },
+      [this](auto&) { manager->setDelegate({}); },
+      [](auto& call) { throw std::runtime_error(call); },
+  };
+  const char* const heard[] = {"auth0 enter", "auth0 enter", "auth0 enter", "auth0 enter state1"};
+  for (std::size_t i = 0; i < std::size(deeds); ++i) {
+    manager = core.createManager();
+    manager->setDelegate(listener);
+    manager->startMonitoringForRegion(region);
+    listener->onEach = [&](const std::string& call) {
+      if (call == "enter") deeds[i](call);
+    };
+    EXPECT_EQ(hear(Instant(1s) * (i + 1)), heard[i]);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,306 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+
+#include "platform/replay/BtsnoopReader.h"
+#include "platform/replay/CaptureError.h"
+#include "platform/replay/GpxTrack.h"
+#include "platform/replay/HCIEvent.h"
+#include "platform/replay/ReplayLocationService.h"
+#include "platform/replay/SequentialHTTPClient.h"
+#include "tests/location/Frames.h"
+#include "tests/replay/Capture.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using namespace platform;
+
+constexpr double kMorning = 1778320800.0;  // 2026-05-09 10:00:00, and the captures' first second
+
+std::string faultOf(const std::function<void()>& deed) {
+  try {
+    deed();
+  } catch (const CaptureError& fault) {
+    const std::string what = fault.what();
+    return what.substr(what.rfind('/') + 1);
+  }
+  return "";
+}
+
+TEST(Btsnoop, ReadsAdvertisementsOfEveryFraming) {
+  const TemporaryFolder folder;
+  for (const std::uint32_t datalink : {1001U, 1002U, 2001U}) {
+    for (const bool extended : {false, true}) {
+      CaptureWriter capture(datalink);
+      capture.addPacket(kMorning, "\x01\x03\x0C", 2);                     // a command
+      capture.add(kMorning, std::string("\x0E\x04\x01\x03\x0C\x00", 6));  // another event
+      capture.add(kMorning + 1, CaptureWriter::event(beaconFrame(kNetwork, 1, 2, -70), extended));
+      capture.add(kMorning, CaptureWriter::event({0x004D, {1}, 127}, extended));  // clock went back
+      if (extended)
+        capture.add(kMorning, CaptureWriter::event({1, {1}, -1}, true, 1));  // in pieces
+      BtsnoopReader reader(folder.write("a.btsnoop", capture.bytes));
+      const auto first = reader.next();
+      ASSERT_TRUE(first) << datalink;
+      EXPECT_EQ(first->time, Instant(std::chrono::seconds(static_cast<long>(kMorning) + 1)));
+      EXPECT_EQ(first->advertisements.at(0).data, beaconFrame(kNetwork, 1, 2, -70).data);
+      EXPECT_EQ(first->advertisements.at(0).rssi, -70);
+      const auto second = reader.next();
+      EXPECT_EQ(second->advertisements.at(0).company, 0x004D);
+      EXPECT_EQ(second->time, first->time);
+      EXPECT_FALSE(reader.next());
+      EXPECT_EQ(reader.fractionRead(), 1.0);
+    }
+  }
+}
+
+TEST(Btsnoop, NamesTheFaultAndItsPlaceAfterAllThatIsSound) {
+  const TemporaryFolder folder;
+  CaptureWriter sound(2001);
+  sound.add(kMorning, CaptureWriter::event(beaconFrame(kNetwork, 1, 2, -70)));
+  const std::string& good = sound.bytes;
+  const std::string place = std::to_string(good.size());
+  const auto with = [&good](std::size_t at, const std::string& bytes) {
+    return std::string(good).replace(at, bytes.size(), bytes);
+  };
+  CaptureWriter badEvent = sound;
+  badEvent.add(kMorning, "\x3E\x7F\x02");
+  CaptureWriter overrun = sound;
+  overrun.add(kMorning, std::string("\x3E\x03\x02\x05\x01", 5));
+  struct Row {
+    std::string bytes;
+    int records;
+    std::string fault;
+  };
+  const Row rows[] = {
+      {"", 0, "byte 0: not a btsnoop capture"},
+      {"btsnoop", 0, "byte 0: not a btsnoop capture"},
+      {with(0, "pcapng"), 0, "byte 0: not a btsnoop capture"},
+      {with(8, CaptureWriter::number(2, 4)), 0, "byte 8: not version 1 of btsnoop"},
+      {with(12, CaptureWriter::number(1003, 4)), 0,
+       "byte 12: datalink 1003 is none of 1001, 1002 and 2001"},
+      {good + "12345", 1, "byte " + place + ": the file ends inside a record's header"},
+      {good + good.substr(16, 30), 1, "byte " + place + ": the file ends inside a record"},
+      {good + CaptureWriter::number(~0ULL, 8) + std::string(16, '\0'), 1,
+       "byte " + place + ": a record of 4294967295 bytes cannot be"},
+      {badEvent.bytes, 1, "byte " + place + ": an HCI event's length is not that of its record"},
+      {overrun.bytes, 1, "byte " + place + ": an HCI event ends inside a field"},
+  };
+  for (const Row& row : rows) {
+    int records = 0;
+    const std::string path = folder.write("a.btsnoop", row.bytes);
+    EXPECT_EQ(faultOf([&] {
+                BtsnoopReader reader(path);
+                while (reader.next()) ++records;
+              }),
+              "a.btsnoop: " + row.fault);
+    EXPECT_EQ(records, row.records);
+  }
+  EXPECT_EQ(faultOf([] { BtsnoopReader("/nowhere/b"); }), "b: No such file or directory");
+}
+
+TEST(HCI, PassesOverWhatTheAirMalforms) {
+  const auto count = [](std::string data) {
+    std::string body =
+        std::string{0x02, 1} + std::string(8, 'x') + static_cast<char>(data.size()) + data + '\xC0';
+    const std::string event = std::string{'\x3E', static_cast<char>(body.size())} + body;
+    return advertisementsIn({reinterpret_cast<const std::uint8_t*>(event.data()), event.size()})
+        .size();
+  };
+  EXPECT_EQ(count(""), 0U);
+  EXPECT_EQ(count({2, '\xFF', 1}), 0U);                                   // no whole company
+  EXPECT_EQ(count({3, '\xFF', 1, 0, 3, '\xFF', 2, 0}), 2U);               // two companies
+  EXPECT_EQ(count({3, '\xFF', 1, 0, 9, '\xFF', 2, 0}), 1U);               // runs past the end
+  EXPECT_EQ(count(std::string{0} + std::string({3, '\xFF', 1, 0})), 0U);  // ends early
+}
+
+TEST(Gpx, ReadsPointsByTimeOrNamesTheFault) {
+  const TemporaryFolder folder;
+  const auto track = [&folder](const std::string& points) {
+    return folder.write("t.gpx", "<gpx><trk><trkseg>" + points + "</trkseg></trk></gpx>");
+  };
+  const std::string early =
+      R"(<trkpt lat="-1.5" lon="2"><time>2026-05-09T10:00:00.25Z</time></trkpt>)";
+  const std::string late =
+      R"(<trkpt lat="1" lon="2"><time>2026-05-09T12:00:01+01:30</time><hdop>2</hdop></trkpt>)";
+  const auto points = readGpxTrack(track(late + early));
+  ASSERT_EQ(points.size(), 2U);
+  EXPECT_EQ(points[0].time, Instant(1778320800250000));
+  EXPECT_EQ(points[0].location.coordinate.latitude, -1.5);
+  EXPECT_EQ(points[0].location.horizontalAccuracy, 5.0);
+  EXPECT_EQ(points[1].time, Instant(1778322601000000));
+  EXPECT_EQ(points[1].location.horizontalAccuracy, 10.0);
+  const char* const time = "t.gpx: byte 19: a track point without a time";
+  const char* const where = "t.gpx: byte 19: a track point without a latitude and a longitude";
+  const std::pair<std::string, std::string> faults[] = {
+      {R"(<trkpt lat="1" lon="2"/>)", time},
+      {R"(<trkpt lat="1" lon="2"><time>2026-05-09</time></trkpt>)", time},
+      {R"(<trkpt lat="1" lon="2"><time>2026-02-30T10:00:00Z</time></trkpt>)", time},
+      {R"(<trkpt lat="1" lon="2"><time>2026-05-09T24:00:00Z</time></trkpt>)", time},
+      {R"(<trkpt lat="1" lon="2"><time>2026-05-09T10:00:00Zx</time></trkpt>)", time},
+      {R"(<trkpt lat="1,5" lon="2"><time>2026-05-09T10:00:00Z</time></trkpt>)", where},
+      {R"(<trkpt lat="91" lon="2"><time>2026-05-09T10:00:00Z</time></trkpt>)", where},
+      {R"(<trkpt lon="2"><time>2026-05-09T10:00:00Z</time></trkpt>)", where},
+  };
+  for (const auto& [point, fault] : faults) {
+    EXPECT_EQ(faultOf([&] { readGpxTrack(track(point)); }), fault) << point;
+  }
+  EXPECT_EQ(faultOf([&] { readGpxTrack(folder.write("t.gpx", "<kml/>")); }),
+            "t.gpx: byte 0: not a GPX file");
+  EXPECT_NE(faultOf([&] { readGpxTrack(folder.write("t.gpx", "<gpx><trk>")); }).find("byte"),
+            std::string::npos);
+  EXPECT_EQ(faultOf([] { readGpxTrack("/nowhere/t.gpx"); }), "t.gpx: no such file");
+}
+
+/// Writes down when it hears what.
+class Walker final : public CLLocationManagerDelegate {
+ public:
+  std::function<double()> now;
+  std::ostringstream heard;
+
+ private:
+  void locationManager_didChangeAuthorizationStatus(CLLocationManager&, std::int32_t s) override {
+    heard << now() << " auth" << s << "; ";
+  }
+  void locationManager_didDetermineState_forRegion(CLLocationManager& manager, std::int64_t s,
+                                                   const CLBeaconRegion& region) override {
+    heard << now() << " state" << s << "; ";
+    if (s == kCLRegionStateInside) {
+      manager.startRangingBeaconsInRegion(CLBeaconRegion::initWithProximityUUID_identifier(
+          region.proximityUUID(), region.identifier()));
+    }
+  }
+  void locationManager_didEnterRegion(CLLocationManager&, const CLBeaconRegion&) override {}
+  void locationManager_didExitRegion(CLLocationManager&, const CLBeaconRegion&) override {}
+  void locationManager_didRangeBeacons_inRegion(CLLocationManager&,
+                                                const std::vector<CLBeacon>& beacons,
+                                                const CLBeaconRegion&) override {
+    heard << now() << " rssi" << beacons.at(0).rssi << "; ";
+  }
+  void locationManager_didUpdateLocations(CLLocationManager&,
+                                          const std::vector<CLLocation>& locations) override {
+    heard << now() << " at" << locations.at(0).coordinate.latitude << "; ";
+  }
+  void locationManager_didFailWithError(CLLocationManager&, const std::string&) override {}
+  void locationManager_monitoringDidFailForRegion_withError(CLLocationManager&,
+                                                            const CLBeaconRegion&,
+                                                            const std::string&) override {}
+  void locationManager_rangingBeaconsDidFailForRegion_withError(CLLocationManager&,
+                                                                const CLBeaconRegion&,
+                                                                const std::string&) override {}
+};
+
+class Replay : public testing::Test {
+ protected:
+  Replay() {
+    CaptureWriter capture(2001);
+    capture.add(kMorning + 1, CaptureWriter::event(beaconFrame(kNetwork, 1, 2, -70)));
+    capture.add(kMorning + 1.5, CaptureWriter::event(beaconFrame(kNetwork, 1, 2, -70)));
+    capture.add(kMorning + 2.5, CaptureWriter::event(beaconFrame(kNetwork, 1, 2, -60)));
+    bytes = capture.bytes;
+  }
+
+  /// What is heard in a replay, and the fault that it ends with.
+  std::string play(std::optional<double> speed, std::optional<Instant> limit = std::nullopt,
+                   std::function<void()> waitUntilIdle = nullptr) {
+    ReplayLocationService::Options options;
+    options.speed = speed;
+    options.waitUntilIdle = std::move(waitUntilIdle);
+    options.capture = folder.write("w.btsnoop", bytes);
+    options.track = folder.write(
+        "w.gpx", R"(<gpx><trk><trkseg><trkpt lat="7" lon="2"><time>2026-05-09T10:00:00Z</time>
+                 </trkpt></trkseg></trk></gpx>)");
+    ReplayLocationService replay(std::move(options));
+    running = &replay;
+    const auto walker = std::make_shared<Walker>();
+    walker->now = [&replay] { return std::chrono::duration<double>(replay.now()).count(); };
+    const auto manager = replay.createManager();
+    manager->setDelegate(walker);
+    manager->startMonitoringForRegion(
+        CLBeaconRegion::initWithProximityUUID_identifier(kNetwork, "r"));
+    manager->startUpdatingLocation();
+    const std::string fault = faultOf([&] { replay.run(limit); });
+    running = nullptr;
+    return walker->heard.str() + fault;
+  }
+
+  const TemporaryFolder folder;
+  std::string bytes;
+  std::atomic<ReplayLocationService*> running = nullptr;
+  const std::string whole = "0 auth3; 0 at7; 1 state1; 2 rssi-70; 3 rssi-60; ";
+};
+
+TEST_F(Replay, IsTheSameAtEverySpeed) {
+  EXPECT_EQ(play(std::nullopt), whole);
+  EXPECT_EQ(play(50.0), whole);
+  EXPECT_EQ(play(std::nullopt, 2s), "0 auth3; 0 at7; 1 state1; 2 rssi-70; ");
+  bytes += "cut";
+  EXPECT_EQ(play(std::nullopt),
+            whole + "w.btsnoop: byte 170: the file ends inside a record's header");
+}
+
+TEST_F(Replay, WaitsBeforeTheClockMovesAndStopsWhenTold) {
+  std::string waits;
+  const auto wait = [&] {
+    waits += std::to_string(running.load()->now().count() / 100000) + " ";
+    if (running.load()->now() == 2s) running.load()->stop();
+  };
+  EXPECT_EQ(play(std::nullopt, std::nullopt, wait), "0 auth3; 0 at7; 1 state1; 2 rssi-70; ");
+  EXPECT_EQ(waits, "0 10 15 20 ");
+  std::jthread stopper([this] {
+    while (running.load() == nullptr) std::this_thread::yield();
+    running.load()->stop();
+  });
+  EXPECT_EQ(play(1e-6).find("state1"),
+            std::string::npos);  // or this would last for days
+}
+
+/// Keeps requests until a test lets them end.
+class SlowClient final : public HTTPClient {
+ public:
+  void execute(HTTPRequest request, Completion completion) override {
+    sent += request.url + " ";
+    waiting.push_back(std::move(completion));
+  }
+  void endOne() {
+    const Completion completion = std::move(waiting.front());
+    waiting.pop_front();
+    completion(std::nullopt, std::nullopt);
+  }
+
+  std::string sent;
+  std::deque<Completion> waiting;
+};
+
+TEST(Sequential, SendsOneAtATimeInOrder) {
+  const auto slow = std::make_shared<SlowClient>();
+  SequentialHTTPClient client(slow);
+  std::string ended;
+  const auto ask = [&](const std::string& url, const std::function<void()>& then) {
+    client.execute({.url = url, .method = "POST", .headers = {}, .body = {}},
+                   [&ended, url, then](auto, auto) {
+                     ended += url + " ";
+                     if (then) then();
+                   });
+  };
+  ask("a", [&] { ask("d", nullptr); });
+  ask("b", [] { throw std::runtime_error("b"); });
+  ask("c", nullptr);
+  EXPECT_EQ(slow->sent, "a ");
+  slow->endOne();
+  EXPECT_EQ(slow->sent, "a b ");
+  EXPECT_THROW(slow->endOne(), std::runtime_error);
+  EXPECT_EQ(slow->sent, "a b c ");
+  slow->waiting.clear();  // dropped, as a client that was shut down does
+  EXPECT_EQ(slow->sent, "a b c d ");
+  slow->endOne();
+  EXPECT_EQ(ended, "a b d ");
+}
+
+}  // namespace
