@@ -15,7 +15,8 @@
 #include "platform/replay/ReplayLocationService.h"
 #include "platform/replay/SequentialHTTPClient.h"
 #include "tests/location/Frames.h"
-#include "tests/replay/Capture.h"
+#include "tests/replay/CaptureWriter.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
@@ -240,9 +241,10 @@ TEST_F(Replay, IsTheSameAtEverySpeed) {
   EXPECT_EQ(play(std::nullopt), whole);
   EXPECT_EQ(play(50.0), whole);
   EXPECT_EQ(play(std::nullopt, 2s), "0 auth3; 0 at7; 1 state1; 2 rssi-70; ");
+  const std::string place = std::to_string(bytes.size());
   bytes += "cut";
   EXPECT_EQ(play(std::nullopt),
-            whole + "w.btsnoop: byte 170: the file ends inside a record's header");
+            whole + "w.btsnoop: byte " + place + ": the file ends inside a record's header");
 }
 
 TEST_F(Replay, WaitsBeforeTheClockMovesAndStopsWhenTold) {
@@ -297,7 +299,7 @@ TEST(Sequential, SendsOneAtATimeInOrder) {
   EXPECT_EQ(slow->sent, "a b ");
   EXPECT_THROW(slow->endOne(), std::runtime_error);
   EXPECT_EQ(slow->sent, "a b c ");
-  slow->waiting.clear();  // dropped, as a client that was shut down does
+  std::exchange(slow->waiting, {}).clear();  // dropped, as by a client that was shut down
   EXPECT_EQ(slow->sent, "a b c d ");
   slow->endOne();
   EXPECT_EQ(ended, "a b d ");

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "service/Certificate.h"
+
+/// One connection of a TLSServer.
+class TLSConnection {
+ public:
+  virtual ~TLSConnection() = default;
+  /// The next whole request, head and body; empty when the peer has gone.
+  virtual std::string readRequest() = 0;
+  virtual void write(const std::string& bytes) = 0;
+  /// Ends the connection with a reset.
+  virtual void reset() = 0;
+};
+
+/// A server with real TLS on a loopback port that answers byte for byte as a test says, also
+/// wrongly.
+class TLSServer {
+ public:
+  /// Serves each connection on a thread of its own; the connection is closed when `serve` returns.
+  using Serve = std::function<void(TLSConnection&)>;
+
+  TLSServer(const service::Certificate& certificate, Serve serve);
+  /// Ends all connections.
+  ~TLSServer();
+  TLSServer(const TLSServer&) = delete;
+  TLSServer& operator=(const TLSServer&) = delete;
+
+  std::uint16_t port() const { return port_; }
+  /// How many connections there have been.
+  int connections() const { return connections_; }
+
+  /// A serve function that answers each request with the same bytes, and keeps the requests.
+  static Serve answering(std::string reply, std::vector<std::string>* requests = nullptr);
+  /// A reply with a body.
+  static std::string reply(const std::string& body, const std::string& status = "200 OK",
+                           const std::string& moreHeaders = "");
+
+ private:
+  void acceptAll(void* context);
+
+  const Serve serve_;
+  int listener_ = -1;
+  std::uint16_t port_ = 0;
+  std::atomic<int> connections_ = 0;
+  std::mutex mutex_;
+  std::vector<int> open_;
+  std::vector<std::thread> threads_;
+  std::thread acceptor_;
+};
