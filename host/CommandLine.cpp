@@ -12,13 +12,16 @@ namespace {
 
 void addServiceOptions(CLI::App& command, ServiceOptions& options) {
   command.add_option("--info", options.info, "Property list with the credentials, XML or binary")
+      ->take_last()
       ->capture_default_str();
   command.add_flag("--json", options.json, "Print one JSON object a line");
   command.add_flag("--log", options.log,
                    "Write the library's log to standard error; it holds the credentials in clear");
-  command.add_option("--connect", options.connect,
-                     "HOST:PORT to connect to in place of the service's own host");
-  command.add_option("--ca", options.ca, "File of the certificates to trust, PEM");
+  command
+      .add_option("--connect", options.connect,
+                  "HOST:PORT to connect to in place of the service's own host")
+      ->take_last();
+  command.add_option("--ca", options.ca, "File of the certificates to trust, PEM")->take_last();
 }
 
 /// "max" is no speed at all; other texts are refused by the option's check before this.
@@ -42,7 +45,7 @@ CommandLine::CommandLine()
       nearestCommand_(app_.add_subcommand("nearest", "List the places near a coordinate")),
       payloadCommand_(app_.add_subcommand("payload", "Attach a JSON object to a beacon")),
       infoCommand_(app_.add_subcommand("info", "Say what this is and what it runs on")) {
-  app_.require_subcommand(1);
+  app_.require_subcommand(0, 1);  // none is refused after all words, so that a wrong one is named
   app_.footer(
       "Exit status: 0 done or interrupted, 1 the service failed, 2 a wrong option or file.");
   describeDetect();
@@ -53,7 +56,9 @@ CommandLine::CommandLine()
 
 void CommandLine::describeDetect() {
   CLI::App& command = *detectCommand_;
-  command.add_option("--capture", detect_.capture, "Play this btsnoop capture")->required();
+  command.add_option("--capture", detect_.capture, "Play this btsnoop capture")
+      ->required()
+      ->take_last();
   command.add_option("--track", detect_.track, "Positions for the capture, GPX")->type_name("TEXT");
   command
       .add_option_function<std::string>(
@@ -99,7 +104,8 @@ std::variant<DetectOptions, NearestOptions, PayloadOptions, InfoOptions> Command
   if (detectCommand_->parsed()) return detect_;
   if (nearestCommand_->parsed()) return nearest_;
   if (payloadCommand_->parsed()) return payload_;
-  return info_;
+  if (infoCommand_->parsed()) return info_;
+  throw CLI::RequiredError("A command");
 }
 
 }  // namespace host

@@ -88,7 +88,7 @@ std::shared_ptr<BVManager> Session::connect(const std::shared_ptr<Announcer>& an
   const bool answered = http_->waitUntilIdle(kPatience);
   if (isInterrupted()) return nullptr;
   if (!answered) failWith("not ready after 30 seconds");
-  if (!announcer->isReady()) failWith("not ready");
+  if (!announcer->isReady() || !http_->latestSucceeded()) failWith("not ready");
   return manager;
 }
 

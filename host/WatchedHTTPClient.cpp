@@ -22,8 +22,7 @@ void WatchedHTTPClient::execute(platform::HTTPRequest request, Completion comple
                                           auto response, auto body) {
     {
       const std::lock_guard lock(state->mutex);
-      state->latestOutcome =
-          response ? "status " + std::to_string(response->statusCode) : "no answer";
+      state->latestStatus = response ? response->statusCode : 0;
     }
     completion(std::move(response), std::move(body));
   });
@@ -34,9 +33,14 @@ bool WatchedHTTPClient::waitUntilIdle(std::chrono::seconds limit) const {
   return state_->changed.wait_for(lock, limit, [this] { return state_->underWay == 0; });
 }
 
+bool WatchedHTTPClient::latestSucceeded() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->latestStatus >= 200 && state_->latestStatus < 300;
+}
+
 std::string WatchedHTTPClient::latestOutcome() const {
   const std::lock_guard lock(state_->mutex);
-  return state_->latestOutcome;
+  return state_->latestStatus == 0 ? "no answer" : "status " + std::to_string(state_->latestStatus);
 }
 
 }  // namespace host

@@ -22,6 +22,9 @@ class WatchedHTTPClient final : public platform::HTTPClient {
   /// Not from inside a completion.
   bool waitUntilIdle(std::chrono::seconds limit) const;
 
+  /// Whether the latest request was answered with success. The library takes a refusal for an
+  /// answer like any other; a person wants to know.
+  bool latestSucceeded() const;
   /// What became of the latest request, for a person: "no answer" or "status 401".
   std::string latestOutcome() const;
 
@@ -30,7 +33,8 @@ class WatchedHTTPClient final : public platform::HTTPClient {
     mutable std::mutex mutex;
     mutable std::condition_variable changed;
     std::size_t underWay = 0;
-    std::string latestOutcome = "no answer";
+    /// Status of the latest response; 0 when there was none.
+    int latestStatus = 0;
   };
 
   const std::shared_ptr<platform::HTTPClient> inner_;

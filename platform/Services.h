@@ -20,7 +20,7 @@ struct Services {
   std::shared_ptr<PropertyList> propertyList;
   std::shared_ptr<LocationService> location;
   /// Null when nobody reads the log.
-  std::shared_ptr<Log> log;
+  std::shared_ptr<Log> log = nullptr;
 };
 
 /// Gives the library its services for the life of the process: call it once, before the first

@@ -21,13 +21,13 @@ class BRIVANE_EXPORT CurlHTTPClient final : public HTTPClient {
   struct Options {
     /// "HOST:PORT:OTHERHOST:OTHERPORT": connections for the first go to the second; the URL, the
     /// name that the certificate must bear and all else stay those of the first. Empty for none.
-    std::string connectTo;
+    std::string connectTo = {};
     /// File of the certificates to trust, PEM; empty for the system's.
-    std::string caFile;
+    std::string caFile = {};
     /// What is larger counts as a failure of the transport; after decompression.
     std::size_t maxReplyBytes = std::size_t{16} << 20U;
     /// Takes a line for each exception that left a completion. May be null.
-    std::shared_ptr<Log> log;
+    std::shared_ptr<Log> log = nullptr;
   };
 
   /// What it runs on: the versions of libcurl, the TLS library and others, one line.
