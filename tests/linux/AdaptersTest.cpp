@@ -23,8 +23,7 @@ using platform::PlistPropertyList;
 using platform::SimdJSON;
 
 std::string nested(int depth) {
-  return std::string(static_cast<std::size_t>(depth), '[') +
-         std::string(static_cast<std::size_t>(depth), ']');
+  return std::string(static_cast<std::size_t>(depth), '[') + std::string(static_cast<std::size_t>(depth), ']');
 }
 
 TEST(JSON, ReadsAndWritesTheSameCompactText) {
@@ -79,9 +78,8 @@ TEST(JSON, RefusesAllElse) {
   }
   JSONValue deep;
   for (int i = 0; i < 513; ++i) deep = JSONValue::List{deep};
-  for (const JSONValue& value :
-       {JSONValue(std::nan("")), JSONValue(JSONValue::List{HUGE_VAL}), JSONValue("\xFF"),
-        JSONValue(JSONValue::Object{{"\xC3", 1}}), deep}) {
+  for (const JSONValue& value : {JSONValue(std::nan("")), JSONValue(JSONValue::List{HUGE_VAL}), JSONValue("\xFF"),
+                                 JSONValue(JSONValue::Object{{"\xC3", 1}}), deep}) {
     EXPECT_TRUE(std::holds_alternative<JSONError>(json.write(value)));
   }
 }
@@ -113,9 +111,8 @@ TEST(Preferences, KeepTextsForLaterAndForOthers) {
 
 TEST(Preferences, LeaveADamagedFileAlone) {
   const TemporaryFolder folder;
-  const std::string damages[] = {"[preferences]\ninstallUUID", "installUUID=1\n",
-                                 "[preferences]\na=\xFF\xFE\n", std::string("[pref\0", 6),
-                                 "[preferences]\na=\\q\n"};
+  const std::string damages[] = {"[preferences]\ninstallUUID", "installUUID=1\n", "[preferences]\na=\xFF\xFE\n",
+                                 std::string("[pref\0", 6), "[preferences]\na=\\q\n"};
   for (const std::string& damage : damages) {
     const std::string path = folder.write("p", "");
     KeyFilePreferences earlier(path);
@@ -155,9 +152,8 @@ TEST(PropertyList, ReadsTextsFromXMLAndBinary) {
     EXPECT_FALSE(list.objectForInfoDictionaryKey("n"));
     EXPECT_FALSE(list.objectForInfoDictionaryKey("e"));
   }
-  for (const std::string& contents :
-       {std::string(), std::string("text"), xml.substr(0, 60), binary.substr(0, 40),
-        std::string("<plist><array/></plist>"), std::string((1 << 20) + 1, ' ')}) {
+  for (const std::string& contents : {std::string(), std::string("text"), xml.substr(0, 60), binary.substr(0, 40),
+                                      std::string("<plist><array/></plist>"), std::string((1 << 20) + 1, ' ')}) {
     const std::string path = folder.write("Info.plist", contents);
     EXPECT_THROW(PlistPropertyList{path}, std::runtime_error) << contents.substr(0, 99);
   }

@@ -62,17 +62,14 @@ class Curl : public testing::Test {
   }
 
   /// A client whose requests go to `server`, and which trusts `trusted`.
-  std::unique_ptr<CurlHTTPClient> client(const TLSServer& server,
-                                         const service::Certificate& trusted) {
-    return std::make_unique<CurlHTTPClient>(CurlHTTPClient::Options{
-        .connectTo = std::string(kHost) + ":443:127.0.0.1:" + std::to_string(server.port()),
-        .caFile = folder.write("ca.pem", trusted.certificatePEM),
-        .maxReplyBytes = 1000,
-        .log = nullptr});
+  std::unique_ptr<CurlHTTPClient> client(const TLSServer& server, const service::Certificate& trusted) {
+    return std::make_unique<CurlHTTPClient>(
+        CurlHTTPClient::Options{.connectTo = std::string(kHost) + ":443:127.0.0.1:" + std::to_string(server.port()),
+                                .caFile = folder.write("ca.pem", trusted.certificatePEM),
+                                .maxReplyBytes = 1000,
+                                .log = nullptr});
   }
-  std::unique_ptr<CurlHTTPClient> client(const TLSServer& server) {
-    return client(server, certificate);
-  }
+  std::unique_ptr<CurlHTTPClient> client(const TLSServer& server) { return client(server, certificate); }
 
   /// The outcome of one request to a server that behaves so.
   std::string outcome(const TLSServer::Serve& serve) {
@@ -102,9 +99,8 @@ TEST_F(Curl, WritesTheRequestByteForByte) {
   std::multiset<std::string> lines;
   std::istringstream head(sent.substr(0, sent.find("\r\n\r\n")));
   for (std::string line; std::getline(head, line);) lines.insert(line.substr(0, line.find('\r')));
-  for (const char* line :
-       {"Host: api.brivane.example", "Authorization: Bearer secret", "Content-Length: 3",
-        "Content-Type: application/x-www-form-urlencoded"}) {
+  for (const char* line : {"Host: api.brivane.example", "Authorization: Bearer secret", "Content-Length: 3",
+                           "Content-Type: application/x-www-form-urlencoded"}) {
     EXPECT_EQ(lines.count(line), 1U) << sent;
   }
   EXPECT_EQ(sent.find("Expect"), std::string::npos);
@@ -129,8 +125,7 @@ TEST_F(Curl, HandsOnEveryReplyAndFailsEveryBrokenOne) {
   EXPECT_EQ(outcome(raw("", true)), "none");
   EXPECT_EQ(outcome(raw("nonsense\r\n\r\n")), "none");
   EXPECT_EQ(outcome(raw(TLSServer::reply(large))), "none");
-  EXPECT_EQ(outcome(raw("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n3E9\r\n" + large +
-                        "\r\n0\r\n\r\n")),
+  EXPECT_EQ(outcome(raw("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n3E9\r\n" + large + "\r\n0\r\n\r\n")),
             "none");
   for (std::size_t cut = 0; cut < good.size(); cut += 7) {
     EXPECT_EQ(outcome(raw(good.substr(0, cut), true)), "none") << cut;
@@ -152,8 +147,7 @@ TEST_F(Curl, TrustsTheRightCertificateAlone) {
     TLSServer server(row.presented, TLSServer::answering(TLSServer::reply("{}")));
     // Each but the second is trusted, so that only what is wrong with it counts.
     const bool isStranger = &row == &rows[1];
-    EXPECT_EQ(outcome(*client(server, isStranger ? certificate : row.presented), request()),
-              row.outcome);
+    EXPECT_EQ(outcome(*client(server, isStranger ? certificate : row.presented), request()), row.outcome);
   }
 }
 
@@ -265,8 +259,7 @@ TEST_F(Curl, MayBeShutDownOrDestroyedInsideACallback) {
 TEST_F(Curl, ExitsCleanlyWithRequestsInFlight) {
   EXPECT_EXIT(
       {
-        auto* const server =
-            new TLSServer(certificate, [](TLSConnection& connection) { connection.readRequest(); });
+        auto* const server = new TLSServer(certificate, [](TLSConnection& connection) { connection.readRequest(); });
         auto* const forgotten = client(*server).release();
         for (int i = 0; i < 20; ++i) forgotten->execute(request(), [](auto, auto) {});
         std::exit(7);

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <set>
-
 #include "platform/JSONValue.h"
 #include "platform/UUID.h"
 
@@ -16,23 +14,13 @@ TEST(UUIDTest, ReadsItsCanonicalFormAlone) {
   ASSERT_TRUE(upper);
   EXPECT_EQ(upper->UUIDString(), canonical);
   EXPECT_EQ(UUID::initWithUUIDString("5c8e3d7a-41b2-4f60-9e0b-27d1a6c4f385"), upper);
-  for (const char* text :
-       {"", "5C8E3D7A-41B2-4F60-9E0B-27D1A6C4F38", "5C8E3D7A41B24F609E0B27D1A6C4F385",
-        "5C8E3D7A-41B2-4F60-9E0B-27D1A6C4F3855", "5C8E3D7AA41B2-4F60-9E0B-27D1A6C4F38",
-        "5C8E3D7A-41B2-4F60-9E0B-27D1A6C4F38G"}) {
+  for (const char* text : {"", "5C8E3D7A-41B2-4F60-9E0B-27D1A6C4F38", "5C8E3D7A41B24F609E0B27D1A6C4F385",
+                           "5C8E3D7A-41B2-4F60-9E0B-27D1A6C4F3855", "5C8E3D7AA41B2-4F60-9E0B-27D1A6C4F38",
+                           "5C8E3D7A-41B2-4F60-9E0B-27D1A6C4F38G"}) {
     EXPECT_FALSE(UUID::initWithUUIDString(text)) << text;
   }
-}
-
-TEST(UUIDTest, RandomOnesDifferAndSaySo) {
-  std::set<std::string> seen;
-  for (int i = 0; i < 100; ++i) {
-    const std::string text = UUID::random().UUIDString();
-    EXPECT_EQ(text[14], '4');
-    EXPECT_NE(std::string("89AB").find(text[19]), std::string::npos);
-    seen.insert(text);
-  }
-  EXPECT_EQ(seen.size(), 100U);
+  EXPECT_NE(UUID::random(), UUID::random());
+  EXPECT_EQ(UUID::random().UUIDString()[14], '4');  // the version
 }
 
 TEST(JSONValueTest, SharesFindsAndCompares) {
@@ -41,8 +29,7 @@ TEST(JSONValueTest, SharesFindsAndCompares) {
   EXPECT_EQ(copy.find("list"), object.find("list"));
   EXPECT_EQ(object.find("a")->integer(), 1);  // the first of equal keys
   EXPECT_EQ(object.find("b"), nullptr);
-  EXPECT_EQ(object,
-            JSONValue(JSONValue::Object{{"a", 1}, {"a", 2}, {"list", JSONValue::List{"x", {}}}}));
+  EXPECT_EQ(object, JSONValue(JSONValue::Object{{"a", 1}, {"a", 2}, {"list", JSONValue::List{"x", {}}}}));
   EXPECT_FALSE(JSONValue(1) == JSONValue(1.0));
   EXPECT_THROW(JSONValue("text").integer(), std::bad_variant_access);
 }

@@ -21,8 +21,7 @@ class CaptureWriter {
   }
 
   /// An LE advertising report, legacy or extended, with one manufacturer's data behind flags.
-  static std::string event(const platform::Advertisement& heard, bool extended = false,
-                           int dataStatus = 0) {
+  static std::string event(const platform::Advertisement& heard, bool extended = false, int dataStatus = 0) {
     std::string data = {2,
                         1,
                         6,
@@ -33,8 +32,8 @@ class CaptureWriter {
     data.append(heard.data.begin(), heard.data.end());
     const auto rssi = static_cast<char>(heard.rssi);
     const auto length = static_cast<char>(data.size());
-    std::string body = extended ? std::string{0x0D, 1, static_cast<char>(dataStatus << 5U)} +
-                                      std::string(12, 'x') + rssi + std::string(9, 'x')
+    std::string body = extended ? std::string{0x0D, 1, static_cast<char>(dataStatus << 5U)} + std::string(12, 'x') +
+                                      rssi + std::string(9, 'x')
                                 : std::string{0x02, 1} + std::string(8, 'x');
     body += length + data;
     if (!extended) body += rssi;
@@ -48,8 +47,8 @@ class CaptureWriter {
 
   void addPacket(double second, const std::string& packet, std::uint32_t flags) {
     const auto time = 0x00DCDDB30F2F8000 + static_cast<std::uint64_t>(second * 1e6);
-    bytes += number(packet.size(), 4) + number(packet.size(), 4) + number(flags, 4) + number(0, 4) +
-             number(time, 8) + packet;
+    bytes += number(packet.size(), 4) + number(packet.size(), 4) + number(flags, 4) + number(0, 4) + number(time, 8) +
+             packet;
   }
 
   std::string bytes;

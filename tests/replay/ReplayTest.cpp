@@ -15,6 +15,7 @@
 #include "platform/replay/ReplayLocationService.h"
 #include "platform/replay/SequentialHTTPClient.h"
 #include "tests/location/Frames.h"
+#include "tests/location/RecordingDelegate.h"
 #include "tests/replay/CaptureWriter.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -43,9 +44,8 @@ TEST(Btsnoop, ReadsAdvertisementsOfEveryFraming) {
       capture.addPacket(kMorning, "\x01\x03\x0C", 2);                     // a command
       capture.add(kMorning, std::string("\x0E\x04\x01\x03\x0C\x00", 6));  // another event
       capture.add(kMorning + 1, CaptureWriter::event(beaconFrame(kNetwork, 1, 2, -70), extended));
-      capture.add(kMorning, CaptureWriter::event({0x004D, {1}, 127}, extended));  // clock went back
-      if (extended)
-        capture.add(kMorning, CaptureWriter::event({1, {1}, -1}, true, 1));  // in pieces
+      capture.add(kMorning, CaptureWriter::event({0x004D, {1}, 127}, extended));         // clock went back
+      if (extended) capture.add(kMorning, CaptureWriter::event({1, {1}, -1}, true, 1));  // in pieces
       BtsnoopReader reader(folder.write("a.btsnoop", capture.bytes));
       const auto first = reader.next();
       ASSERT_TRUE(first) << datalink;
@@ -84,8 +84,7 @@ TEST(Btsnoop, NamesTheFaultAndItsPlaceAfterAllThatIsSound) {
       {"btsnoop", 0, "byte 0: not a btsnoop capture"},
       {with(0, "pcapng"), 0, "byte 0: not a btsnoop capture"},
       {with(8, CaptureWriter::number(2, 4)), 0, "byte 8: not version 1 of btsnoop"},
-      {with(12, CaptureWriter::number(1003, 4)), 0,
-       "byte 12: datalink 1003 is none of 1001, 1002 and 2001"},
+      {with(12, CaptureWriter::number(1003, 4)), 0, "byte 12: datalink 1003 is none of 1001, 1002 and 2001"},
       {good + "12345", 1, "byte " + place + ": the file ends inside a record's header"},
       {good + good.substr(16, 30), 1, "byte " + place + ": the file ends inside a record"},
       {good + CaptureWriter::number(~0ULL, 8) + std::string(16, '\0'), 1,
@@ -108,11 +107,9 @@ TEST(Btsnoop, NamesTheFaultAndItsPlaceAfterAllThatIsSound) {
 
 TEST(HCI, PassesOverWhatTheAirMalforms) {
   const auto count = [](std::string data) {
-    std::string body =
-        std::string{0x02, 1} + std::string(8, 'x') + static_cast<char>(data.size()) + data + '\xC0';
+    std::string body = std::string{0x02, 1} + std::string(8, 'x') + static_cast<char>(data.size()) + data + '\xC0';
     const std::string event = std::string{'\x3E', static_cast<char>(body.size())} + body;
-    return advertisementsIn({reinterpret_cast<const std::uint8_t*>(event.data()), event.size()})
-        .size();
+    return advertisementsIn({reinterpret_cast<const std::uint8_t*>(event.data()), event.size()}).size();
   };
   EXPECT_EQ(count(""), 0U);
   EXPECT_EQ(count({2, '\xFF', 1}), 0U);                                   // no whole company
@@ -126,10 +123,8 @@ TEST(Gpx, ReadsPointsByTimeOrNamesTheFault) {
   const auto track = [&folder](const std::string& points) {
     return folder.write("t.gpx", "<gpx><trk><trkseg>" + points + "</trkseg></trk></gpx>");
   };
-  const std::string early =
-      R"(<trkpt lat="-1.5" lon="2"><time>2026-05-09T10:00:00.25Z</time></trkpt>)";
-  const std::string late =
-      R"(<trkpt lat="1" lon="2"><time>2026-05-09T12:00:01+01:30</time><hdop>2</hdop></trkpt>)";
+  const std::string early = R"(<trkpt lat="-1.5" lon="2"><time>2026-05-09T10:00:00.25Z</time></trkpt>)";
+  const std::string late = R"(<trkpt lat="1" lon="2"><time>2026-05-09T12:00:01+01:30</time><hdop>2</hdop></trkpt>)";
   const auto points = readGpxTrack(track(late + early));
   ASSERT_EQ(points.size(), 2U);
   EXPECT_EQ(points[0].time, Instant(1778320800250000));
@@ -152,50 +147,10 @@ TEST(Gpx, ReadsPointsByTimeOrNamesTheFault) {
   for (const auto& [point, fault] : faults) {
     EXPECT_EQ(faultOf([&] { readGpxTrack(track(point)); }), fault) << point;
   }
-  EXPECT_EQ(faultOf([&] { readGpxTrack(folder.write("t.gpx", "<kml/>")); }),
-            "t.gpx: byte 0: not a GPX file");
-  EXPECT_NE(faultOf([&] { readGpxTrack(folder.write("t.gpx", "<gpx><trk>")); }).find("byte"),
-            std::string::npos);
+  EXPECT_EQ(faultOf([&] { readGpxTrack(folder.write("t.gpx", "<kml/>")); }), "t.gpx: byte 0: not a GPX file");
+  EXPECT_NE(faultOf([&] { readGpxTrack(folder.write("t.gpx", "<gpx><trk>")); }).find("byte"), std::string::npos);
   EXPECT_EQ(faultOf([] { readGpxTrack("/nowhere/t.gpx"); }), "t.gpx: no such file");
 }
-
-/// Writes down when it hears what.
-class Walker final : public CLLocationManagerDelegate {
- public:
-  std::function<double()> now;
-  std::ostringstream heard;
-
- private:
-  void locationManager_didChangeAuthorizationStatus(CLLocationManager&, std::int32_t s) override {
-    heard << now() << " auth" << s << "; ";
-  }
-  void locationManager_didDetermineState_forRegion(CLLocationManager& manager, std::int64_t s,
-                                                   const CLBeaconRegion& region) override {
-    heard << now() << " state" << s << "; ";
-    if (s == kCLRegionStateInside) {
-      manager.startRangingBeaconsInRegion(CLBeaconRegion::initWithProximityUUID_identifier(
-          region.proximityUUID(), region.identifier()));
-    }
-  }
-  void locationManager_didEnterRegion(CLLocationManager&, const CLBeaconRegion&) override {}
-  void locationManager_didExitRegion(CLLocationManager&, const CLBeaconRegion&) override {}
-  void locationManager_didRangeBeacons_inRegion(CLLocationManager&,
-                                                const std::vector<CLBeacon>& beacons,
-                                                const CLBeaconRegion&) override {
-    heard << now() << " rssi" << beacons.at(0).rssi << "; ";
-  }
-  void locationManager_didUpdateLocations(CLLocationManager&,
-                                          const std::vector<CLLocation>& locations) override {
-    heard << now() << " at" << locations.at(0).coordinate.latitude << "; ";
-  }
-  void locationManager_didFailWithError(CLLocationManager&, const std::string&) override {}
-  void locationManager_monitoringDidFailForRegion_withError(CLLocationManager&,
-                                                            const CLBeaconRegion&,
-                                                            const std::string&) override {}
-  void locationManager_rangingBeaconsDidFailForRegion_withError(CLLocationManager&,
-                                                                const CLBeaconRegion&,
-                                                                const std::string&) override {}
-};
 
 class Replay : public testing::Test {
  protected:
@@ -214,37 +169,38 @@ class Replay : public testing::Test {
     options.speed = speed;
     options.waitUntilIdle = std::move(waitUntilIdle);
     options.capture = folder.write("w.btsnoop", bytes);
-    options.track = folder.write(
-        "w.gpx", R"(<gpx><trk><trkseg><trkpt lat="7" lon="2"><time>2026-05-09T10:00:00Z</time>
+    options.track = folder.write("w.gpx", R"(<gpx><trk><trkseg><trkpt lat="7" lon="2"><time>2026-05-09T10:00:00Z</time>
                  </trkpt></trkseg></trk></gpx>)");
     ReplayLocationService replay(std::move(options));
     running = &replay;
-    const auto walker = std::make_shared<Walker>();
-    walker->now = [&replay] { return std::chrono::duration<double>(replay.now()).count(); };
+    const auto walker = std::make_shared<RecordingDelegate>();
+    walker->prefix = [&replay] { return std::to_string(replay.now() / 1s) + ":"; };
+    const auto region = CLBeaconRegion::initWithProximityUUID_identifier(kNetwork, "r");
+    walker->onEach = [&region](auto& manager, auto& call) {
+      if (call == "enter") manager.startRangingBeaconsInRegion(region);
+    };
     const auto manager = replay.createManager();
     manager->setDelegate(walker);
-    manager->startMonitoringForRegion(
-        CLBeaconRegion::initWithProximityUUID_identifier(kNetwork, "r"));
+    manager->startMonitoringForRegion(region);
     manager->startUpdatingLocation();
     const std::string fault = faultOf([&] { replay.run(limit); });
     running = nullptr;
-    return walker->heard.str() + fault;
+    return walker->take() + fault;
   }
 
   const TemporaryFolder folder;
   std::string bytes;
   std::atomic<ReplayLocationService*> running = nullptr;
-  const std::string whole = "0 auth3; 0 at7; 1 state1; 2 rssi-70; 3 rssi-60; ";
+  const std::string whole = "0:auth3 0:at 1:enter 1:state1 2:range-70 3:range-60";
 };
 
 TEST_F(Replay, IsTheSameAtEverySpeed) {
   EXPECT_EQ(play(std::nullopt), whole);
   EXPECT_EQ(play(50.0), whole);
-  EXPECT_EQ(play(std::nullopt, 2s), "0 auth3; 0 at7; 1 state1; 2 rssi-70; ");
+  EXPECT_EQ(play(std::nullopt, 2s), "0:auth3 0:at 1:enter 1:state1 2:range-70");
   const std::string place = std::to_string(bytes.size());
   bytes += "cut";
-  EXPECT_EQ(play(std::nullopt),
-            whole + "w.btsnoop: byte " + place + ": the file ends inside a record's header");
+  EXPECT_EQ(play(std::nullopt), whole + "w.btsnoop: byte " + place + ": the file ends inside a record's header");
 }
 
 TEST_F(Replay, WaitsBeforeTheClockMovesAndStopsWhenTold) {
@@ -253,7 +209,7 @@ TEST_F(Replay, WaitsBeforeTheClockMovesAndStopsWhenTold) {
     waits += std::to_string(running.load()->now().count() / 100000) + " ";
     if (running.load()->now() == 2s) running.load()->stop();
   };
-  EXPECT_EQ(play(std::nullopt, std::nullopt, wait), "0 auth3; 0 at7; 1 state1; 2 rssi-70; ");
+  EXPECT_EQ(play(std::nullopt, std::nullopt, wait), "0:auth3 0:at 1:enter 1:state1 2:range-70");
   EXPECT_EQ(waits, "0 10 15 20 ");
   std::jthread stopper([this] {
     while (running.load() == nullptr) std::this_thread::yield();
@@ -285,11 +241,10 @@ TEST(Sequential, SendsOneAtATimeInOrder) {
   SequentialHTTPClient client(slow);
   std::string ended;
   const auto ask = [&](const std::string& url, const std::function<void()>& then) {
-    client.execute({.url = url, .method = "POST", .headers = {}, .body = {}},
-                   [&ended, url, then](auto, auto) {
-                     ended += url + " ";
-                     if (then) then();
-                   });
+    client.execute({.url = url, .method = "POST", .headers = {}, .body = {}}, [&ended, url, then](auto, auto) {
+      ended += url + " ";
+      if (then) then();
+    });
   };
   ask("a", [&] { ask("d", nullptr); });
   ask("b", [] { throw std::runtime_error("b"); });

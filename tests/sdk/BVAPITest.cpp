@@ -19,24 +19,15 @@ class Recorder final : public BVAPIDelegate {
   std::shared_ptr<const BVAPIResolveRequest> request;
 
  private:
-  void receivedLogin(const std::shared_ptr<const BVAPILogin>&) override {
-    calls.emplace_back("login");
-  }
-  void receivedSync(const std::shared_ptr<const BVAPISync>&) override {
-    calls.emplace_back("sync");
-  }
-  void receivedResolve_forRequest(
-      const std::shared_ptr<const BVAPIResolve>& resolve,
-      const std::shared_ptr<const BVAPIResolveRequest>& answered) override {
+  void receivedLogin(const std::shared_ptr<const BVAPILogin>&) override { calls.emplace_back("login"); }
+  void receivedSync(const std::shared_ptr<const BVAPISync>&) override { calls.emplace_back("sync"); }
+  void receivedResolve_forRequest(const std::shared_ptr<const BVAPIResolve>& resolve,
+                                  const std::shared_ptr<const BVAPIResolveRequest>& answered) override {
     calls.push_back(resolve->description());
     request = answered;
   }
-  void receivedPayload(const std::shared_ptr<const BVAPIPayload>&) override {
-    calls.emplace_back("payload");
-  }
-  void receivedNearest(const std::shared_ptr<const BVAPINearest>&) override {
-    calls.emplace_back("nearest");
-  }
+  void receivedPayload(const std::shared_ptr<const BVAPIPayload>&) override { calls.emplace_back("payload"); }
+  void receivedNearest(const std::shared_ptr<const BVAPINearest>&) override { calls.emplace_back("nearest"); }
 };
 
 class API : public testing::Test {
@@ -69,41 +60,23 @@ TEST_F(API, WritesEveryRequestInItsWireForm) {
   const Row rows[] = {
       {[](BVAPI& a) { a.loginWithAPIKey_andSecret("k y&", ""); },
        "oauth2/token/",
-       {{"grant_type", "client_credentials"},
-        {"client_id", "k y"},
-        {"", ""},
-        {"client_secret", ""}}},
+       {{"grant_type", "client_credentials"}, {"client_id", "k y"}, {"", ""}, {"client_secret", ""}}},
       {[](BVAPI& a) { a.sync(); }, "sync/", withDevice({})},
-      {[](BVAPI& a) {
-         a.resolve_withMajor_withMinor_withRSSI_withBattery("Ñu", 0, (1LL << 32) + 3, -67, -1);
-       },
-       "resolve/",
-       withDevice(
-           {{"uuid", "Nu"}, {"major", "0"}, {"minor", "3"}, {"rssi", "-67"}, {"battery", "-1"}})},
+      {[](BVAPI& a) { a.resolve_withMajor_withMinor_withRSSI_withBattery("Ñu", 0, (1LL << 32) + 3, -67, -1); },
+       "resolve/", withDevice({{"uuid", "Nu"}, {"major", "0"}, {"minor", "3"}, {"rssi", "-67"}, {"battery", "-1"}})},
       {[](BVAPI& a) { a.resolveWithLat_withLng_withAccuracy(40.4168, -3.7038, 65.9); }, "tracker/",
-       withDevice({{"lat", "40.416800"},
-                   {"lng", "-3.703800"},
-                   {"radius", "65"},
-                   {"speed", "0"},
-                   {"provider", "ios"}})},
+       withDevice({{"lat", "40.416800"}, {"lng", "-3.703800"}, {"radius", "65"}, {"speed", "0"}, {"provider", "ios"}})},
       {[](BVAPI& a) { a.resolveWithLat_withLng_withAccuracy(0, -0.0000004, 1e300); }, "tracker/",
-       withDevice({{"lat", "0.000000"},
-                   {"lng", "-0.000000"},
-                   {"radius", "2147483647"},
-                   {"speed", "0"},
-                   {"provider", "ios"}})},
+       withDevice(
+           {{"lat", "0.000000"}, {"lng", "-0.000000"}, {"radius", "2147483647"}, {"speed", "0"}, {"provider", "ios"}})},
       {[](BVAPI& a) { a.resolveWithLat_withLng_withAccuracy(90, 180, kNaN); }, "tracker/",
-       withDevice({{"lat", "90.000000"},
-                   {"lng", "180.000000"},
-                   {"radius", "0"},
-                   {"speed", "0"},
-                   {"provider", "ios"}})},
+       withDevice({{"lat", "90.000000"}, {"lng", "180.000000"}, {"radius", "0"}, {"speed", "0"}, {"provider", "ios"}})},
       {[](BVAPI& a) { a.getNearestForLat_withLng_insideRadius(40.4168, 1e-4, 4294967796); },
        "nearest/",
        {{"lat", "40.4168"}, {"lng", "0.0001"}, {"radius", "500"}}},
       {[](BVAPI& a) {
-         a.setPayload_forWaybeaconUUID(
-             platform::JSONValue::Object{{"a", 1}, {"ß", "ª¿€\u0301\xF0\x9F\x98\x80"}}, "u=1");
+         a.setPayload_forWaybeaconUUID(platform::JSONValue::Object{{"a", 1}, {"ß", "ª¿€\u0301\xF0\x9F\x98\x80"}},
+                                       "u=1");
        },
        "payload/",
        {{"uuid", "u=1"}, {"payload", R"({"a":1,"s":"a????"})"}}},
@@ -185,8 +158,8 @@ TEST_F(API, HandsRecordsOnWithTheRequestTheyAnswer) {
   api->resolveWithLat_withLng_withAccuracy(1, 2, 3);
   services.reply(R"({"match":"g"})");
   EXPECT_EQ(recorder->request, nullptr);
-  EXPECT_EQ(services.takeLog(), (Lines{"URL: https://api.brivane.example/api/v1/tracker/",
-                                       R"(DATA: {"match":"g"})", "Resolve GPS done"}));
+  EXPECT_EQ(services.takeLog(),
+            (Lines{"URL: https://api.brivane.example/api/v1/tracker/", R"(DATA: {"match":"g"})", "Resolve GPS done"}));
   EXPECT_EQ(recorder->calls, (Lines{"Match UUID: m", "Match UUID: g"}));
 
   for (const auto& [major, minor] : {std::pair{65535, 1}, {1, 65535}, {65535, 65535}}) {

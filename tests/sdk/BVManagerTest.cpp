@@ -50,15 +50,12 @@ TEST_F(Manager, RefusesAHostThatIsNotConfigured) {
     const char* name;
     const char* reason;
   };
-  const char* credentials =
-      "Not found Brivane SDK/API Credentials in Main bundle (check Info.plist)";
+  const char* credentials = "Not found Brivane SDK/API Credentials in Main bundle (check Info.plist)";
   const Row rows[] = {
       {{}, "BVAPICredentialsNotFound", credentials},
       {{{"BrivaneAPIKey", "k"}}, "BVAPICredentialsNotFound", credentials},
       {{{"BrivaneAPIKey", ""}, {"BrivaneAPISecret", "s"}}, "BVAPICredentialsNotFound", credentials},
-      {{{"BrivaneAPIKey", "k"},
-        {"BrivaneAPISecret", "s"},
-        {"NSLocationAlwaysUsageDescription", ""}},
+      {{{"BrivaneAPIKey", "k"}, {"BrivaneAPISecret", "s"}, {"NSLocationAlwaysUsageDescription", ""}},
        "BVCoreLocationAuthError",
        "Not NSLocationAlwaysUsageDescription found (check Info.plist)"},
   };
@@ -82,20 +79,19 @@ TEST_F(Manager, RefusesAHostThatIsNotConfigured) {
 TEST_F(Manager, BecomesReadyWithTheSyncReply) {
   const auto manager = BVManager::initWithDelegate(host);
   EXPECT_EQ(services.takeOperations(), (Lines{"create", "delegate", "ask"}));
-  EXPECT_EQ(services.takeLog(), (Lines{"Init with delegate!", "API Key: key - API Secret: secret",
-                                       "Requesting always auth"}));
+  EXPECT_EQ(services.takeLog(),
+            (Lines{"Init with delegate!", "API Key: key - API Secret: secret", "Requesting always auth"}));
   services.reply(R"({"access_token":"t","expires_in":-1795253400000})");
   Lines log = services.takeLog();
   log.erase(log.begin());      // the body
   log.erase(log.begin() + 5);  // the date, which runs with the clock
-  EXPECT_EQ(log, (Lines{"Access token: t", "Received login callback!!!", "-> Token: t",
-                        "-> Scope: (null)", "-> Expires in: -1795253400000", "-> Type: (null)"}));
+  EXPECT_EQ(log, (Lines{"Access token: t", "Received login callback!!!", "-> Token: t", "-> Scope: (null)",
+                        "-> Expires in: -1795253400000", "-> Type: (null)"}));
   manager->locationManager_didChangeAuthorizationStatus(services, 3);  // too early
   EXPECT_EQ(services.takeLog(), Lines{"AUTHORIZATION!"});
   services.reply(R"({"offline":1,"pubkey":"k"})");
-  EXPECT_EQ(services.takeLog(),
-            (Lines{R"(DATA: {"offline":1,"pubkey":"k"})", "Sync done", "Received sync callback!!!",
-                   "-> Status: 0", "-> Offline: 1", "-> Internal: 0", "-> Public key: k"}));
+  EXPECT_EQ(services.takeLog(), (Lines{R"(DATA: {"offline":1,"pubkey":"k"})", "Sync done", "Received sync callback!!!",
+                                       "-> Status: 0", "-> Offline: 1", "-> Internal: 0", "-> Public key: k"}));
   EXPECT_EQ(host->ready, 1);
   manager->locationManager_didChangeAuthorizationStatus(services, 3);
   EXPECT_EQ(host->ready, 1);
@@ -158,8 +154,7 @@ TEST_F(Manager, StartsAndStopsDetection) {
   services.takeLog();
   EXPECT_TRUE(manager->startDetection());
   EXPECT_TRUE(manager->isScanning());
-  EXPECT_EQ(services.takeLog(),
-            (Lines{"Start detection", "Region: 5C8E3D7A-41B2-4F60-9E0B-27D1A6C4F385"}));
+  EXPECT_EQ(services.takeLog(), (Lines{"Start detection", "Region: 5C8E3D7A-41B2-4F60-9E0B-27D1A6C4F385"}));
   const Lines started = {"monitor BrivaneNetwork", "state of BrivaneNetwork"};
   EXPECT_EQ(services.takeOperations(), started);
 
@@ -177,9 +172,8 @@ TEST_F(Manager, StartsAndStopsDetection) {
             (Lines{started[0], started[1], "accuracy 10.000000", "filter 20.000000", "update"}));
   determine(*manager, 1);
   EXPECT_TRUE(manager->stopDetection());
-  EXPECT_EQ(services.takeOperations(),
-            (Lines{"range BrivaneNetwork", "stop monitoring BrivaneNetwork",
-                   "stop ranging BrivaneNetwork", "stop updating"}));
+  EXPECT_EQ(services.takeOperations(), (Lines{"range BrivaneNetwork", "stop monitoring BrivaneNetwork",
+                                              "stop ranging BrivaneNetwork", "stop updating"}));
   EXPECT_FALSE(manager->isScanning());
 }
 
@@ -230,24 +224,22 @@ TEST_F(Manager, AsksOnceAndThenAnswersFromTheCache) {
   forget();
 
   range(*early, {beacon(65535, 65535), beacon(1, 2)});
-  EXPECT_EQ(services.takeLog(),
-            (Lines{"Ranging beacons ok", "-> Major: 65535 - Minor: 65535", "-> Major: 1 - Minor: 2",
-                   "Cache miss, goes to API", "Resolving..."}));
+  EXPECT_EQ(services.takeLog(), (Lines{"Ranging beacons ok", "-> Major: 65535 - Minor: 65535", "-> Major: 1 - Minor: 2",
+                                       "Cache miss, goes to API", "Resolving..."}));
   ASSERT_EQ(services.requests.size(), 1U);
   EXPECT_EQ(FakeServices::fields(services.requests.front())["rssi"], "-60");
   services.reply(kKnown);
   services.takeLog();
   range(*early, {beacon(1, 2)});
-  EXPECT_EQ(services.takeLog(), (Lines{"Ranging beacons ok", "-> Major: 1 - Minor: 2", "Cache hit",
-                                       "Received resolve!!!"}));
+  EXPECT_EQ(services.takeLog(),
+            (Lines{"Ranging beacons ok", "-> Major: 1 - Minor: 2", "Cache hit", "Received resolve!!!"}));
   ASSERT_EQ(host->matches.size(), 2U);
   EXPECT_EQ(host->matches[0], host->matches[1]);  // the same object, the service's rssi in it
   EXPECT_EQ(host->matches[1]->rssi(), -50);
 
   // A later reply for the key replaces the record; one without a delegate is cached all the same.
   early->setDelegate(nullptr);
-  const auto request =
-      BVAPIResolveRequest::initWithUUID_withMajor_withMinor(BVNetwork::proximityUUID(), 1, 2);
+  const auto request = BVAPIResolveRequest::initWithUUID_withMajor_withMinor(BVNetwork::proximityUUID(), 1, 2);
   const auto replacement = BVAPIResolve::parse("{}");
   early->receivedResolve_forRequest(replacement, request);
   early->setDelegate(host);

@@ -20,9 +20,7 @@ class Records : public testing::Test {
   FakeServices& services = FakeServices::get();
 };
 
-std::string inBody(const char* key, const std::string& value) {
-  return std::string("{\"") + key + "\":" + value + "}";
-}
+std::string inBody(const char* key, const std::string& value) { return std::string("{\"") + key + "\":" + value + "}"; }
 
 TEST_F(Records, ReadNumbersAndBooleansFromWhateverTheServiceSends) {
   ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);  // where 4,5 is a number
@@ -77,12 +75,11 @@ TEST_F(Records, ReadNumbersAndBooleansFromWhateverTheServiceSends) {
 }
 
 TEST_F(Records, KeepTextsAsTheyStandAndOtherValuesAsTheirJSON) {
-  const auto waybeacon =
-      BVAPIResolve::parse(
-          R"({"waybeacon":{"uuid":"a\u00e9","name":12.50,"location":null,"accesibility":{"b":[true]},
+  const auto waybeacon = BVAPIResolve::parse(
+                             R"({"waybeacon":{"uuid":"a\u00e9","name":12.50,"location":null,"accesibility":{"b":[true]},
           "accessibility":"other","url":"","latitude":"41.38","longitude":2,
           "payload":{"a":1}}})")
-          ->waybeacon();
+                             ->waybeacon();
   EXPECT_EQ(waybeacon->uuid(), "aé");
   EXPECT_EQ(waybeacon->name(), "12.5");
   EXPECT_EQ(waybeacon->location(), std::nullopt);
@@ -145,11 +142,10 @@ TEST_F(Records, BodiesThatAreNoTextLogAsNull) {
 TEST_F(Records, NearestKeepsTheOrderAndHasNoEmptyList) {
   EXPECT_EQ(BVAPINearest::parse("{}")->beacons(), nullptr);
   EXPECT_EQ(BVAPINearest::parse(R"({"beacons":[]})")->beacons(), nullptr);
-  const auto places =
-      BVAPINearest::parse(
-          R"({"beacons":[{"distance":9,"local":{"name":"b","uuid":"u","zip":"08002","phone":93}},
+  const auto places = BVAPINearest::parse(
+                          R"({"beacons":[{"distance":9,"local":{"name":"b","uuid":"u","zip":"08002","phone":93}},
                      {"distance":"1.5"},{"local":{}}]})")
-          ->beacons();
+                          ->beacons();
   ASSERT_EQ(places->size(), 3U);
   const BVLocal& first = *places->at(0)->local();
   EXPECT_EQ(first.name(), "b");
@@ -162,14 +158,12 @@ TEST_F(Records, NearestKeepsTheOrderAndHasNoEmptyList) {
 }
 
 TEST_F(Records, RepliesOfAnotherFormThrow) {
-  for (const char* body :
-       {"[]", R"({"status":null})", R"({"beacon":null})", R"({"beacon":[]})", R"({"rssi":null})",
-        R"({"rssi":[1]})", R"({"waybeacon":null})", R"({"waybeacon":{"latitude":{}}})"}) {
+  for (const char* body : {"[]", R"({"status":null})", R"({"beacon":null})", R"({"beacon":[]})", R"({"rssi":null})",
+                           R"({"rssi":[1]})", R"({"waybeacon":null})", R"({"waybeacon":{"latitude":{}}})"}) {
     EXPECT_THROW(BVAPIResolve::parse(body), BVInvalidReply) << body;
   }
-  for (const char* body :
-       {R"({"beacons":null})", R"({"beacons":{}})", R"({"beacons":[{},1]})",
-        R"({"beacons":[{"local":7}]})", R"({"beacons":[{"local":{"zip":null}}]})"}) {
+  for (const char* body : {R"({"beacons":null})", R"({"beacons":{}})", R"({"beacons":[{},1]})",
+                           R"({"beacons":[{"local":7}]})", R"({"beacons":[{"local":{"zip":null}}]})"}) {
     EXPECT_THROW(BVAPINearest::parse(body), BVInvalidReply) << body;
   }
   EXPECT_THROW(BVAPIPayload::parse(R"({"status":{}})"), BVInvalidReply);

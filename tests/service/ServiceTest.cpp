@@ -45,8 +45,7 @@ TEST(Form, SplitsOnlyWhereAKnownKeyBegins) {
       {"b={&a=}&a=2", {{"a", "2"}, {"b", "{&a=}"}}},
       {"x=1&a=2&", {{"a", "2&"}}},
   };
-  for (const auto& [body, fields] : rows)
-    EXPECT_EQ(parseFormBody(body, {"a", "b"}), fields) << body;
+  for (const auto& [body, fields] : rows) EXPECT_EQ(parseFormBody(body, {"a", "b"}), fields) << body;
 }
 
 TEST(Networks, NameWhatIsWrongAndWhere) {
@@ -61,13 +60,10 @@ TEST(Networks, NameWhatIsWrongAndWhere) {
       {network(replaced(beacon(1), "accesib", "accessib")), place + ".accesibility: missing"},
       {network(replaced(beacon(1), "\"n\"", "7")), place + ".name: not a text"},
       {network(beacon(65536)), place + ".minor: not an integer from 0 to 65535"},
-      {network(replaced(beacon(1), "40.000", "91")),
-       place + ".latitude: not a number from -90 to 90"},
+      {network(replaced(beacon(1), "40.000", "91")), place + ".latitude: not a number from -90 to 90"},
       {network(replaced(beacon(1), "{}", "[]")), place + ".payload: not an object"},
-      {network(beacon(1) + "," + beacon(1)),
-       "places[0].beacons[1]: another beacon has this major and minor"},
-      {network(beacon(1) + "," + replaced(beacon(2), "b2", "b1")),
-       "places[0].beacons[1].uuid: another beacon has it"},
+      {network(beacon(1) + "," + beacon(1)), "places[0].beacons[1]: another beacon has this major and minor"},
+      {network(beacon(1) + "," + replaced(beacon(2), "b2", "b1")), "places[0].beacons[1].uuid: another beacon has it"},
   };
   for (const auto& [text, fault] : rows) {
     try {
@@ -98,8 +94,7 @@ class Answers : public testing::Test {
 TEST_F(Answers, LetOnlyTheRightClientInAndOnlyForAWhile) {
   const std::string login = "grant_type=client_credentials&client_id=k&client_secret=";
   EXPECT_EQ(ask("oauth2/token/", login + "x"), R"(401 {"error":"invalid_client"})");
-  EXPECT_EQ(ask("oauth2/token/", "grant_type=password"),
-            R"(400 {"error":"unsupported_grant_type"})");
+  EXPECT_EQ(ask("oauth2/token/", "grant_type=password"), R"(400 {"error":"unsupported_grant_type"})");
   EXPECT_EQ(ask("sync/", "model=m&installID=i"), R"(401 {"error":"invalid_token"})");
   const Reply reply = endpoints.answer("oauth2/token/", "", login + "s");
   authorization = "Bearer " + reply.body["access_token"].get<std::string>();
@@ -111,14 +106,12 @@ TEST_F(Answers, LetOnlyTheRightClientInAndOnlyForAWhile) {
 }
 
 TEST_F(Answers, ResolveTrackListAndKeep) {
-  const Reply login = endpoints.answer("oauth2/token/", "",
-                                       "client_secret=s&client_id=k&grant_type=client_credentials");
+  const Reply login =
+      endpoints.answer("oauth2/token/", "", "client_secret=s&client_id=k&grant_type=client_credentials");
   authorization = "Bearer " + login.body["access_token"].get<std::string>();
   const std::string uuid = "uuid=5c8e3d7a-41b2-4f60-9e0b-27d1a6c4f385";
   const std::string unknown = R"(200 {"status":false})";
-  const auto holds = [](const std::string& answer, const char* part) {
-    return answer.find(part) != std::string::npos;
-  };
+  const auto holds = [](const std::string& answer, const char* part) { return answer.find(part) != std::string::npos; };
   const auto bad = [](const std::string& what) {
     return R"(400 {"error":"invalid_request","error_description":")" + what + "\"}";
   };
@@ -129,8 +122,7 @@ TEST_F(Answers, ResolveTrackListAndKeep) {
   EXPECT_EQ(ask("resolve/", uuid + "&minor=1&rssi=-60"), bad("major is missing"));
   EXPECT_EQ(ask("resolve/", uuid + "&major=1&minor=1x&rssi=-60"), bad("minor is not a number"));
   EXPECT_TRUE(holds(ask("tracker/", "lat=40.000400&lng=-3.0&radius=5"), R"("match":"b1")"));
-  EXPECT_EQ(ask("tracker/", "lat=40.0009&lng=-3.0&radius=5"),
-            R"(200 {"status":true,"beacon":null})");
+  EXPECT_EQ(ask("tracker/", "lat=40.0009&lng=-3.0&radius=5"), R"(200 {"status":true,"beacon":null})");
   EXPECT_TRUE(holds(ask("tracker/", "lat=40.0009&lng=-3.0&radius=101"), R"("match":"b1")"));
   EXPECT_TRUE(holds(ask("nearest/", "lat=40&lng=-3&radius=112"), R"("local":{"name":"P",)"));
   EXPECT_EQ(ask("nearest/", "lat=40&lng=-3&radius=111"), R"(200 {"beacons":[]})");
@@ -153,8 +145,8 @@ TEST(FaultTest, AreChosenBySeedAndReadFromText) {
   EXPECT_NE(run(1), run(2));
   const std::string drawn = run(1);
   EXPECT_NEAR(static_cast<double>(std::count(drawn.begin(), drawn.end(), 'd')), 30.0, 15.0);
-  for (const char* text : {"", "drop", "drop=", "drop=1.1", "drop=-1", "drop=nan", "burn=0.1",
-                           "delay=0.1", "delay=0.1:", "delay=0.1:1s"}) {
+  for (const char* text : {"", "drop", "drop=", "drop=1.1", "drop=-1", "drop=nan", "burn=0.1", "delay=0.1",
+                           "delay=0.1:", "delay=0.1:1s"}) {
     EXPECT_THROW(Fault::parse(text), std::invalid_argument) << text;
   }
 }
@@ -194,11 +186,10 @@ TEST(Served, AnswersAndFailsOverRealTLS) {
          .caFile = folder.write("ca.pem", certificate.certificatePEM)});
     std::promise<std::string> outcome;
     const std::string once = std::string("https://") + kHost + "/api/v1/";
-    client.execute(
-        {.url = once + once + "sync/", .method = "POST", .headers = {}, .body = "a=b"},
-        [&outcome](auto response, auto body) {
-          outcome.set_value(response ? std::to_string(response->statusCode) + " " + *body : "none");
-        });
+    client.execute({.url = once + once + "sync/", .method = "POST", .headers = {}, .body = "a=b"},
+                   [&outcome](auto response, auto body) {
+                     outcome.set_value(response ? std::to_string(response->statusCode) + " " + *body : "none");
+                   });
     EXPECT_EQ(outcome.get_future().get(), expected) << fault;
   }
 }

@@ -51,8 +51,7 @@ class Connection final : public TLSConnection {
     }
     const std::size_t head = buffer_.find("\r\n\r\n") + 4;
     const std::size_t field = buffer_.find("Content-Length: ");
-    const std::size_t size =
-        head + (field < head ? std::strtoul(&buffer_[field + 16], nullptr, 10) : 0);
+    const std::size_t size = head + (field < head ? std::strtoul(&buffer_[field + 16], nullptr, 10) : 0);
     while (buffer_.size() < size) {
       if (!readMore()) return {};
     }
@@ -61,9 +60,7 @@ class Connection final : public TLSConnection {
     return request;
   }
 
-  void write(const std::string& bytes) override {
-    SSL_write(ssl_.get(), bytes.data(), static_cast<int>(bytes.size()));
-  }
+  void write(const std::string& bytes) override { SSL_write(ssl_.get(), bytes.data(), static_cast<int>(bytes.size())); }
 
   void reset() override {
     const linger now{.l_onoff = 1, .l_linger = 0};
@@ -94,8 +91,7 @@ TLSServer::TLSServer(const service::Certificate& certificate, Serve serve)
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   socklen_t size = sizeof address;
   auto* const any = reinterpret_cast<sockaddr*>(&address);
-  if (bind(listener_, any, size) != 0 || listen(listener_, 256) != 0 ||
-      getsockname(listener_, any, &size) != 0) {
+  if (bind(listener_, any, size) != 0 || listen(listener_, 256) != 0 || getsockname(listener_, any, &size) != 0) {
     throw std::runtime_error("no loopback port");
   }
   port_ = ntohs(address.sin_port);
@@ -146,8 +142,7 @@ TLSServer::Serve TLSServer::answering(std::string reply, std::vector<std::string
   };
 }
 
-std::string TLSServer::reply(const std::string& body, const std::string& status,
-                             const std::string& moreHeaders) {
-  return "HTTP/1.1 " + status + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n" +
-         moreHeaders + "\r\n" + body;
+std::string TLSServer::reply(const std::string& body, const std::string& status, const std::string& moreHeaders) {
+  return "HTTP/1.1 " + status + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n" + moreHeaders + "\r\n" +
+         body;
 }
