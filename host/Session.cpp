@@ -16,7 +16,6 @@
 #include "platform/linux/SimdJSON.h"
 #include "platform/linux/StandardErrorLog.h"
 #include "platform/location/LocationCore.h"
-#include "platform/replay/SequentialHTTPClient.h"
 
 namespace host {
 namespace {
@@ -54,18 +53,14 @@ platform::CurlHTTPClient::Options curlOptions(const ServiceOptions& options) {
   return curl;
 }
 
-std::shared_ptr<platform::HTTPClient> ordered(std::shared_ptr<platform::HTTPClient> client,
-                                              bool inOrder) {
-  if (!inOrder) return client;
-  return std::make_shared<platform::SequentialHTTPClient>(std::move(client));
-}
-
 }  // namespace
 
-Session::Session(const ServiceOptions& options, bool inOrder)
+Session::Session(const ServiceOptions& options, bool inLockstep)
     : options_(options),
       curl_(std::make_shared<platform::CurlHTTPClient>(curlOptions(options))),
-      http_(std::make_shared<WatchedHTTPClient>(ordered(curl_, inOrder))) {}
+      lockstep_(inLockstep ? std::make_shared<platform::LockstepHTTPClient>(curl_) : nullptr),
+      http_(inLockstep ? std::make_shared<WatchedHTTPClient>(lockstep_)
+                       : std::make_shared<WatchedHTTPClient>(curl_)) {}
 
 Session::~Session() { curl_->shutdown(); }
 
@@ -85,14 +80,19 @@ std::shared_ptr<BVManager> Session::connect(const std::shared_ptr<Announcer>& an
   } catch (const BVException& fault) {
     throw Failure(kUsageFailure, options_.info + ": " + fault.reason());
   }
-  const bool answered = http_->waitUntilIdle(kPatience);
+  const bool answered = waitFor(kPatience);
   if (isInterrupted()) return nullptr;
   if (!answered) failWith("not ready after 30 seconds");
   if (!announcer->isReady() || !http_->latestSucceeded()) failWith("not ready");
   return manager;
 }
 
-void Session::waitUntilAnswered() const { http_->waitUntilIdle(kUntilAnswered); }
+void Session::waitUntilAnswered() const { waitFor(kUntilAnswered); }
+
+bool Session::waitFor(std::chrono::seconds limit) const {
+  if (lockstep_) lockstep_->release();
+  return http_->waitUntilIdle(limit);
+}
 
 void Session::failWith(const std::string& complaint) const {
   throw Failure(kServiceFailure, "the service at " + std::string(BVNetwork::apiHost()) + ": " +

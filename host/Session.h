@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -10,6 +11,7 @@
 #include "host/WatchedHTTPClient.h"
 #include "platform/Location.h"
 #include "platform/linux/CurlHTTPClient.h"
+#include "platform/replay/LockstepHTTPClient.h"
 
 namespace host {
 
@@ -44,7 +46,12 @@ class Session {
 
  private:
   const ServiceOptions options_;
+  /// Waits like `waitUntilAnswered`; false when `limit` ran out first.
+  bool waitFor(std::chrono::seconds limit) const;
+
   const std::shared_ptr<platform::CurlHTTPClient> curl_;
+  /// Null when requests are sent as they come.
+  const std::shared_ptr<platform::LockstepHTTPClient> lockstep_;
   const std::shared_ptr<WatchedHTTPClient> http_;
   std::atomic<bool> interrupted_ = false;
 };

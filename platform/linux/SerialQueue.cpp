@@ -45,20 +45,16 @@ struct SerialQueue::State {
   std::condition_variable changed;
   std::deque<std::function<void()>> tasks;
   bool closed = false;
-  bool finished = false;
 };
 
 SerialQueue::SerialQueue(std::shared_ptr<Log> log)
-    : state_(std::make_shared<State>(std::move(log))), thread_([state = state_] {
-        state->runAll();
-        const std::lock_guard lock(state->mutex);
-        state->finished = true;
-        state->changed.notify_all();
-      }) {}
+    : state_(std::make_shared<State>(std::move(log))),
+      thread_([state = state_] { state->runAll(); }),
+      threadId_(thread_.get_id()) {}
 
 SerialQueue::~SerialQueue() {
   close();
-  onThread() ? thread_.detach() : thread_.join();
+  if (thread_.joinable()) thread_.detach();  // destroyed inside a task
 }
 
 void SerialQueue::post(std::function<void()> task) {
@@ -74,11 +70,10 @@ void SerialQueue::close() {
     state_->closed = true;
     state_->changed.notify_all();
   }
-  if (onThread()) {
+  if (std::this_thread::get_id() == threadId_) {
     state_->runAll();
   } else {
-    std::unique_lock lock(state_->mutex);
-    state_->changed.wait(lock, [this] { return state_->finished; });
+    std::call_once(joined_, [this] { thread_.join(); });
   }
 }
 

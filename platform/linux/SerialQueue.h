@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 #include "platform/Log.h"
@@ -28,11 +29,11 @@ class SerialQueue {
  private:
   struct State;
 
-  bool onThread() const { return std::this_thread::get_id() == thread_.get_id(); }
-
   // Shared with the thread, which outlives the queue when a task destroys it.
   const std::shared_ptr<State> state_;
   std::thread thread_;
+  const std::thread::id threadId_;
+  std::once_flag joined_;
 };
 
 }  // namespace platform

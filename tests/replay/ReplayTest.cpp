@@ -12,8 +12,8 @@
 #include "platform/replay/CaptureError.h"
 #include "platform/replay/GpxTrack.h"
 #include "platform/replay/HCIEvent.h"
+#include "platform/replay/LockstepHTTPClient.h"
 #include "platform/replay/ReplayLocationService.h"
-#include "platform/replay/SequentialHTTPClient.h"
 #include "tests/location/Frames.h"
 #include "tests/location/RecordingDelegate.h"
 #include "tests/replay/CaptureWriter.h"
@@ -236,9 +236,9 @@ class SlowClient final : public HTTPClient {
   std::deque<Completion> waiting;
 };
 
-TEST(Sequential, SendsOneAtATimeInOrder) {
+TEST(Lockstep, SendsOneAtATimeInOrderOnceReleased) {
   const auto slow = std::make_shared<SlowClient>();
-  SequentialHTTPClient client(slow);
+  LockstepHTTPClient client(slow);
   std::string ended;
   const auto ask = [&](const std::string& url, const std::function<void()>& then) {
     client.execute({.url = url, .method = "POST", .headers = {}, .body = {}}, [&ended, url, then](auto, auto) {
@@ -249,6 +249,8 @@ TEST(Sequential, SendsOneAtATimeInOrder) {
   ask("a", [&] { ask("d", nullptr); });
   ask("b", [] { throw std::runtime_error("b"); });
   ask("c", nullptr);
+  EXPECT_EQ(slow->sent, "");
+  client.release();
   EXPECT_EQ(slow->sent, "a ");
   slow->endOne();
   EXPECT_EQ(slow->sent, "a b ");

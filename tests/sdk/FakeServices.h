@@ -55,10 +55,8 @@ class FakeServices final : public platform::HTTPClient,
     }
     return pairs;
   }
-  /// The log since the last call.
-  std::vector<std::string> takeLog() { return std::exchange(log_, {}); }
-  /// The location operations since the last call.
-  std::vector<std::string> takeOperations() { return std::exchange(operations_, {}); }
+  /// What was logged, and behind ">" what was asked of the location service, since the last call: in one order.
+  std::string take() { return std::exchange(seen_, {}); }
 
   std::vector<platform::HTTPRequest> requests;
   std::map<std::string, platform::JSONValue, std::less<>> stored;
@@ -73,7 +71,7 @@ class FakeServices final : public platform::HTTPClient,
   using Region = platform::CLBeaconRegion;
   using SharedRegion = std::shared_ptr<const Region>;
 
-  void note(const std::string& operation) { operations_.push_back(operation); }
+  void note(const std::string& operation) { write(">" + operation); }
 
   void execute(platform::HTTPRequest request, Completion completion) override {
     requests.push_back(std::move(request));
@@ -96,7 +94,7 @@ class FakeServices final : public platform::HTTPClient,
     const auto found = plist.find(key);
     return found == plist.end() ? std::nullopt : std::optional(found->second);
   }
-  void write(std::string_view line) override { log_.emplace_back(line); }
+  void write(std::string_view line) override { seen_.append(seen_.empty() ? "" : "|").append(line); }
   std::int32_t authorizationStatus() const override { return authorization; }
   bool locationServicesEnabled() const override { return enabled; }
   std::shared_ptr<platform::CLLocationManager> createManager() override {
@@ -119,8 +117,7 @@ class FakeServices final : public platform::HTTPClient,
   void stopUpdatingLocation() override { note("stop updating"); }
 
   std::deque<Completion> waiting_;
-  std::vector<std::string> log_;
-  std::vector<std::string> operations_;
+  std::string seen_;
 };
 
 /// A host that keeps what it hears.
