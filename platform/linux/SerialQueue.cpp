@@ -45,17 +45,22 @@ struct SerialQueue::State {
   std::condition_variable changed;
   std::deque<std::function<void()>> tasks;
   bool closed = false;
+  bool finished = false;
 };
 
 SerialQueue::SerialQueue(std::shared_ptr<Log> log)
-    : state_(std::make_shared<State>(std::move(log))),
-      thread_([state = state_] { state->runAll(); }),
-      threadId_(thread_.get_id()) {}
-
-SerialQueue::~SerialQueue() {
-  close();
-  if (thread_.joinable()) thread_.detach();  // destroyed inside a task
+    : state_(std::make_shared<State>(std::move(log))) {
+  std::thread thread([state = state_] {
+    state->runAll();
+    const std::lock_guard lock(state->mutex);
+    state->finished = true;
+    state->changed.notify_all();
+  });
+  threadId_ = thread.get_id();
+  thread.detach();
 }
+
+SerialQueue::~SerialQueue() { close(); }
 
 void SerialQueue::post(std::function<void()> task) {
   const std::lock_guard lock(state_->mutex);
@@ -73,7 +78,8 @@ void SerialQueue::close() {
   if (std::this_thread::get_id() == threadId_) {
     state_->runAll();
   } else {
-    std::call_once(joined_, [this] { thread_.join(); });
+    std::unique_lock lock(state_->mutex);
+    state_->changed.wait(lock, [this] { return state_->finished; });
   }
 }
 

@@ -2,7 +2,6 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 #include "platform/Log.h"
@@ -29,11 +28,10 @@ class SerialQueue {
  private:
   struct State;
 
-  // Shared with the thread, which outlives the queue when a task destroys it.
+  // Shared with the thread. That is detached, because a task may destroy the queue, and a host may
+  // leave it to the end of the process.
   const std::shared_ptr<State> state_;
-  std::thread thread_;
-  const std::thread::id threadId_;
-  std::once_flag joined_;
+  std::thread::id threadId_;
 };
 
 }  // namespace platform
