@@ -33,7 +33,7 @@ Interrupt::Interrupt(std::function<void()> action)
 
 Interrupt::~Interrupt() {
   thread_.request_stop();
-  pthread_kill(thread_.native_handle(), SIGTERM);  // wakes that thread alone
+  pthread_kill(thread_.native_handle(), SIGINT);  // wakes that thread alone
 }
 
 }  // namespace host

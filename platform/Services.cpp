@@ -29,7 +29,7 @@ void install(Services services) {
   if (!installedServices.compare_exchange_strong(none, owned.get())) {
     throw std::logic_error("platform::install: services are installed already");
   }
-  owned.release();
+  static_cast<void>(owned.release());  // for the life of the process
 }
 
 const Services& services() {

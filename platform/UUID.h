@@ -34,6 +34,7 @@ class BRIVANE_EXPORT UUID {
   const Bytes& bytes() const { return bytes_; }
 
   friend bool operator==(const UUID&, const UUID&) = default;
+  // NOLINTNEXTLINE(modernize-use-nullptr): a false alarm
   friend auto operator<=>(const UUID&, const UUID&) = default;
 
  private:

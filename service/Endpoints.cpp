@@ -23,8 +23,9 @@ class BadField : public std::runtime_error {
 
 const std::string& text(const Fields& fields, const char* key) {
   const auto found = fields.find(key);
-  if (found == fields.end() || found->second.empty())
+  if (found == fields.end() || found->second.empty()) {
     throw BadField(std::string(key) + " is missing");
+  }
   return found->second;
 }
 

@@ -5,10 +5,11 @@
 #include <cmath>
 #include <fstream>
 #include <iterator>
-#include <numbers>
 #include <set>
 #include <system_error>
 #include <utility>
+
+#include "platform/location/Distance.h"
 
 namespace service {
 namespace {
@@ -16,15 +17,6 @@ namespace {
 using nlohmann::ordered_json;
 
 constexpr std::int64_t kMaxIdentifier = 65535;
-constexpr double kMetresPerDegree = 111195.0;
-
-/// Metres between two coordinates that are near each other.
-double distanceBetween(const Coordinate& a, const Coordinate& b) {
-  const double north = a.latitude - b.latitude;
-  const double middle = (a.latitude + b.latitude) / 2.0 * std::numbers::pi / 180.0;
-  const double east = std::remainder(a.longitude - b.longitude, 360.0) * std::cos(middle);
-  return std::hypot(north, east) * kMetresPerDegree;
-}
 
 /// One value of the file with its path, so that what is wrong with it can be told.
 class Node {
@@ -168,7 +160,7 @@ const Network::Beacon* Network::find(std::string_view uuid) const {
 const Network::Beacon* Network::nearest(const Coordinate& to, double radius) const {
   const Beacon* nearest = nullptr;
   for (const Beacon& beacon : beacons_) {
-    const double distance = distanceBetween(to, beacon.coordinate);
+    const double distance = platform::distanceBetween(to, beacon.coordinate);
     if (distance > radius) continue;
     radius = distance;
     nearest = &beacon;
@@ -180,7 +172,7 @@ std::vector<std::pair<double, const Network::Place*>> Network::placesWithin(cons
                                                                             double radius) const {
   std::vector<std::pair<double, const Place*>> found;
   for (const Place& place : places_) {
-    const double distance = distanceBetween(of, place.coordinate);
+    const double distance = platform::distanceBetween(of, place.coordinate);
     if (distance <= radius) found.emplace_back(distance, &place);
   }
   std::ranges::stable_sort(found, {}, [](const auto& entry) { return entry.first; });

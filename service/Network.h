@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/Location.h"
+
 namespace service {
 
 /// A fault in a network file: one line with the file, the line or the path in it, and the fault.
@@ -17,10 +19,7 @@ class NetworkError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-struct Coordinate {
-  double latitude = 0.0;
-  double longitude = 0.0;
-};
+using Coordinate = platform::CLLocationCoordinate2D;
 
 /// The beacons of a network and the places around them, as the service tells clients of them.
 class Network {

@@ -55,7 +55,7 @@ service::Credentials readCredentials(const std::string& path) {
   const auto json = nlohmann::json::parse(file, nullptr, false);
   if (!json.is_object() || !json.value("/key"_json_pointer, nlohmann::json()).is_string() ||
       !json.value("/secret"_json_pointer, nlohmann::json()).is_string()) {
-    throw std::runtime_error(path + ": not a JSON object with the texts \"key\" and \"secret\"");
+    throw std::runtime_error(path + R"(: not a JSON object with the texts "key" and "secret")");
   }
   return {json["key"], json["secret"]};
 }

@@ -2,11 +2,6 @@
 //
 // usage: minimal CAPTURE.btsnoop INFO.plist HOST:PORT CA.pem
 
-#include <atomic>
-#include <cstdio>
-#include <memory>
-#include <string>
-
 #include <BrivaneSDK/BrivaneSDK.h>
 #include <platform/Services.h>
 #include <platform/linux/CurlHTTPClient.h>
@@ -14,6 +9,11 @@
 #include <platform/linux/PlistPropertyList.h>
 #include <platform/linux/SimdJSON.h>
 #include <platform/replay/ReplayLocationService.h>
+
+#include <atomic>
+#include <cstdio>
+#include <memory>
+#include <string>
 
 class Host : public BVManagerDelegate {
  public:

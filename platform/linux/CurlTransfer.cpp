@@ -91,7 +91,8 @@ bool CurlTransfer::addHeaders() {
   for (const auto& [name, value] : request_.headers) {
     if (hasLineBreak(name) || hasLineBreak(value)) return false;
     // Curl counts the body itself, and knows when a redirect leaves it out.
-    if (!isName(name, "Content-Length")) append(headers_, name + ": " + value);
+    if (isName(name, "Content-Length")) continue;
+    append(headers_, std::string(name).append(": ").append(value));
   }
   set(CURLOPT_HTTPHEADER, headers_.get());
   return true;

@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <limits>
+#include <new>
 #include <set>
 #include <stdexcept>
 #include <utility>
@@ -37,7 +38,7 @@ class LiveWorkers {
       throw std::runtime_error("libcurl cannot be initialised");
     }
     // Registered after the TLS library has registered its own clean-up, so run before that.
-    std::atexit([] { get().stopAll(); });
+    if (std::atexit([] { get().stopAll(); }) != 0) throw std::bad_alloc();
   }
 
   void stopAll() {

@@ -16,6 +16,7 @@ struct BeaconIdentity {
   std::uint16_t major = 0;
   std::uint16_t minor = 0;
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): a false alarm
   friend auto operator<=>(const BeaconIdentity&, const BeaconIdentity&) = default;
 };
 
