@@ -145,7 +145,8 @@ TEST(Gpx, ReadsPointsByTimeOrNamesTheFault) {
       {R"(<trkpt lon="2"><time>2026-05-09T10:00:00Z</time></trkpt>)", where},
   };
   for (const auto& [point, fault] : faults) {
-    EXPECT_EQ(faultOf([&] { readGpxTrack(track(point)); }), fault) << point;
+    const std::string path = track(point);
+    EXPECT_EQ(faultOf([&path] { readGpxTrack(path); }), fault) << point;
   }
   EXPECT_EQ(faultOf([&] { readGpxTrack(folder.write("t.gpx", "<kml/>")); }), "t.gpx: byte 0: not a GPX file");
   EXPECT_NE(faultOf([&] { readGpxTrack(folder.write("t.gpx", "<gpx><trk>")); }).find("byte"), std::string::npos);
