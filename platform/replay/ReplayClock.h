@@ -7,13 +7,14 @@
 #include <mutex>
 #include <optional>
 
+#include "platform/Export.h"
 #include "platform/location/Instant.h"
 
 namespace platform {
 
 /// The virtual clock of a replay. It moves when it is told to: after the real time that the pace
 /// asks for, or, at full speed, as soon as nothing is under way any more.
-class ReplayClock {
+class BRIVANE_EXPORT ReplayClock {
  public:
   /// `speed`: virtual seconds a real second; absent for full speed, where `waitUntilIdle`, which
   /// may be empty, is called before each move.

@@ -22,7 +22,7 @@ class RecordingDelegate final : public platform::CLLocationManagerDelegate {
   using Region = platform::CLBeaconRegion;
 
   void note(Manager& manager, const std::string& call) {
-    heard_ += (heard_.empty() ? "" : " ") + prefix() + call;
+    heard_.append(heard_.empty() ? "" : " ").append(prefix()).append(call);
     onEach(manager, call);
   }
   void locationManager_didChangeAuthorizationStatus(Manager& m, std::int32_t status) override {
@@ -35,7 +35,7 @@ class RecordingDelegate final : public platform::CLLocationManagerDelegate {
   void locationManager_didExitRegion(Manager& m, const Region&) override { note(m, "exit"); }
   void locationManager_didRangeBeacons_inRegion(Manager& m, const std::vector<platform::CLBeacon>& beacons,
                                                 const Region&) override {
-    note(m, "range" + (beacons.empty() ? "" : std::to_string(beacons[0].rssi)));
+    note(m, std::string("range").append(beacons.empty() ? "" : std::to_string(beacons[0].rssi)));
   }
   void locationManager_didUpdateLocations(Manager& m, const std::vector<platform::CLLocation>&) override {
     note(m, "at");

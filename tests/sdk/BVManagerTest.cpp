@@ -97,6 +97,16 @@ TEST_F(Manager, BecomesReadyWithTheSyncReply) {
   EXPECT_EQ(host->ready, 2);
 }
 
+TEST_F(Manager, LogsDatesInUniversalTime) {
+  const auto manager = synced();
+  for (const auto& [second, text] : {std::pair{1795253400, "2026-11-21 09:30:00"}, {-1, "1969-12-31 23:59:59"}}) {
+    BVAPILogin login;
+    login.setExpires_date(std::chrono::system_clock::time_point(std::chrono::seconds(second)));
+    manager->receivedLogin(std::make_shared<const BVAPILogin>(login));
+    EXPECT_NE(services.take().find(std::string("|-> Expires date: ") + text + " +0000|"), std::string::npos) << text;
+  }
+}
+
 TEST_F(Manager, BecomesReadyWithTheAuthorisation) {
   services.authorization = 4;
   const auto manager = synced();
