@@ -5,14 +5,14 @@ old-town.json     the network: its places and their beacons, as the development 
 old-town.btsnoop  what a phone's radio hears on the walk (btsnoop, Linux monitor)
 old-town.gpx      where the phone is meanwhile
 
-usage: make_walk.py [FOLDER]     the folder of this script, unless another is named; always the same bytes
+It writes them into its own folder, unless another is named; always the same bytes.
 """
+import argparse
 import json
 import math
 import pathlib
 import random
 import struct
-import sys
 from datetime import datetime, timedelta, timezone
 
 NETWORK = bytes.fromhex("5c8e3d7a41b24f609e0b27d1a6c4f385")
@@ -176,8 +176,14 @@ def gpx(chance):
             + "".join(points) + "    </trkseg>\n  </trk>\n</gpx>\n")
 
 
-folder = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else pathlib.Path(__file__).parent)
+parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+parser.add_argument("folder", nargs="?", type=pathlib.Path, default=pathlib.Path(__file__).parent)
+folder = parser.parse_args().folder
 chance = random.Random(20260509)
-(folder / "old-town.json").write_text(json.dumps(network(), ensure_ascii=False, indent=1) + "\n")
-(folder / "old-town.btsnoop").write_bytes(btsnoop(heard(chance)))
-(folder / "old-town.gpx").write_text(gpx(chance))
+try:
+    (folder / "old-town.json").write_text(
+        json.dumps(network(), ensure_ascii=False, indent=1) + "\n", encoding="utf-8")
+    (folder / "old-town.btsnoop").write_bytes(btsnoop(heard(chance)))
+    (folder / "old-town.gpx").write_text(gpx(chance), encoding="utf-8")
+except OSError as fault:
+    parser.error(str(fault))

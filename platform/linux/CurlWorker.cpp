@@ -1,7 +1,10 @@
 #include "platform/linux/CurlWorker.h"
 
+#include <algorithm>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
+#include <iterator>
 #include <limits>
 #include <new>
 #include <set>
@@ -11,7 +14,10 @@
 namespace platform {
 namespace {
 
-constexpr long kConnectionsToOneHost = 6;
+/// Transfers under way at once. Curl could queue more by itself, but it may leave the last ones
+/// lying when several connections become free at the same moment.
+constexpr std::size_t kTransfersEachOnAConnection = 6;
+constexpr std::size_t kTransfersOnSharedConnections = 100;
 
 /// The workers that run. At exit they are stopped before the TLS library tears itself down under
 /// them; nothing is called then any more.
@@ -63,7 +69,8 @@ CurlWorker::CurlWorker(std::function<void(std::function<void()>)> finished)
     : finished_(std::move(finished)) {
   LiveWorkers::get().add(this);
   multi_.reset(curl_multi_init());
-  curl_multi_setopt(multi_.get(), CURLMOPT_MAX_HOST_CONNECTIONS, kConnectionsToOneHost);
+  curl_multi_setopt(multi_.get(), CURLMOPT_MAX_HOST_CONNECTIONS,
+                    static_cast<long>(kTransfersEachOnAConnection));
   thread_ = std::thread([this] { run(); });
 }
 
@@ -93,25 +100,30 @@ void CurlWorker::stop() {
 void CurlWorker::run() {
   blockSignals();
   while (takeNew()) {
+    beginWaiting();
     int running = 0;
     curl_multi_perform(multi_.get(), &running);
-    finishDone();
+    if (finishDone()) continue;  // others may begin
     curl_multi_poll(multi_.get(), nullptr, 0, std::numeric_limits<int>::max(), nullptr);
   }
   failAll();
 }
 
-/// Begins what was added since the last time; false when the worker is to stop.
+/// Takes what was added since the last time; false when the worker is to stop.
 bool CurlWorker::takeNew() {
-  std::deque<std::unique_ptr<CurlTransfer>> added;
-  bool stopping = false;
-  {
-    const std::lock_guard lock(mutex_);
-    added.swap(added_);
-    stopping = stopping_;
+  const std::lock_guard lock(mutex_);
+  std::move(added_.begin(), added_.end(), std::back_inserter(waiting_));
+  added_.clear();
+  return !stopping_;
+}
+
+void CurlWorker::beginWaiting() {
+  const std::size_t limit =
+      multiplexes_ ? kTransfersOnSharedConnections : kTransfersEachOnAConnection;
+  while (!waiting_.empty() && active_.size() < limit) {
+    begin(std::move(waiting_.front()));
+    waiting_.pop_front();
   }
-  for (auto& transfer : added) begin(std::move(transfer));
-  return !stopping;
 }
 
 void CurlWorker::begin(std::unique_ptr<CurlTransfer> transfer) {
@@ -123,16 +135,22 @@ void CurlWorker::begin(std::unique_ptr<CurlTransfer> transfer) {
   active_.emplace(handle, std::move(transfer));
 }
 
-void CurlWorker::finishDone() {
+/// Whether there was any.
+bool CurlWorker::finishDone() {
   int left = 0;
+  bool any = false;
   while (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left)) {
-    if (message->msg == CURLMSG_DONE) {
-      finish(message->easy_handle, message->data.result == CURLE_OK);
-    }
+    if (message->msg != CURLMSG_DONE) continue;
+    any = true;
+    finish(message->easy_handle, message->data.result == CURLE_OK);
   }
+  return any;
 }
 
 void CurlWorker::finish(CURL* handle, bool succeeded) {
+  long version = 0;
+  curl_easy_getinfo(handle, CURLINFO_HTTP_VERSION, &version);
+  if (succeeded) multiplexes_ = version == CURL_HTTP_VERSION_2_0;
   const auto found = active_.find(handle);
   curl_multi_remove_handle(multi_.get(), handle);
   finished_(found->second->finish(succeeded));
@@ -141,6 +159,8 @@ void CurlWorker::finish(CURL* handle, bool succeeded) {
 
 void CurlWorker::failAll() {
   while (!active_.empty()) finish(active_.begin()->first, false);
+  for (const auto& transfer : waiting_) finished_(transfer->finish(false));
+  waiting_.clear();
 }
 
 }  // namespace platform

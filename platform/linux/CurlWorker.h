@@ -36,14 +36,18 @@ class CurlWorker {
 
   void run();
   bool takeNew();
+  void beginWaiting();
   void begin(std::unique_ptr<CurlTransfer> transfer);
-  void finishDone();
+  bool finishDone();
   void finish(CURL* handle, bool succeeded);
   void failAll();
 
   const std::function<void(std::function<void()>)> finished_;
   std::unique_ptr<CURLM, Free> multi_;
-  std::map<CURL*, std::unique_ptr<CurlTransfer>> active_;  // the worker's alone
+  // The next three are the worker's alone.
+  std::deque<std::unique_ptr<CurlTransfer>> waiting_;
+  std::map<CURL*, std::unique_ptr<CurlTransfer>> active_;
+  bool multiplexes_ = false;  // whether the latest answer came over HTTP/2
   std::mutex mutex_;
   std::deque<std::unique_ptr<CurlTransfer>> added_;
   bool stopping_ = false;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <filesystem>
 #include <stdexcept>
@@ -25,6 +26,8 @@ constexpr std::uint32_t kLinuxMonitor = 2001;
 constexpr std::uint32_t kMaxPacket = 1 << 16;
 /// Microseconds from year 0, where the format's clock begins, to 1970.
 constexpr std::uint64_t kEpoch = 0x00DCDDB30F2F8000;
+/// No recording is from the year 10000 or later.
+constexpr std::uint64_t kLatest = 10000ULL * 366 * 24 * 3600 * 1'000'000;
 
 constexpr std::uint32_t kFlagsOfReceivedEvent = 3;
 constexpr std::uint8_t kUARTEvent = 0x04;
@@ -52,6 +55,7 @@ BtsnoopReader::BtsnoopReader(const std::string& path) : path_(path) {
   size_ = std::filesystem::file_size(path, error);
   if (error) throw CaptureError(path_, error.message());
   file_.open(path, std::ios::binary);
+  if (!file_) throw CaptureError(path_, std::generic_category().message(errno));
   std::array<std::uint8_t, 16> header{};
   const std::size_t count = read(header);
   const bool identified =
@@ -69,8 +73,10 @@ std::optional<BtsnoopReader::Record> BtsnoopReader::next() {
     const auto event = eventIn(*header);
     // A capture that keeps only the beginning of long packets is sound; those are passed over.
     if (event.empty() || header->includedLength < header->originalLength) continue;
-    const auto time = Instant(static_cast<std::int64_t>(header->time - kEpoch));
-    latest_ = std::max(latest_, time);
+    if (header->time > kLatest) fail(header->offset, "a record of such a time cannot be");
+    // A device whose clock was never set counts from the year 0.
+    const std::uint64_t time = std::max(header->time, kEpoch) - kEpoch;
+    latest_ = std::max(latest_, Instant(static_cast<std::int64_t>(time)));
     try {
       Record record{latest_, advertisementsIn(event)};
       if (!record.advertisements.empty()) return record;

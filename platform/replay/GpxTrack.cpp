@@ -1,6 +1,7 @@
 #include "platform/replay/GpxTrack.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -51,7 +52,9 @@ TrackPoint readPoint(const pugi::xml_node& point, const std::string& path) {
 std::vector<TrackPoint> readGpxTrack(const std::string& path) {
   pugi::xml_document document;
   const auto result = document.load_file(path.c_str());
-  if (result.status == pugi::status_file_not_found) throw CaptureError(path, "no such file");
+  if (result.status == pugi::status_file_not_found || result.status == pugi::status_io_error) {
+    throw CaptureError(path, std::generic_category().message(errno));
+  }
   if (!result) {
     throw CaptureError(path, static_cast<std::uint64_t>(result.offset), result.description());
   }

@@ -4,6 +4,12 @@
 #include <utility>
 
 namespace platform {
+namespace {
+
+/// Longer than anybody waits, and short enough to be added to any time.
+constexpr std::chrono::duration<double> kForever(1e9);
+
+}  // namespace
 
 ReplayClock::ReplayClock(std::optional<double> speed, std::function<void()> waitUntilIdle)
     : speed_(speed), waitUntilIdle_(std::move(waitUntilIdle)) {}
@@ -13,8 +19,7 @@ bool ReplayClock::moveTo(Instant time) {
   std::unique_lock lock(mutex_);
   if (speed_) {
     if (!began_) began_ = Real::now();
-    const std::chrono::duration<double, Instant::period> pause(static_cast<double>(time.count()) /
-                                                               *speed_);
+    const auto pause = std::min(std::chrono::duration<double>(time) / *speed_, kForever);
     const auto due = *began_ + std::chrono::duration_cast<Real::duration>(pause);
     stop_.wait_until(lock, due, [this] { return stopped_.load(); });
   }

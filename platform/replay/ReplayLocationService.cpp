@@ -56,6 +56,7 @@ void ReplayLocationService::readAhead() {
 /// Plays what comes next, a position before advertisements of the same time; false when nothing
 /// comes before `limit`.
 bool ReplayLocationService::playNext(Instant limit) {
+  if (fault_) return false;  // nobody knows when it was met: later positions may be much later
   const bool isPosition = !track_.empty() && (!record_ || track_.front().time <= record_->time);
   if (!isPosition && !record_) return false;
   const Instant time = (isPosition ? track_.front().time : record_->time) - beginning_;
