@@ -24,6 +24,22 @@ void addServiceOptions(CLI::App& command, ServiceOptions& options) {
   command.add_option("--ca", options.ca, "File of the certificates to trust, PEM")->take_last();
 }
 
+void addLimit(CLI::App& command, std::optional<double>& limit) {
+  command
+      .add_option("--for", limit, "Stop after so many seconds, of the recording if there is one")
+      ->check(CLI::Range(0.0, 1e9));
+}
+
+void addLog(CLI::App& command, bool& log) {
+  command.add_flag("--log", log, "Write to standard error what is mended by itself");
+}
+
+CLI::Option* addAdapter(CLI::App& command, LiveOptions& options) {
+  return command
+      .add_option("--adapter", options.adapter, "Bluetooth adapter, as hci0 or by its address")
+      ->take_last();
+}
+
 /// "max" is no speed at all; other texts are refused by the option's check before this.
 std::optional<double> speedFrom(const std::string& text) {
   double speed = 0.0;
@@ -36,19 +52,47 @@ std::string checkSpeed(const std::string& text) {
   return text == "max" || speedFrom(text) ? "" : "'" + text + "' is neither max nor above 0";
 }
 
+/// The radio or a capture, and what each takes.
+struct SourceSwitches {
+  CLI::Option* live;
+  CLI::Option* capture;
+};
+
+SourceSwitches addSource(CLI::App& command, SourceOptions& options, bool& live) {
+  CLI::Option* const capture =
+      command.add_option("--capture", options.capture, "Play this btsnoop capture")->take_last();
+  CLI::Option* const radio =
+      command.add_flag("--live", live, "Listen with this machine's radio")->excludes(capture);
+  command
+      .add_option_function<std::string>(
+          "--speed", [&options](const std::string& text) { options.speed = speedFrom(text); },
+          "Play so many times as fast as recorded, or max for as fast as can be")
+      ->check(checkSpeed)
+      ->type_name("N|max")
+      ->needs(capture);
+  addAdapter(command, options.live)->excludes(capture);
+  addLimit(command, options.limit);
+  return {radio, capture};
+}
+
 }  // namespace
 
 CommandLine::CommandLine()
     : app_("Detects the beacons of the accessibility network and names the places near them.",
            "brivane"),
       detectCommand_(app_.add_subcommand("detect", "Detect beacons and say which places are near")),
+      scanCommand_(app_.add_subcommand("scan", "List the beacons in range, without any service")),
+      recordCommand_(app_.add_subcommand("record", "Write what the radio hears into a capture")),
       nearestCommand_(app_.add_subcommand("nearest", "List the places near a coordinate")),
       payloadCommand_(app_.add_subcommand("payload", "Attach a JSON object to a beacon")),
       infoCommand_(app_.add_subcommand("info", "Say what this is and what it runs on")) {
   app_.require_subcommand(0, 1);  // none is refused after all words, so that a wrong one is named
   app_.footer(
-      "Exit status: 0 done or interrupted, 1 the service failed, 2 a wrong option or file.");
+      "Exit status: 0 done or interrupted, 1 the service or the radio failed, 2 a wrong option or "
+      "file.");
   describeDetect();
+  describeScan();
+  describeRecord();
   describeNearest();
   describePayload();
   describeInfo();
@@ -56,21 +100,33 @@ CommandLine::CommandLine()
 
 void CommandLine::describeDetect() {
   CLI::App& command = *detectCommand_;
-  command.add_option("--capture", detect_.capture, "Play this btsnoop capture")
-      ->required()
-      ->take_last();
-  command.add_option("--track", detect_.track, "Positions for the capture, GPX")->type_name("TEXT");
-  command
-      .add_option_function<std::string>(
-          "--speed", [this](const std::string& text) { detect_.speed = speedFrom(text); },
-          "Play so many times as fast as recorded, or max for as fast as the service answers")
-      ->check(checkSpeed)
-      ->type_name("N|max");
+  const SourceSwitches source = addSource(command, detect_.source, live_);
+  command.add_option("--track", detect_.track, "Positions for the capture, GPX")
+      ->type_name("TEXT")
+      ->needs(source.capture);
   command.add_flag("--gps", detect_.gps, "Report positions to the service too");
-  command.add_option("--for", detect_.limit, "Stop after so many recorded seconds")
-      ->check(CLI::Range(0.0, 1e9));
+  command
+      .add_option("--desktop-id", detect_.source.live.desktopId,
+                  "Name of the desktop file by which GeoClue knows this program")
+      ->take_last()
+      ->capture_default_str()
+      ->needs(source.live);
   command.add_flag("--all", detect_.all, "Print every match, not only what is new");
   addServiceOptions(command, detect_.service);
+}
+
+void CommandLine::describeScan() {
+  addSource(*scanCommand_, scan_.source, live_);
+  scanCommand_->add_flag("--json", scan_.json, "Print one JSON object a line");
+  addLog(*scanCommand_, scan_.log);
+}
+
+void CommandLine::describeRecord() {
+  recordCommand_->add_option("FILE", record_.file, "The capture to write, btsnoop; a new file")
+      ->required();
+  addAdapter(*recordCommand_, record_.live);
+  addLimit(*recordCommand_, record_.limit);
+  addLog(*recordCommand_, record_.log);
 }
 
 void CommandLine::describeNearest() {
@@ -98,10 +154,16 @@ void CommandLine::describeInfo() {
   infoCommand_->add_flag("--json", info_.json, "Print one JSON object");
 }
 
-std::variant<DetectOptions, NearestOptions, PayloadOptions, InfoOptions> CommandLine::parse(
-    int argc, char** argv) {
+Command CommandLine::parse(int argc, char** argv) {
   app_.parse(argc, argv);
-  if (detectCommand_->parsed()) return detect_;
+  if (detectCommand_->parsed()) {
+    if (!live_ && detect_.source.capture.empty()) {
+      throw CLI::RequiredError("--live or --capture FILE");
+    }
+    return detect_;
+  }
+  if (scanCommand_->parsed()) return scan_;
+  if (recordCommand_->parsed()) return record_;
   if (nearestCommand_->parsed()) return nearest_;
   if (payloadCommand_->parsed()) return payload_;
   if (infoCommand_->parsed()) return info_;

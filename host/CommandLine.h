@@ -12,6 +12,10 @@ struct InfoOptions {
   bool json = false;
 };
 
+/// A command that was given, by its options.
+using Command = std::variant<DetectOptions, ScanOptions, RecordOptions, NearestOptions,
+                             PayloadOptions, InfoOptions>;
+
 /// The program's commands and options.
 class CommandLine {
  public:
@@ -19,23 +23,29 @@ class CommandLine {
 
   /// The command that was given, with its options. Throws CLI::Error for a wrong option, and for
   /// --help.
-  std::variant<DetectOptions, NearestOptions, PayloadOptions, InfoOptions> parse(int argc,
-                                                                                 char** argv);
+  Command parse(int argc, char** argv);
   /// Prints what an exception of `parse` asks for: the help.
   int showHelp(const CLI::Error& request) { return app_.exit(request); }
 
  private:
   void describeDetect();
+  void describeScan();
+  void describeRecord();
   void describeNearest();
   void describePayload();
   void describeInfo();
 
   CLI::App app_;
   CLI::App* detectCommand_;
+  CLI::App* scanCommand_;
+  CLI::App* recordCommand_;
   CLI::App* nearestCommand_;
   CLI::App* payloadCommand_;
   CLI::App* infoCommand_;
+  bool live_ = false;
   DetectOptions detect_;
+  ScanOptions scan_;
+  RecordOptions record_;
   NearestOptions nearest_;
   PayloadOptions payload_;
   InfoOptions info_;

@@ -7,8 +7,14 @@ namespace host {
 // One function a command of the program. Each returns when it is done or interrupted, and throws
 // Failure, or another std::exception for a file that cannot be read.
 
-/// Detects beacons and says which places are near.
-void detect(const DetectOptions& options);
+/// Detects the beacons of a recording and says which places were near.
+void detectCapture(const DetectOptions& options);
+/// Detects beacons by this machine's radio and says which places are near.
+void detectLive(const DetectOptions& options);
+/// Lists the beacons in range, without any service.
+void scan(const ScanOptions& options);
+/// Writes what the radio hears into a capture.
+void record(const RecordOptions& options);
 /// Lists the places near a coordinate.
 void nearest(const NearestOptions& options);
 /// Attaches a payload to a beacon.

@@ -10,7 +10,7 @@ namespace host {
 
 void nearest(const NearestOptions& options) {
   Screen screen;
-  Session session(options.service, false);
+  Session session(options.service, {});
   session.install(locationWithoutSources());
   const Interrupt interrupt([&session] { session.interrupt(); });
   const auto announcer = std::make_shared<Announcer>(

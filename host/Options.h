@@ -17,16 +17,44 @@ struct ServiceOptions {
   std::string ca;
 };
 
-struct DetectOptions {
-  ServiceOptions service;
+/// What listening with this machine's radio takes.
+struct LiveOptions {
+  /// "hci0" or an address; empty for whichever there is.
+  std::string adapter;
+  /// By which GeoClue knows this program.
+  std::string desktopId = "brivane";
+};
+
+/// Where beacons come from: this machine's radio, or a recording.
+struct SourceOptions {
+  LiveOptions live;
+  /// A btsnoop file; empty for the radio.
   std::string capture;
-  std::optional<std::string> track;
   /// A factor of the recorded pace; absent for full speed.
   std::optional<double> speed = 1.0;
-  bool gps = false;
-  /// Seconds of detection; absent for the whole capture.
+  /// Seconds; absent for the whole capture, or until the program is interrupted.
   std::optional<double> limit;
+};
+
+struct DetectOptions {
+  ServiceOptions service;
+  SourceOptions source;
+  std::optional<std::string> track;
+  bool gps = false;
   bool all = false;
+};
+
+struct ScanOptions {
+  SourceOptions source;
+  bool json = false;
+  bool log = false;
+};
+
+struct RecordOptions {
+  LiveOptions live;
+  std::string file;
+  std::optional<double> limit;
+  bool log = false;
 };
 
 struct NearestOptions {

@@ -46,7 +46,7 @@ class Receiver final : public BVAPIDelegate {
 void payload(const PayloadOptions& options) {
   const platform::JSONValue object = readObject(options.payload);
   Screen screen;
-  Session session(options.service, false);
+  Session session(options.service, {});
   session.install(locationWithoutSources());
   const Interrupt interrupt([&session] { session.interrupt(); });
   const auto announcer =

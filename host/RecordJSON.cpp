@@ -6,8 +6,7 @@
 #include <utility>
 #include <variant>
 
-#include "platform/JSON.h"
-#include "platform/Services.h"
+#include "platform/linux/SimdJSON.h"
 
 namespace host {
 namespace {
@@ -51,7 +50,7 @@ JSONValue::Object placeJSON(const BVWaybeaconDistance& place) {
 }
 
 std::string jsonLine(JSONValue::Object members) {
-  return std::get<std::string>(platform::services().json->write(JSONValue(std::move(members))));
+  return std::get<std::string>(platform::SimdJSON().write(JSONValue(std::move(members))));
 }
 
 }  // namespace host

@@ -1,10 +1,10 @@
 #include "host/Screen.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <cstddef>
 #include <cstdio>
-#include <utility>
 
 namespace host {
 namespace {
@@ -23,6 +23,18 @@ std::string withoutControls(std::string_view line) {
   return clean;
 }
 
+std::size_t terminalRows() {
+  winsize size{};
+  const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 1;
+  return known ? size.ws_row : 24;
+}
+
+std::string firstLines(const std::string& text, std::size_t count) {
+  std::size_t end = 0;
+  while (count-- > 0 && end != std::string::npos) end = text.find('\n', end + (end > 0 ? 1 : 0));
+  return text.substr(0, end);
+}
+
 }  // namespace
 
 Screen::Screen() : watched_(isatty(STDOUT_FILENO) == 1 && isatty(STDERR_FILENO) == 1) {}
@@ -38,16 +50,28 @@ void Screen::print(std::string_view line) {
   draw();
 }
 
-void Screen::showProgress(std::string text) {
+void Screen::showProgress(const std::string& text) {
   if (!watched_) return;
   const std::lock_guard lock(mutex_);
   erase();
-  progress_ = std::move(text);
+  progress_ = firstLines(text, terminalRows() - 1);
+  draw();
+}
+
+void Screen::complain(const std::string& line) {
+  const std::lock_guard lock(mutex_);
+  erase();
+  std::fprintf(stderr, "brivane: %s\n", withoutControls(line).c_str());
   draw();
 }
 
 void Screen::erase() const {
-  if (!progress_.empty()) std::fputs("\r\x1B[K", stderr);
+  if (progress_.empty()) return;
+  std::fputc('\r', stderr);
+  for (const char c : progress_) {
+    if (c == '\n') std::fputs("\x1B[A", stderr);
+  }
+  std::fputs("\x1B[J", stderr);
 }
 
 void Screen::draw() const {

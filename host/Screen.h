@@ -6,7 +6,7 @@
 
 namespace host {
 
-/// Standard output, line by line, with a progress line below it where a person watches: on a
+/// Standard output, line by line, with progress below it where a person watches: on a
 /// terminal. Any thread.
 class Screen {
  public:
@@ -19,8 +19,16 @@ class Screen {
   /// send, are printed as blanks.
   void print(std::string_view line);
 
-  /// Shows `text` as the progress line; nothing where standard output or error is no terminal.
-  void showProgress(std::string text);
+  /// Shows `text`, which may have several lines, below all that was printed, in place of what it
+  /// showed before; nothing where standard output or error is no terminal. What does not fit on the
+  /// terminal is left out.
+  void showProgress(const std::string& text);
+
+  /// Prints one line for a person on standard error.
+  void complain(const std::string& line);
+
+  /// Whether a person watches, and so sees the progress.
+  bool isWatched() const { return watched_; }
 
  private:
   void erase() const;

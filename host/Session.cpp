@@ -21,6 +21,7 @@ namespace host {
 namespace {
 
 constexpr std::chrono::seconds kPatience{30};
+constexpr double kPatienceForUser = 120.0;  // seconds
 /// Longer than any request lasts.
 constexpr std::chrono::seconds kUntilAnswered{24 * 3600};
 
@@ -55,12 +56,16 @@ platform::CurlHTTPClient::Options curlOptions(const ServiceOptions& options) {
 
 }  // namespace
 
-Session::Session(const ServiceOptions& options, bool inLockstep)
+Session::Session(const ServiceOptions& options, Waiting waiting)
     : options_(options),
+      loop_(waiting.loop),
       curl_(std::make_shared<platform::CurlHTTPClient>(curlOptions(options))),
-      lockstep_(inLockstep ? std::make_shared<platform::LockstepHTTPClient>(curl_) : nullptr),
-      http_(inLockstep ? std::make_shared<WatchedHTTPClient>(lockstep_)
-                       : std::make_shared<WatchedHTTPClient>(curl_)) {}
+      lockstep_(waiting.inOrder ? std::make_shared<platform::LockstepHTTPClient>(curl_) : nullptr),
+      http_(std::make_shared<WatchedHTTPClient>(
+          lockstep_ ? std::static_pointer_cast<platform::HTTPClient>(lockstep_) : curl_,
+          [loop = loop_] {
+            if (loop != nullptr) loop->wake();
+          })) {}
 
 Session::~Session() { curl_->shutdown(); }
 
@@ -83,7 +88,9 @@ std::shared_ptr<BVManager> Session::connect(const std::shared_ptr<Announcer>& an
   const bool answered = waitFor(kPatience);
   if (isInterrupted()) return nullptr;
   if (!answered) failWith("not ready after 30 seconds");
-  if (!announcer->isReady() || !http_->latestSucceeded()) failWith("not ready");
+  if (!http_->latestSucceeded()) failWith("not ready");
+  if (!waitForAuthorization()) return isInterrupted() ? nullptr : manager;
+  if (!announcer->isReady()) failWith("not ready");
   return manager;
 }
 
@@ -91,7 +98,20 @@ void Session::waitUntilAnswered() const { waitFor(kUntilAnswered); }
 
 bool Session::waitFor(std::chrono::seconds limit) const {
   if (lockstep_) lockstep_->release();
-  return http_->waitUntilIdle(limit);
+  if (loop_ == nullptr) return http_->waitUntilIdle(limit);
+  return loop_->runUntil([this] { return http_->isIdle(); }, static_cast<double>(limit.count()));
+}
+
+bool Session::waitForAuthorization() const {
+  const auto status = [] { return platform::services().location->authorizationStatus(); };
+  if (loop_ != nullptr) {
+    loop_->runUntil(
+        [&] {
+          return isInterrupted() || status() != platform::kCLAuthorizationStatusNotDetermined;
+        },
+        kPatienceForUser);
+  }
+  return status() == platform::kCLAuthorizationStatusAuthorizedAlways;
 }
 
 void Session::failWith(const std::string& complaint) const {
@@ -102,6 +122,7 @@ void Session::failWith(const std::string& complaint) const {
 void Session::interrupt() {
   interrupted_ = true;
   curl_->shutdown();
+  if (loop_ != nullptr) loop_->wake();
 }
 
 std::shared_ptr<platform::LocationService> locationWithoutSources() {

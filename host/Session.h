@@ -7,6 +7,7 @@
 
 #include "BrivaneSDK/BVManager.h"
 #include "host/Announcer.h"
+#include "host/MainLoop.h"
 #include "host/Options.h"
 #include "host/WatchedHTTPClient.h"
 #include "platform/Location.h"
@@ -18,9 +19,16 @@ namespace host {
 /// The library on its adapters for Linux, for one command.
 class Session {
  public:
-  /// Prepares the way to the service. With `inOrder`, requests are sent one at a time. Throws
-  /// Failure for an option that cannot be used.
-  Session(const ServiceOptions& options, bool inOrder);
+  /// How the session waits.
+  struct Waiting {
+    /// Requests are sent one at a time, in order.
+    bool inOrder = false;
+    /// Runs while the session waits; null where nothing calls back on this thread.
+    const MainLoop* loop = nullptr;
+  };
+
+  /// Prepares the way to the service. Throws Failure for an option that cannot be used.
+  Session(const ServiceOptions& options, Waiting waiting);
   /// Nothing is called back afterwards.
   ~Session();
   Session(const Session&) = delete;
@@ -30,8 +38,8 @@ class Session {
   /// list or preferences that cannot be read.
   void install(std::shared_ptr<platform::LocationService> location) const;
 
-  /// Creates a manager and waits until it is ready. Null when the session was interrupted first.
-  /// Throws Failure when the service does not let it become ready.
+  /// Creates a manager and waits until it is ready, or is not authorised. Null when the session was
+  /// interrupted first. Throws Failure when the service does not let it become ready.
   std::shared_ptr<BVManager> connect(const std::shared_ptr<Announcer>& announcer) const;
 
   /// Waits until all that was asked for has been answered, or has failed.
@@ -46,8 +54,11 @@ class Session {
 
  private:
   const ServiceOptions options_;
+  const MainLoop* const loop_;
   /// Waits like `waitUntilAnswered`; false when `limit` ran out first.
   bool waitFor(std::chrono::seconds limit) const;
+  /// Waits until the user has answered the question for authorisation; whether it was granted.
+  bool waitForAuthorization() const;
 
   const std::shared_ptr<platform::CurlHTTPClient> curl_;
   /// Null when requests are sent as they come.

@@ -4,8 +4,11 @@
 
 namespace host {
 
-WatchedHTTPClient::WatchedHTTPClient(std::shared_ptr<platform::HTTPClient> inner)
-    : inner_(std::move(inner)) {}
+WatchedHTTPClient::WatchedHTTPClient(std::shared_ptr<platform::HTTPClient> inner,
+                                     std::function<void()> onIdle)
+    : inner_(std::move(inner)) {
+  state_->onIdle = std::move(onIdle);
+}
 
 void WatchedHTTPClient::execute(platform::HTTPRequest request, Completion completion) {
   {
@@ -14,9 +17,11 @@ void WatchedHTTPClient::execute(platform::HTTPRequest request, Completion comple
   }
   // Counts the request off however the completion ends: what it asks for is counted on by then.
   const std::shared_ptr<void> end(nullptr, [state = state_](void*) {
-    const std::lock_guard lock(state->mutex);
-    --state->underWay;
+    std::unique_lock lock(state->mutex);
+    const bool isIdle = --state->underWay == 0;
     state->changed.notify_all();
+    lock.unlock();
+    if (isIdle && state->onIdle) state->onIdle();
   });
   inner_->execute(std::move(request), [state = state_, end, completion = std::move(completion)](
                                           auto response, auto body) {
@@ -31,6 +36,11 @@ void WatchedHTTPClient::execute(platform::HTTPRequest request, Completion comple
 bool WatchedHTTPClient::waitUntilIdle(std::chrono::seconds limit) const {
   std::unique_lock lock(state_->mutex);
   return state_->changed.wait_for(lock, limit, [this] { return state_->underWay == 0; });
+}
+
+bool WatchedHTTPClient::isIdle() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->underWay == 0;
 }
 
 bool WatchedHTTPClient::latestSucceeded() const {

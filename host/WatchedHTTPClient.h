@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -14,13 +15,16 @@ namespace host {
 /// never tells: so a command can wait for its answer, and say why there is none. Any thread.
 class WatchedHTTPClient final : public platform::HTTPClient {
  public:
-  explicit WatchedHTTPClient(std::shared_ptr<platform::HTTPClient> inner);
+  /// `onIdle` is called on any thread when nothing is under way any more; may be empty.
+  WatchedHTTPClient(std::shared_ptr<platform::HTTPClient> inner, std::function<void()> onIdle);
 
   void execute(platform::HTTPRequest request, Completion completion) override;
 
   /// Waits until no request is under way and no completion is running; false when `limit` ran out.
   /// Not from inside a completion.
   bool waitUntilIdle(std::chrono::seconds limit) const;
+
+  bool isIdle() const;
 
   /// Whether the latest request was answered with success. The library takes a refusal for an
   /// answer like any other; a person wants to know.
@@ -32,6 +36,7 @@ class WatchedHTTPClient final : public platform::HTTPClient {
   struct State {
     mutable std::mutex mutex;
     mutable std::condition_variable changed;
+    std::function<void()> onIdle;
     std::size_t underWay = 0;
     /// Status of the latest response; 0 when there was none.
     int latestStatus = 0;

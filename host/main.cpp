@@ -12,7 +12,15 @@ namespace {
 
 /// Runs the command whose options are given.
 struct Runner {
-  void operator()(const host::DetectOptions& options) const { host::detect(options); }
+  void operator()(const host::DetectOptions& options) const {
+    if (options.source.capture.empty()) {
+      host::detectLive(options);
+    } else {
+      host::detectCapture(options);
+    }
+  }
+  void operator()(const host::ScanOptions& options) const { host::scan(options); }
+  void operator()(const host::RecordOptions& options) const { host::record(options); }
   void operator()(const host::NearestOptions& options) const { host::nearest(options); }
   void operator()(const host::PayloadOptions& options) const { host::payload(options); }
   void operator()(const host::InfoOptions& options) const { host::info(options.json); }

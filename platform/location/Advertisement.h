@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -13,6 +14,8 @@ struct Advertisement {
   std::vector<std::uint8_t> data;
   /// Signal strength, dBm; 127 and 0 say that there was no reading.
   int rssi = 0;
+  /// Of the sender, in the order in which addresses are written. A beacon changes it at will.
+  std::array<std::uint8_t, 6> address{};
 };
 
 }  // namespace platform

@@ -20,14 +20,16 @@ namespace {
 using Region = std::shared_ptr<const CLBeaconRegion>;
 using Call = std::function<void(CLLocationManagerDelegate&, CLLocationManager&)>;
 
+// What runs for one region; absent until the time is known at which it began.
+
 struct Monitored {
   Region region;
-  RegionMonitor monitor;
+  std::optional<RegionMonitor> monitor;
 };
 
 struct Ranged {
   Region region;
-  RangingWindow window;
+  std::optional<RangingWindow> window;
 };
 
 }  // namespace
@@ -47,6 +49,8 @@ struct LocationCore::State {
 
   /// Delivers what is queued, also what comes to it meanwhile. Without the lock.
   void deliver();
+  /// Begins what was started, now. Without the lock.
+  void begin();
 
   mutable std::mutex mutex;
   Options options;
@@ -56,67 +60,90 @@ struct LocationCore::State {
   std::deque<Report> reports;
 };
 
+/// One operation of a manager: holds the lock, then tells of it.
+class LocationCore::Operation {
+ public:
+  explicit Operation(State& state) : state_(state), lock_(state.mutex) {}
+  ~Operation() {
+    lock_.unlock();
+    if (state_.options.onOperation) state_.options.onOperation();
+  }
+  Operation(const Operation&) = delete;
+  Operation& operator=(const Operation&) = delete;
+
+ private:
+  State& state_;
+  std::unique_lock<std::mutex> lock_;
+};
+
 class LocationCore::Manager final : public CLLocationManager,
                                     public std::enable_shared_from_this<Manager> {
  public:
   explicit Manager(std::shared_ptr<State> state) : state_(std::move(state)) {}
 
   void setDelegate(std::weak_ptr<CLLocationManagerDelegate> delegate) override {
-    const std::lock_guard lock(state_->mutex);
+    const Operation operation(*state_);
     delegate_ = std::move(delegate);
   }
 
-  bool offersRequestAlwaysAuthorization() const override { return false; }
-  void requestAlwaysAuthorization() override {}
+  bool offersRequestAlwaysAuthorization() const override {
+    return static_cast<bool>(state_->options.onOperation);
+  }
+
+  void requestAlwaysAuthorization() override {
+    const Operation operation(*state_);
+    wantsAuthorization_ = true;
+  }
 
   void startMonitoringForRegion(Region region) override {
-    const std::lock_guard lock(state_->mutex);
-    const RegionMonitor monitor(state_->now, state_->options.exitPeriod, state_->scanning);
+    const Operation operation(*state_);
     const std::string& identifier = region->identifier();
-    monitored_[identifier] = std::make_shared<Monitored>(Monitored{region, monitor});
+    monitored_[identifier] = std::make_shared<Monitored>(Monitored{region, std::nullopt});
   }
 
   void stopMonitoringForRegion(const CLBeaconRegion& region) override {
-    const std::lock_guard lock(state_->mutex);
+    const Operation operation(*state_);
     monitored_.erase(region.identifier());
   }
 
   void requestStateForRegion(Region region) override {
-    const std::lock_guard lock(state_->mutex);
+    const Operation operation(*state_);
     queue(shared_from_this(), [this, region](auto& delegate, auto& manager) {
       delegate.locationManager_didDetermineState_forRegion(manager, stateOf(*region), *region);
     });
   }
 
   void startRangingBeaconsInRegion(Region region) override {
-    const std::lock_guard lock(state_->mutex);
+    const Operation operation(*state_);
     auto& ranged = ranged_[region->identifier()];
     // A region that is ranged already goes on in its rhythm.
-    if (!ranged) ranged = std::make_shared<Ranged>(Ranged{region, RangingWindow(state_->now)});
+    if (!ranged) ranged = std::make_shared<Ranged>(Ranged{region, std::nullopt});
   }
 
   void stopRangingBeaconsInRegion(const CLBeaconRegion& region) override {
-    const std::lock_guard lock(state_->mutex);
+    const Operation operation(*state_);
     ranged_.erase(region.identifier());
   }
 
-  /// Sources deliver the best they have.
-  void setDesiredAccuracy(double /*accuracy*/) override {}
+  void setDesiredAccuracy(double accuracy) override {
+    const Operation operation(*state_);
+    accuracy_ = accuracy;
+  }
 
   void setDistanceFilter(double distance) override {
-    const std::lock_guard lock(state_->mutex);
+    const Operation operation(*state_);
     filter_.setDistance(distance);
   }
 
   void startUpdatingLocation() override {
-    const std::lock_guard lock(state_->mutex);
+    const Operation operation(*state_);
     if (updating_) return;
     filter_.reset();
     updating_ = std::make_shared<bool>(true);
   }
 
   void stopUpdatingLocation() override {
-    const std::lock_guard lock(state_->mutex);
+    const Operation operation(*state_);
     updating_.reset();
   }
 
@@ -138,15 +165,59 @@ class LocationCore::Manager final : public CLLocationManager,
     });
   }
 
+  void addTo(Wanted& wanted) const {
+    for (const auto& [identifier, monitored] : monitored_) {
+      wanted.beacons.insert(monitored->region->proximityUUID());
+    }
+    for (const auto& [identifier, ranged] : ranged_) {
+      wanted.beacons.insert(ranged->region->proximityUUID());
+    }
+    wanted.authorization = wanted.authorization || wantsAuthorization_;
+    if (!updating_) return;
+    wanted.accuracy = wanted.positions ? std::min(wanted.accuracy, accuracy_) : accuracy_;
+    wanted.positions = true;
+  }
+
+  void begin() {
+    for (const auto& [identifier, monitored] : monitored_) {
+      if (monitored->monitor) continue;
+      monitored->monitor.emplace(state_->now, state_->options.exitPeriod, state_->scanning);
+    }
+    for (const auto& [identifier, ranged] : ranged_) {
+      if (!ranged->window) ranged->window.emplace(state_->now);
+    }
+  }
+
+  void failBeacons(const std::string& error) {
+    for (const auto& [identifier, ranged] : ranged_) {
+      queue(ranged, [region = ranged->region, error](auto& delegate, auto& manager) {
+        delegate.locationManager_rangingBeaconsDidFailForRegion_withError(manager, *region, error);
+      });
+    }
+    if (!ranged_.empty()) return;
+    for (const auto& [identifier, monitored] : monitored_) {
+      queue(monitored, [region = monitored->region, error](auto& delegate, auto& manager) {
+        delegate.locationManager_monitoringDidFailForRegion_withError(manager, *region, error);
+      });
+    }
+  }
+
+  void failPositions(const std::string& error) {
+    if (!updating_) return;
+    queue(updating_, [error](auto& delegate, auto& manager) {
+      delegate.locationManager_didFailWithError(manager, error);
+    });
+  }
+
   void hear(const IBeaconFrame& frame, int rssi, Instant now) {
     for (const auto& [identifier, monitored] : monitored_) {
       if (monitored->region->proximityUUID() == frame.identity.uuid) {
-        queueChange(monitored, monitored->monitor.hear(now));
+        queueChange(monitored, monitored->monitor->hear(now));
       }
     }
     for (const auto& [identifier, ranged] : ranged_) {
       if (ranged->region->proximityUUID() == frame.identity.uuid) {
-        ranged->window.hear(frame, rssi, now);
+        ranged->window->hear(frame, rssi, now);
       }
     }
   }
@@ -160,7 +231,7 @@ class LocationCore::Manager final : public CLLocationManager,
 
   void setScanning(bool scanning, Instant now) {
     for (const auto& [identifier, monitored] : monitored_) {
-      monitored->monitor.setScanning(scanning, now);
+      monitored->monitor->setScanning(scanning, now);
     }
   }
 
@@ -169,19 +240,23 @@ class LocationCore::Manager final : public CLLocationManager,
     const auto consider = [&earliest](std::optional<Instant> time) {
       if (time && (!earliest || *time < *earliest)) earliest = time;
     };
-    for (const auto& [identifier, monitored] : monitored_) consider(monitored->monitor.deadline());
-    for (const auto& [identifier, ranged] : ranged_) consider(ranged->window.deadline());
+    for (const auto& [identifier, monitored] : monitored_) {
+      if (monitored->monitor) consider(monitored->monitor->deadline());
+    }
+    for (const auto& [identifier, ranged] : ranged_) {
+      if (ranged->window) consider(ranged->window->deadline());
+    }
     return earliest;
   }
 
   void advance(Instant now) {
     for (const auto& [identifier, monitored] : monitored_) {
-      queueChange(monitored, monitored->monitor.advance(now));
+      if (monitored->monitor) queueChange(monitored, monitored->monitor->advance(now));
     }
     for (const auto& [identifier, ranged] : ranged_) {
-      if (ranged->window.deadline() > now) continue;
-      queue(ranged, [region = ranged->region, beacons = ranged->window.report()](auto& delegate,
-                                                                                 auto& manager) {
+      if (!ranged->window || ranged->window->deadline() > now) continue;
+      queue(ranged, [region = ranged->region, beacons = ranged->window->report()](auto& delegate,
+                                                                                  auto& manager) {
         delegate.locationManager_didRangeBeacons_inRegion(manager, beacons, *region);
       });
     }
@@ -191,7 +266,8 @@ class LocationCore::Manager final : public CLLocationManager,
   CLRegionState stateOf(const CLBeaconRegion& region) const {
     const std::lock_guard lock(state_->mutex);
     const auto found = monitored_.find(region.identifier());
-    return found == monitored_.end() ? kCLRegionStateUnknown : found->second->monitor.state();
+    return found == monitored_.end() || !found->second->monitor ? kCLRegionStateUnknown
+                                                                : found->second->monitor->state();
   }
 
   void queue(const std::shared_ptr<const void>& subject, Call call) {
@@ -212,18 +288,39 @@ class LocationCore::Manager final : public CLLocationManager,
         delegate.locationManager_didExitRegion(manager, *region);
       });
     }
-    queue(monitored, [region, state = monitored->monitor.state()](auto& delegate, auto& manager) {
+    queue(monitored, [region, state = monitored->monitor->state()](auto& delegate, auto& manager) {
       delegate.locationManager_didDetermineState_forRegion(manager, state, *region);
     });
   }
 
   const std::shared_ptr<State> state_;
+  bool wantsAuthorization_ = false;
+  double accuracy_ = kCLLocationAccuracyNearestTenMeters;
   std::weak_ptr<CLLocationManagerDelegate> delegate_;
   std::map<std::string, std::shared_ptr<Monitored>> monitored_;
   std::map<std::string, std::shared_ptr<Ranged>> ranged_;
   PositionFilter filter_;
   std::shared_ptr<const bool> updating_;  // there while positions are wanted
 };
+
+namespace {
+
+/// Calls `use` for each manager that is still there.
+template <typename Managers, typename Use>
+void forEach(Managers& managers, Use use) {
+  std::erase_if(managers, [&use](const auto& weak) {
+    const auto manager = weak.lock();
+    if (manager) use(*manager);
+    return !manager;
+  });
+}
+
+}  // namespace
+
+void LocationCore::State::begin() {
+  const std::lock_guard lock(mutex);
+  forEach(managers, [](Manager& manager) { manager.begin(); });
+}
 
 void LocationCore::State::deliver() {
   for (;;) {
@@ -243,20 +340,6 @@ void LocationCore::State::deliver() {
   }
 }
 
-namespace {
-
-/// Calls `use` for each manager that is still there.
-template <typename Managers, typename Use>
-void forEach(Managers& managers, Use use) {
-  std::erase_if(managers, [&use](const auto& weak) {
-    const auto manager = weak.lock();
-    if (manager) use(*manager);
-    return !manager;
-  });
-}
-
-}  // namespace
-
 LocationCore::LocationCore(const Options& options) : state_(std::make_shared<State>(options)) {}
 
 LocationCore::~LocationCore() = default;
@@ -271,6 +354,7 @@ void LocationCore::hear(const Advertisement& advertisement, Instant now) {
             [&](Manager& manager) { manager.hear(*frame, advertisement.rssi, state_->now); });
   }
   state_->deliver();
+  state_->begin();
 }
 
 void LocationCore::locate(const CLLocation& position, Instant now) {
@@ -280,6 +364,7 @@ void LocationCore::locate(const CLLocation& position, Instant now) {
     forEach(state_->managers, [&](Manager& manager) { manager.locate(position); });
   }
   state_->deliver();
+  state_->begin();
 }
 
 void LocationCore::setScanning(bool scanning, Instant now) {
@@ -299,6 +384,22 @@ void LocationCore::setAuthorization(CLAuthorizationStatus status, bool servicesE
   state_->deliver();
 }
 
+void LocationCore::failBeacons(const std::string& error) {
+  {
+    const std::lock_guard lock(state_->mutex);
+    forEach(state_->managers, [&error](Manager& manager) { manager.failBeacons(error); });
+  }
+  state_->deliver();
+}
+
+void LocationCore::failPositions(const std::string& error) {
+  {
+    const std::lock_guard lock(state_->mutex);
+    forEach(state_->managers, [&error](Manager& manager) { manager.failPositions(error); });
+  }
+  state_->deliver();
+}
+
 void LocationCore::advance(Instant now) {
   state_->deliver();
   // Deadline by deadline: what a delegate does at one decides about the next.
@@ -309,9 +410,20 @@ void LocationCore::advance(Instant now) {
       forEach(state_->managers, [&](Manager& manager) { manager.advance(*due); });
     }
     state_->deliver();
+    state_->begin();
   }
+  {
+    const std::lock_guard lock(state_->mutex);
+    state_->now = std::max(state_->now, now);
+  }
+  state_->begin();
+}
+
+LocationCore::Wanted LocationCore::wanted() const {
   const std::lock_guard lock(state_->mutex);
-  state_->now = std::max(state_->now, now);
+  Wanted wanted;
+  forEach(state_->managers, [&wanted](const Manager& manager) { manager.addTo(wanted); });
+  return wanted;
 }
 
 std::optional<Instant> LocationCore::nextDeadline() const {

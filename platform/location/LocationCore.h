@@ -1,11 +1,15 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <set>
+#include <string>
 
 #include "platform/Export.h"
 #include "platform/Location.h"
+#include "platform/UUID.h"
 #include "platform/location/Advertisement.h"
 #include "platform/location/Instant.h"
 
@@ -16,7 +20,8 @@ namespace platform {
 ///
 /// All that feeds it comes on one thread, and delegates are called from inside those calls alone:
 /// so managers belong to that thread, though their operations may be called on any. Times never go
-/// back; an earlier one counts as the latest.
+/// back; an earlier one counts as the latest. What a manager was asked to start begins with the
+/// next time that is fed.
 class BRIVANE_EXPORT LocationCore final : public LocationService {
  public:
   struct Options {
@@ -24,6 +29,21 @@ class BRIVANE_EXPORT LocationCore final : public LocationService {
     Instant exitPeriod = std::chrono::seconds(30);
     CLAuthorizationStatus authorization = kCLAuthorizationStatusNotDetermined;
     bool servicesEnabled = true;
+    /// Called after each operation of a manager, on its caller's thread: `wanted` may have changed,
+    /// and a report may wait for `advance`. Empty where time is fed anyway; then there is nobody
+    /// who could ask the user, and permanent authorisation cannot be asked for.
+    std::function<void()> onOperation = nullptr;
+  };
+
+  /// What the managers need of the sources.
+  struct Wanted {
+    /// Proximity UUIDs of the regions that are monitored or ranged.
+    std::set<UUID> beacons;
+    bool positions = false;
+    /// The finest that is asked for, metres.
+    double accuracy = kCLLocationAccuracyNearestTenMeters;
+    /// Permanent authorisation has been asked for.
+    bool authorization = false;
   };
 
   explicit LocationCore(const Options& options);
@@ -37,11 +57,19 @@ class BRIVANE_EXPORT LocationCore final : public LocationService {
   void setScanning(bool scanning, Instant now);
   /// The user's consent, or the switch, changed; each manager hears of it.
   void setAuthorization(CLAuthorizationStatus status, bool servicesEnabled);
+  /// The radio cannot listen: told for each ranged region, or by a manager that ranges none, for
+  /// each monitored one. `error` is one line for a person.
+  void failBeacons(const std::string& error);
+  /// There are no positions; told by the managers that update theirs.
+  void failPositions(const std::string& error);
   /// Time has passed: reports what is due and what was asked for.
   void advance(Instant now);
 
   /// When the next report is due; absent when none is.
   std::optional<Instant> nextDeadline() const;
+
+  /// Any thread.
+  Wanted wanted() const;
 
   std::int32_t authorizationStatus() const override;
   bool locationServicesEnabled() const override;
@@ -49,6 +77,7 @@ class BRIVANE_EXPORT LocationCore final : public LocationService {
 
  private:
   struct State;
+  class Operation;
   class Manager;
 
   const std::shared_ptr<State> state_;

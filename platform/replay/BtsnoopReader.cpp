@@ -6,31 +6,21 @@
 #include <cstddef>
 #include <filesystem>
 #include <stdexcept>
-#include <string_view>
 #include <system_error>
 
+#include "platform/replay/BtsnoopFormat.h"
 #include "platform/replay/CaptureError.h"
 #include "platform/replay/HCIEvent.h"
 
 namespace platform {
 namespace {
 
-using namespace std::string_view_literals;
-
-constexpr auto kIdentification = "btsnoop\0"sv;
-constexpr std::uint32_t kVersion = 1;
-constexpr std::uint32_t kHCI = 1001;
-constexpr std::uint32_t kHCIUART = 1002;
-constexpr std::uint32_t kLinuxMonitor = 2001;
+using namespace btsnoop;
 
 constexpr std::uint32_t kMaxPacket = 1 << 16;
-/// Microseconds from year 0, where the format's clock begins, to 1970.
-constexpr std::uint64_t kEpoch = 0x00DCDDB30F2F8000;
 /// No recording is from the year 10000 or later.
 constexpr std::uint64_t kLatest = 10000ULL * 366 * 24 * 3600 * 1'000'000;
 
-constexpr std::uint32_t kFlagsOfReceivedEvent = 3;
-constexpr std::uint8_t kUARTEvent = 0x04;
 constexpr std::uint32_t kMonitorEvent = 3;
 
 template <typename Number>

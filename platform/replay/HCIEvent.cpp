@@ -1,5 +1,7 @@
 #include "platform/replay/HCIEvent.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <stdexcept>
 
@@ -25,7 +27,17 @@ Bytes take(Bytes& bytes, std::size_t count) {
 
 std::uint8_t takeByte(Bytes& bytes) { return take(bytes, 1).front(); }
 
-void addManufacturers(Bytes data, std::int8_t rssi, std::vector<Advertisement>& found) {
+using Address = std::array<std::uint8_t, 6>;
+
+Address takeAddress(Bytes& bytes) {
+  Address address{};
+  const Bytes taken = take(bytes, address.size());
+  std::reverse_copy(taken.begin(), taken.end(), address.begin());
+  return address;
+}
+
+void addManufacturers(Bytes data, std::int8_t rssi, const Address& address,
+                      std::vector<Advertisement>& found) {
   while (!data.empty()) {
     const std::size_t length = data.front();
     if (length == 0 || length >= data.size()) return;
@@ -33,23 +45,26 @@ void addManufacturers(Bytes data, std::int8_t rssi, std::vector<Advertisement>& 
     data = data.subspan(1 + length);
     if (structure[0] != kManufacturerData || structure.size() < 3) continue;
     const auto company = static_cast<std::uint16_t>(structure[1] | structure[2] << 8U);
-    found.push_back({company, {structure.begin() + 3, structure.end()}, rssi});
+    found.push_back({company, {structure.begin() + 3, structure.end()}, rssi, address});
   }
 }
 
 void addLegacyReport(Bytes& parameters, std::vector<Advertisement>& found) {
-  take(parameters, 8);  // type and address
+  take(parameters, 2);  // types of the report and of the address
+  const Address address = takeAddress(parameters);
   const Bytes data = take(parameters, takeByte(parameters));
-  addManufacturers(data, static_cast<std::int8_t>(takeByte(parameters)), found);
+  addManufacturers(data, static_cast<std::int8_t>(takeByte(parameters)), address, found);
 }
 
 void addExtendedReport(Bytes& parameters, std::vector<Advertisement>& found) {
   const std::uint8_t type = takeByte(parameters);
-  take(parameters, 12);  // the rest of the type, address, channels, set, power
+  take(parameters, 2);  // the rest of the type, type of the address
+  const Address address = takeAddress(parameters);
+  take(parameters, 4);  // channels, set, power
   const auto rssi = static_cast<std::int8_t>(takeByte(parameters));
   take(parameters, 9);  // interval and target address
   const Bytes data = take(parameters, takeByte(parameters));
-  if ((type & kDataStatus) == 0) addManufacturers(data, rssi, found);
+  if ((type & kDataStatus) == 0) addManufacturers(data, rssi, address, found);
 }
 
 }  // namespace

@@ -74,6 +74,7 @@ bool ReplayLocationService::playNext(Instant limit) {
 }
 
 bool ReplayLocationService::advanceTo(Instant time) {
+  core_.advance(now());  // begins what was started meanwhile
   for (auto due = core_.nextDeadline(); due && *due <= time; due = core_.nextDeadline()) {
     if (!clock_.moveTo(*due)) return false;
     core_.advance(*due);

@@ -155,8 +155,9 @@ TEST_F(Core, ReportsWhatWasAskedForAndNothingElse) {
   manager->startMonitoringForRegion(region);
   manager->requestStateForRegion(region);
   manager->startRangingBeaconsInRegion(region);
-  EXPECT_EQ(core.nextDeadline(), Instant(2s));
+  EXPECT_EQ(core.nextDeadline(), std::nullopt);  // nobody has said yet when that was
   EXPECT_EQ(advance(1s), "state0");
+  EXPECT_EQ(core.nextDeadline(), Instant(2s));
   EXPECT_EQ(hear(1500ms), "enter state1");
   manager->requestStateForRegion(region);
   EXPECT_EQ(hear(2500ms), "state1 range-60");
@@ -177,6 +178,48 @@ TEST_F(Core, ReportsWhatWasAskedForAndNothingElse) {
   EXPECT_EQ(listener->take(), "auth3");
   EXPECT_EQ(core.authorizationStatus(), 3);
   EXPECT_FALSE(core.locationServicesEnabled());
+}
+
+TEST_F(Core, BeginsAtTheTimeThatIsFedNext) {
+  advance(1s);
+  manager->startMonitoringForRegion(region);
+  manager->startRangingBeaconsInRegion(region);
+  EXPECT_EQ(advance(1000s), "");
+  EXPECT_EQ(advance(1001s), "range");
+  manager->stopRangingBeaconsInRegion(*region);
+  EXPECT_EQ(advance(1030s), "state2");
+}
+
+TEST_F(Core, SaysWhatItNeedsAndTellsWhatFails) {
+  int operations = 0;
+  LocationCore asking({.onOperation = [&operations] { ++operations; }});
+  manager = asking.createManager();
+  manager->setDelegate(listener);
+  const auto fail = [&] {
+    asking.failBeacons("beacons");
+    asking.failPositions("positions");
+    return listener->take();
+  };
+  EXPECT_EQ(fail(), "auth0");
+  EXPECT_TRUE(asking.wanted().beacons.empty());
+  EXPECT_TRUE(manager->offersRequestAlwaysAuthorization());
+  EXPECT_FALSE(core.createManager()->offersRequestAlwaysAuthorization());
+  manager->requestAlwaysAuthorization();
+  manager->startMonitoringForRegion(region);
+  EXPECT_EQ(fail(), "beacons");
+  manager->startRangingBeaconsInRegion(region);
+  manager->setDesiredAccuracy(100);
+  manager->startUpdatingLocation();
+  EXPECT_EQ(operations, 6);
+  EXPECT_EQ(fail(), "beacons positions");
+  const auto other = asking.createManager();
+  other->setDesiredAccuracy(20);
+  other->startUpdatingLocation();
+  EXPECT_EQ(asking.wanted().beacons, std::set<UUID>{kNetwork});
+  EXPECT_EQ(asking.wanted().accuracy, 20);
+  EXPECT_TRUE(asking.wanted().authorization);
+  manager.reset();
+  EXPECT_TRUE(asking.wanted().beacons.empty() && asking.wanted().positions);
 }
 
 TEST_F(Core, DeliversPositionsThroughTheDistanceFilter) {

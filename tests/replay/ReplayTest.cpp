@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "platform/replay/BtsnoopReader.h"
+#include "platform/replay/BtsnoopWriter.h"
 #include "platform/replay/CaptureError.h"
 #include "platform/replay/GpxTrack.h"
 #include "platform/replay/HCIEvent.h"
@@ -106,6 +107,28 @@ TEST(Btsnoop, NamesTheFaultAndItsPlaceAfterAllThatIsSound) {
     EXPECT_EQ(records, row.records);
   }
   EXPECT_EQ(faultOf([] { BtsnoopReader("/nowhere/b"); }), "b: No such file or directory");
+}
+
+TEST(Btsnoop, ReadsWhatItWrites) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path() / "w.btsnoop";
+  Advertisement heard = beaconFrame(kNetwork, 1, 2, -70);
+  heard.address = {0xC0, 1, 2, 3, 4, 5};
+  {
+    BtsnoopWriter writer(path);
+    writer.write(heard, 5s);
+    writer.write({.company = 1, .data = std::vector<std::uint8_t>(28), .rssi = -1}, 6s);  // too long for a report
+    EXPECT_EQ(writer.count(), 1U);
+  }
+  BtsnoopReader reader(path);
+  const auto record = reader.next();
+  ASSERT_TRUE(record);
+  EXPECT_EQ(record->time, Instant(5s));
+  EXPECT_EQ(record->advertisements.at(0).address, heard.address);
+  EXPECT_EQ(record->advertisements.at(0).data, heard.data);
+  EXPECT_EQ(record->advertisements.at(0).rssi, -70);
+  EXPECT_FALSE(reader.next());
+  EXPECT_EQ(faultOf([&] { BtsnoopWriter again(path); }), "w.btsnoop: File exists");
 }
 
 TEST(HCI, PassesOverWhatTheAirMalforms) {

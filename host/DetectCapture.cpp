@@ -7,16 +7,14 @@
 #include "host/Commands.h"
 #include "host/Failure.h"
 #include "host/Interrupt.h"
+#include "host/Replay.h"
 #include "host/Screen.h"
 #include "host/Session.h"
-#include "platform/replay/ReplayLocationService.h"
 
 namespace host {
 namespace {
 
 using platform::ReplayLocationService;
-
-double secondsOf(platform::Instant time) { return std::chrono::duration<double>(time).count(); }
 
 /// Shows how much of a capture has been played, whenever the whole percentage changes.
 std::function<void(double)> progressOn(Screen& screen) {
@@ -31,21 +29,12 @@ std::function<void(double)> progressOn(Screen& screen) {
 std::shared_ptr<ReplayLocationService> openReplay(const DetectOptions& options,
                                                   const Session& session, Screen& screen) {
   ReplayLocationService::Options replay;
-  replay.capture = options.capture;
+  replay.capture = options.source.capture;
   replay.track = options.track;
-  replay.speed = options.speed;
+  replay.speed = options.source.speed;
   replay.waitUntilIdle = [&session] { session.waitUntilAnswered(); };
   replay.onProgress = progressOn(screen);
   return std::make_shared<ReplayLocationService>(std::move(replay));
-}
-
-void play(ReplayLocationService& replay, const DetectOptions& options) {
-  std::optional<platform::Instant> limit;
-  if (options.limit) {
-    limit = std::chrono::duration_cast<platform::Instant>(
-        std::chrono::duration<double>(*options.limit));
-  }
-  replay.run(limit);
 }
 
 std::string summary(const Announcer& announcer, const ReplayLocationService& replay) {
@@ -56,9 +45,9 @@ std::string summary(const Announcer& announcer, const ReplayLocationService& rep
 
 }  // namespace
 
-void detect(const DetectOptions& options) {
+void detectCapture(const DetectOptions& options) {
   Screen screen;
-  Session session(options.service, !options.speed.has_value());
+  Session session(options.service, {.inOrder = !options.source.speed.has_value()});
   const auto replay = openReplay(options, session, screen);
   session.install(replay);
   const Interrupt interrupt([&] {
@@ -74,7 +63,7 @@ void detect(const DetectOptions& options) {
   manager->setEnabledGPS(options.gps);
   if (!manager->startDetection()) throw Failure(kServiceFailure, "detection did not start");
   try {
-    play(*replay, options);
+    play(*replay, options.source);
   } catch (...) {  // a fault in the capture is told after all that came before it
     session.waitUntilAnswered();
     throw;

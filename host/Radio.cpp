@@ -1,0 +1,45 @@
+#include "host/Radio.h"
+
+#include <utility>
+
+#include "host/Failure.h"
+#include "platform/linux/StandardErrorLog.h"
+
+namespace host {
+
+Radio::Radio(Screen& screen, Options options)
+    : screen_(screen),
+      service_(std::make_shared<platform::LinuxLocationService>(
+          platform::LinuxLocationService::Options{
+              .adapter = options.live.adapter,
+              .desktopId = options.positions ? options.live.desktopId : "",
+              .log = options.log ? std::make_shared<platform::StandardErrorLog>() : nullptr,
+              .onBluetooth = [this](const auto& status) { onBluetooth(status); },
+              .onNoPositions =
+                  [this](const std::string& reason) {
+                    positionFault_ = reason;
+                    screen_.complain(reason);
+                  },
+              .onAdvertisement = std::move(options.onAdvertisement)})) {}
+
+void Radio::failIfUseless() const {
+  if (isUseless()) throw Failure(kServiceFailure, fault_);
+}
+
+void Radio::failUnlessAuthorized() const {
+  if (service_->authorizationStatus() == platform::kCLAuthorizationStatusAuthorizedAlways) return;
+  const std::string& reason = positionFault_.empty() ? fault_ : positionFault_;
+  throw Failure(kServiceFailure, "not allowed to detect: " +
+                                     (reason.empty() ? "nobody answered the question" : reason));
+}
+
+void Radio::onBluetooth(const platform::BluetoothStatus& status) {
+  const std::string before = std::exchange(fault_, status.fault);
+  if (hasListened_ && !status.fault.empty() && status.fault != before) {
+    screen_.complain(status.fault);
+  }
+  if (hasListened_ && status.listening && !before.empty()) screen_.complain("listening again");
+  hasListened_ = hasListened_ || status.listening;
+}
+
+}  // namespace host

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "host/Options.h"
+#include "host/Screen.h"
+#include "platform/linux/LinuxLocationService.h"
+
+namespace host {
+
+/// This machine's radio and positions as a location service, for the commands that listen live. Says
+/// what is wrong with them, and knows whether they ever worked.
+class Radio {
+ public:
+  struct Options {
+    LiveOptions live;
+    /// Whether positions are wanted.
+    bool positions = false;
+    bool log = false;
+    /// Called with each frame; may be empty.
+    std::function<void(const platform::Advertisement&)> onAdvertisement;
+  };
+
+  Radio(Screen& screen, Options options);
+
+  const std::shared_ptr<platform::LinuxLocationService>& service() const { return service_; }
+
+  /// Whether it cannot listen, and never could.
+  bool isUseless() const { return !hasListened_ && !fault_.empty(); }
+  /// Throws Failure with the reason when it is.
+  void failIfUseless() const;
+  /// Throws Failure when the user's or the system's consent is missing.
+  void failUnlessAuthorized() const;
+
+ private:
+  void onBluetooth(const platform::BluetoothStatus& status);
+
+  Screen& screen_;
+  bool hasListened_ = false;
+  /// What is wrong now, and with positions.
+  std::string fault_;
+  std::string positionFault_;
+  const std::shared_ptr<platform::LinuxLocationService> service_;
+};
+
+}  // namespace host

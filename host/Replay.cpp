@@ -1,0 +1,19 @@
+#include "host/Replay.h"
+
+#include <chrono>
+#include <optional>
+
+namespace host {
+
+double secondsOf(platform::Instant time) { return std::chrono::duration<double>(time).count(); }
+
+void play(platform::ReplayLocationService& replay, const SourceOptions& options) {
+  std::optional<platform::Instant> limit;
+  if (options.limit) {
+    limit = std::chrono::duration_cast<platform::Instant>(
+        std::chrono::duration<double>(*options.limit));
+  }
+  replay.run(limit);
+}
+
+}  // namespace host

@@ -1,0 +1,88 @@
+#include "platform/linux/BlueZDiscovery.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace platform {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr Instant kBusyPause = 500ms;
+/// After as many attempts, ten seconds, BlueZ would have finished what it was busy with.
+constexpr int kMostBusy = 20;
+constexpr Instant kFailurePause = 500ms;
+constexpr Instant kRefusalPause = 30s;
+constexpr Instant kDoubtPause = 2s;
+/// A discovery that is silent for so long may be dead. Where there is nothing to hear it is not, so
+/// each renewal that brings nothing doubles the time until the next.
+constexpr Instant kSilence = 10s;
+constexpr int kMostDoublings = 5;
+
+Instant doubled(Instant time, int times) { return time * (1 << std::min(times, kMostDoublings)); }
+
+}  // namespace
+
+void BlueZDiscovery::setUsable(bool usable, Instant now) {
+  listening_ = false;
+  underWay_.reset();
+  planned_.reset();
+  if (!usable) return;
+  planned_ = Call::kSetFilter;
+  due_ = now;
+}
+
+void BlueZDiscovery::finish(Outcome outcome, Instant now) {
+  const auto call = std::exchange(underWay_, std::nullopt);
+  if (!call) return;
+  const bool done = outcome == Outcome::kDone || call == Call::kStop;
+  if (!done) {
+    retry(outcome, now);
+  } else if (call == Call::kStart) {
+    busy_ = failed_ = 0;
+    listen(now);
+  } else {
+    planned_ = call == Call::kStop ? Call::kSetFilter : Call::kStart;
+    due_ = now;
+  }
+}
+
+void BlueZDiscovery::hear(Instant now) {
+  renewals_ = 0;
+  if (!listening_) return;
+  planned_ = Call::kStop;
+  due_ = now + kSilence;
+}
+
+void BlueZDiscovery::doubt(Instant now) {
+  if (listening_) due_ = std::min(due_, now + kDoubtPause);
+}
+
+std::optional<BlueZDiscovery::Call> BlueZDiscovery::next(Instant now) {
+  if (!planned_ || underWay_ || now < due_) return std::nullopt;
+  if (std::exchange(listening_, false)) ++renewals_;
+  underWay_ = std::exchange(planned_, std::nullopt);
+  return underWay_;
+}
+
+std::optional<Instant> BlueZDiscovery::deadline() const {
+  return planned_ && !underWay_ ? std::optional(due_) : std::nullopt;
+}
+
+void BlueZDiscovery::listen(Instant now) {
+  listening_ = true;
+  planned_ = renewals_ == 0 ? Call::kStop : Call::kRenewConnection;
+  due_ = now + doubled(kSilence, renewals_);
+}
+
+void BlueZDiscovery::retry(Outcome outcome, Instant now) {
+  planned_ = Call::kSetFilter;
+  if (outcome == Outcome::kBusy) {
+    due_ = now + kBusyPause;
+    if (++busy_ % kMostBusy == 0) planned_ = Call::kRenewConnection;
+  } else {
+    due_ = now + (outcome == Outcome::kRefused ? kRefusalPause : doubled(kFailurePause, failed_++));
+  }
+}
+
+}  // namespace platform
