@@ -33,8 +33,7 @@ void detectLive(const DetectOptions& options) {
   radio.failUnlessAuthorized();
   manager->setEnabledGPS(options.gps);
   if (!manager->startDetection()) throw Failure(kServiceFailure, "detection did not start");
-  loop.runUntil([&] { return session.isInterrupted() || radio.isUseless(); },
-                options.source.limit);
+  loop.runUntil([&] { return session.isInterrupted() || radio.isUseless(); }, options.source.limit);
   manager->stopDetection();
   radio.failIfUseless();
   if (!session.isInterrupted()) session.waitUntilAnswered();

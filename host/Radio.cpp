@@ -9,8 +9,8 @@ namespace host {
 
 Radio::Radio(Screen& screen, Options options)
     : screen_(screen),
-      service_(std::make_shared<platform::LinuxLocationService>(
-          platform::LinuxLocationService::Options{
+      service_(
+          std::make_shared<platform::LinuxLocationService>(platform::LinuxLocationService::Options{
               .adapter = options.live.adapter,
               .desktopId = options.positions ? options.live.desktopId : "",
               .log = options.log ? std::make_shared<platform::StandardErrorLog>() : nullptr,
@@ -35,11 +35,13 @@ void Radio::failUnlessAuthorized() const {
 
 void Radio::onBluetooth(const platform::BluetoothStatus& status) {
   const std::string before = std::exchange(fault_, status.fault);
-  if (hasListened_ && !status.fault.empty() && status.fault != before) {
-    screen_.complain(status.fault);
+  if (hasListened_ && !fault_.empty() && fault_ != before) {
+    screen_.complain(fault_);
+    complained_ = true;
   }
-  if (hasListened_ && status.listening && !before.empty()) screen_.complain("listening again");
-  hasListened_ = hasListened_ || status.listening;
+  if (!status.listening) return;
+  hasListened_ = true;
+  if (std::exchange(complained_, false)) screen_.complain("listening again");
 }
 
 }  // namespace host

@@ -10,8 +10,8 @@
 
 namespace host {
 
-/// This machine's radio and positions as a location service, for the commands that listen live. Says
-/// what is wrong with them, and knows whether they ever worked.
+/// This machine's radio and positions as a location service, for the commands that listen live.
+/// Says what is wrong with them, and knows whether they ever worked.
 class Radio {
  public:
   struct Options {
@@ -39,6 +39,7 @@ class Radio {
 
   Screen& screen_;
   bool hasListened_ = false;
+  bool complained_ = false;
   /// What is wrong now, and with positions.
   std::string fault_;
   std::string positionFault_;

@@ -31,14 +31,15 @@ std::shared_ptr<platform::CLLocationManager> range(platform::LocationService& lo
 void scanLive(const ScanOptions& options, Screen& screen) {
   const MainLoop loop;
   std::atomic<bool> interrupted = false;
-  Radio radio(screen, {.live = options.source.live, .log = options.log, .onAdvertisement = nullptr});
+  Radio radio(screen,
+              {.live = options.source.live, .log = options.log, .onAdvertisement = nullptr});
   const Interrupt interrupt([&] {
     interrupted = true;
     loop.wake();
   });
   const auto table = std::make_shared<BeaconTable>(
-      screen,
-      BeaconTable::Options{.json = options.json, .now = [watch = Stopwatch()] { return watch.seconds(); }});
+      screen, BeaconTable::Options{.json = options.json,
+                                   .now = [watch = Stopwatch()] { return watch.seconds(); }});
   const auto manager = range(*radio.service(), table);
   loop.runUntil([&] { return interrupted || radio.isUseless(); }, options.source.limit);
   table->finish();

@@ -6,22 +6,10 @@
 #include <cstddef>
 #include <cstdio>
 
+#include "host/PlainText.h"
+
 namespace host {
 namespace {
-
-/// C0, DEL, and the two bytes with which C1 controls begin and end in UTF-8, are what a terminal
-/// acts on.
-std::string withoutControls(std::string_view line) {
-  std::string clean(line);
-  for (std::size_t i = 0; i < clean.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(clean[i]);
-    if (byte < 0x20 || byte == 0x7F) clean[i] = ' ';
-    if (byte == 0xC2 && i + 1 < clean.size() && static_cast<unsigned char>(clean[i + 1]) < 0xA0) {
-      clean[i] = clean[i + 1] = ' ';
-    }
-  }
-  return clean;
-}
 
 std::size_t terminalRows() {
   winsize size{};
@@ -42,7 +30,7 @@ Screen::Screen() : watched_(isatty(STDOUT_FILENO) == 1 && isatty(STDERR_FILENO) 
 Screen::~Screen() { erase(); }
 
 void Screen::print(std::string_view line) {
-  const std::string clean = withoutControls(line);
+  const std::string clean = plainLine(line);
   const std::lock_guard lock(mutex_);
   erase();
   std::fprintf(stdout, "%s\n", clean.c_str());
@@ -61,7 +49,7 @@ void Screen::showProgress(const std::string& text) {
 void Screen::complain(const std::string& line) {
   const std::lock_guard lock(mutex_);
   erase();
-  std::fprintf(stderr, "brivane: %s\n", withoutControls(line).c_str());
+  std::fprintf(stderr, "brivane: %s\n", plainLine(line).c_str());
   draw();
 }
 

@@ -7,6 +7,7 @@
 #include "host/Commands.h"
 #include "host/Failure.h"
 #include "host/Interrupt.h"
+#include "host/PlainText.h"
 
 namespace {
 
@@ -27,7 +28,7 @@ struct Runner {
 };
 
 int complain(const std::string& fault, host::ExitStatus status) {
-  std::fprintf(stderr, "brivane: %s\n", fault.c_str());
+  std::fprintf(stderr, "brivane: %s\n", host::plainLine(fault).c_str());
   return status;
 }
 

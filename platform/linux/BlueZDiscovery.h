@@ -31,8 +31,8 @@ class BlueZDiscovery {
   /// BlueZ says that it discovers no more, which need not be true or last.
   void doubt(Instant now);
 
-  /// The call to make now; absent when there is none, or one under way. After kRenewConnection there
-  /// is no adapter until `setUsable` says so.
+  /// The call to make now; absent when there is none, or one under way. After kRenewConnection
+  /// there is no adapter until `setUsable` says so.
   std::optional<Call> next(Instant now);
   /// When `next` may have a call.
   std::optional<Instant> deadline() const;

@@ -12,12 +12,12 @@ namespace platform {
 
 /// Asks BlueZ to watch for the beacons of some networks by an advertisement monitor, beside its
 /// discovery. What it hears comes as sightings, like the rest; the monitor keeps controllers from
-/// dropping repeated frames. It is an extra: BlueZ may refuse it, release it or never take it up, and
-/// then discovery goes on alone.
+/// dropping repeated frames. It is an extra: BlueZ may refuse it, release it or never take it up,
+/// and then discovery goes on alone.
 class BlueZMonitor {
  public:
-  /// Registers with the adapter at `adapter` of the daemon whose unique name is `daemon`. `ended` is
-  /// called with the reason when there is no monitor, or none any more.
+  /// Registers with the adapter at `adapter` of the daemon whose unique name is `daemon`. `ended`
+  /// is called with the reason when there is no monitor, or none any more.
   BlueZMonitor(SystemBus& bus, const MainContext& context, std::string daemon, std::string adapter,
                std::set<UUID> networks, std::function<void(const std::string&)> ended);
   ~BlueZMonitor();

@@ -36,8 +36,8 @@ BlueZDiscovery::Outcome outcomeOf(const BusReply& reply) {
   return isBusy ? Outcome::kBusy : Outcome::kFailed;
 }
 
-/// Every report, of LE devices, however faint. The empty pattern matches every address: it keeps ours
-/// coming while another client's filter matches none of them.
+/// Every report, of LE devices, however faint. The empty pattern matches every address: it keeps
+/// ours coming while another client's filter matches none of them.
 GVariant* filter() {
   return g_variant_new_parsed(
       "({'Transport': <'le'>, 'DuplicateData': <true>, 'RSSI': <int16 -127>, 'Pattern': <''>},)");
@@ -109,14 +109,12 @@ void BlueZScan::onDaemonAppeared(const std::string& daemon) {
                       [this](const char*, GVariant* arguments) { onInterfacesAdded(arguments); }),
       bus_->subscribe({sender, "/", kObjectManager, "InterfacesRemoved", nullptr},
                       [this](const char*, GVariant* arguments) { onInterfacesRemoved(arguments); }),
-      bus_->subscribe({sender, nullptr, kProperties, "PropertiesChanged", kDevice},
-                      [this](const char* path, GVariant* arguments) {
-                        onDeviceChanged(path, arguments);
-                      }),
-      bus_->subscribe({sender, nullptr, kProperties, "PropertiesChanged", kAdapter},
-                      [this](const char* path, GVariant* arguments) {
-                        onAdapterChanged(path, arguments);
-                      })};
+      bus_->subscribe(
+          {sender, nullptr, kProperties, "PropertiesChanged", kDevice},
+          [this](const char* path, GVariant* arguments) { onDeviceChanged(path, arguments); }),
+      bus_->subscribe(
+          {sender, nullptr, kProperties, "PropertiesChanged", kAdapter},
+          [this](const char* path, GVariant* arguments) { onAdapterChanged(path, arguments); })};
   bus_->call({.destination = sender,
               .path = "/",
               .interface = kObjectManager,

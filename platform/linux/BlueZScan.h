@@ -37,8 +37,8 @@ class BlueZScan {
   struct Options {
     /// "hci0" or an address; empty for whichever there is.
     std::string adapter;
-    /// Networks that a monitor may watch for. When there is none, the daemon is asked whether it would
-    /// listen, and nothing is begun.
+    /// Networks that a monitor may watch for. When there is none, the daemon is asked whether it
+    /// would listen, and nothing is begun.
     std::set<UUID> networks;
     /// For what is mended without the host's knowledge; may be null.
     std::shared_ptr<Log> log;

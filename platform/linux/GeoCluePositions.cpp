@@ -63,9 +63,9 @@ std::optional<CLLocation> positionIn(GVariant* properties, std::int64_t now) {
 }
 
 GeoCluePositions::GeoCluePositions(MainContext context, Options options)
-    : context_(std::move(context)), options_(std::move(options)), timer_(context_, [this] {
-        open();
-      }) {
+    : context_(std::move(context)),
+      options_(std::move(options)),
+      timer_(context_, [this] { open(); }) {
   open();
 }
 
@@ -109,9 +109,8 @@ void GeoCluePositions::useClient(const BusReply& reply) {
   setProperty("RequestedAccuracyLevel", g_variant_new_uint32(street ? kStreet : kExact));
   // Below its threshold GeoClue can lose a slow walk; distances are filtered behind this.
   setProperty("DistanceThreshold", g_variant_new_uint32(0));
-  watch_ = bus_->watch(kDaemon, [](const std::string&) {}, [this] {
-    timer_.set(monotonicNow() + kPauseAfterLoss);
-  });
+  watch_ = bus_->watch(
+      kDaemon, [](const std::string&) {}, [this] { timer_.set(monotonicNow() + kPauseAfterLoss); });
   signals_ = {
       bus_->subscribe({kDaemon, path, kClient, "LocationUpdated", nullptr},
                       [this](const char*, GVariant* arguments) { onLocationUpdated(arguments); }),
@@ -157,20 +156,20 @@ void GeoCluePositions::onLocationUpdated(GVariant* arguments) {
   if (!g_variant_is_of_type(arguments, G_VARIANT_TYPE("(oo)"))) return;
   g_variant_get_child(arguments, 1, "&o", &path);
   if (std::string(path) == "/") return;  // none yet
-  bus_->call({.destination = kDaemon,
-              .path = path,
-              .interface = kProperties,
-              .method = "GetAll",
-              .arguments = g_variant_new("(s)", kLocation)},
-             [this](const BusReply& reply) {
-               if (!reply.value ||
-                   !g_variant_is_of_type(reply.value.get(), G_VARIANT_TYPE("(a{sv})"))) {
-                 return;
-               }
-               const Variant properties(g_variant_get_child_value(reply.value.get(), 0));
-               const auto position = positionIn(properties.get(), g_get_real_time());
-               if (position) options_.onPosition(*position);
-             });
+  bus_->call(
+      {.destination = kDaemon,
+       .path = path,
+       .interface = kProperties,
+       .method = "GetAll",
+       .arguments = g_variant_new("(s)", kLocation)},
+      [this](const BusReply& reply) {
+        if (!reply.value || !g_variant_is_of_type(reply.value.get(), G_VARIANT_TYPE("(a{sv})"))) {
+          return;
+        }
+        const Variant properties(g_variant_get_child_value(reply.value.get(), 0));
+        const auto position = positionIn(properties.get(), g_get_real_time());
+        if (position) options_.onPosition(*position);
+      });
 }
 
 void GeoCluePositions::refuse(const BusReply& reply) {

@@ -23,8 +23,8 @@ PositionGrant positionGrantOf(const std::string& error, const std::string& messa
 /// older than half a minute at `now`, microseconds since 1970, or not a position at all.
 std::optional<CLLocation> positionIn(GVariant* properties, std::int64_t now);
 
-/// The positions that GeoClue finds, for as long as this lives; it asks for permission to begin with.
-/// Lives on the thread of its context; never destroyed from inside one of its own calls.
+/// The positions that GeoClue finds, for as long as this lives; it asks for permission to begin
+/// with. Lives on the thread of its context; never destroyed from inside one of its own calls.
 class GeoCluePositions {
  public:
   struct Options {

@@ -22,43 +22,46 @@ struct BluetoothStatus {
   std::string fault;
 };
 
-/// The location service of a Linux phone: beacons through BlueZ, positions through GeoClue, both over
-/// the system bus, without any privilege.
+/// The location service of a Linux phone: beacons through BlueZ, positions through GeoClue, both
+/// over the system bus, without any privilege.
 ///
-/// A manager belongs to the GLib main context that is the default of the thread that creates it, and
-/// its delegate is called while that context runs: under a GMainLoop, under Qt's event loop, or on a
-/// thread with a context of its own. Nothing blocks there. A manager may be dropped on any thread, also
-/// from inside a call to its delegate.
+/// A manager belongs to the GLib main context that is the default of the thread that creates it,
+/// and its delegate is called while that context runs: under a GMainLoop, under Qt's event loop, or
+/// on a thread with a context of its own. Nothing blocks there. A manager may be dropped on any
+/// thread, also from inside a call to its delegate.
 ///
-/// The radio listens while a region is monitored or ranged; what happens to the daemon or the adapter
-/// meanwhile is mended by itself. While a manager wants nothing, nothing runs.
+/// The radio listens while a region is monitored or ranged; what happens to the daemon or the
+/// adapter meanwhile is mended by itself. While a manager wants nothing, nothing runs.
 class BRIVANE_EXPORT LinuxLocationService final : public LocationService {
  public:
   struct Options {
     /// The Bluetooth adapter, as "hci0" or by its address; empty for whichever there is.
-    std::string adapter;
-    /// Name of the application's desktop file, without its ending, by which GeoClue and the user know
-    /// it; empty for an application that wants no positions.
-    std::string desktopId;
+    std::string adapter = {};
+    /// Name of the application's desktop file, without its ending, by which GeoClue and the user
+    /// know it; empty for an application that wants no positions.
+    std::string desktopId = {};
     /// How long a region stays inside without a frame.
     std::chrono::seconds exitPeriod{30};
     /// For a line on each fault that is mended without the host's knowledge; may be null.
-    std::shared_ptr<Log> log;
-    /// Called on the manager's thread when listening begins or ceases, and at each fault; may be empty.
-    std::function<void(const BluetoothStatus&)> onBluetooth;
-    /// Called on the manager's thread, with the reason for a person, when GeoClue gives no positions;
-    /// may be empty.
-    std::function<void(const std::string&)> onNoPositions;
+    std::shared_ptr<Log> log = nullptr;
+    /// Called on the manager's thread when listening begins or ceases, and at each fault; may be
+    /// empty.
+    std::function<void(const BluetoothStatus&)> onBluetooth = nullptr;
+    /// Called on the manager's thread, with the reason for a person, when GeoClue gives no
+    /// positions; may be empty.
+    std::function<void(const std::string&)> onNoPositions = nullptr;
     /// Called on the manager's thread with each frame of a beacon, before it is used; may be empty.
-    std::function<void(const Advertisement&)> onAdvertisement;
+    std::function<void(const Advertisement&)> onAdvertisement = nullptr;
   };
 
   explicit LinuxLocationService(Options options);
   ~LinuxLocationService() override;
 
-  /// Not determined until a manager asked for permanent authorisation; then as BlueZ and GeoClue grant.
+  /// Not determined until a manager asked for permanent authorisation; then as BlueZ and GeoClue
+  /// grant.
   std::int32_t authorizationStatus() const override;
-  /// False once GeoClue turned out to be absent or switched off, for an application with a desktop ID.
+  /// False once GeoClue turned out to be absent or switched off, for an application with a desktop
+  /// ID.
   bool locationServicesEnabled() const override;
   std::shared_ptr<CLLocationManager> createManager() override;
 

@@ -46,14 +46,13 @@ void LiveLocation::end(std::shared_ptr<LiveLocation> live) {
     return;
   }
   live->close();
-  // Called from inside one of its own calls, it stays until they have returned.
-  if (live->depth_ > 0) context.post([live] {});
   live.reset();
   g_main_context_release(context.get());
 }
 
 void LiveLocation::close() {
   closed_ = true;
+  if (depth_ > 0) self_ = shared_from_this();
   if (bluetooth_) bluetooth_->close();
   if (positions_) positions_->close();
   timer_.set(std::nullopt);
@@ -74,7 +73,11 @@ void LiveLocation::enter(Deed deed) {
   ++depth_;
   deed();
   --depth_;
-  if (closed_) return;
+  if (closed_) {
+    // The source that called is still below; it is gone once the context runs again.
+    if (depth_ == 0) context_.post([self = std::move(self_)] {});
+    return;
+  }
   arm();
   if (depth_ == 0 && std::exchange(postponed_, false)) wake();
 }
@@ -138,7 +141,8 @@ void LiveLocation::updateBluetooth(const std::set<UUID>& networks) {
 
 void LiveLocation::updatePositions() {
   if (options_.desktopId.empty()) {
-    const bool isNew = wanted_.positions && !std::exchange(saidWithoutPositions_, wanted_.positions);
+    const bool isNew =
+        wanted_.positions && !std::exchange(saidWithoutPositions_, wanted_.positions);
     if (isNew) core_.failPositions("there are no positions without a desktop ID for GeoClue");
     return;
   }
@@ -181,8 +185,8 @@ void LiveLocation::onGrant(PositionGrant grant, const std::string& reason) {
   if (!closed_) core_.failPositions(reason);
 }
 
-/// The time of our logic. While the application blocks, frames wait and nothing can be told: that time
-/// does not count, or what waits would be told in a burst, and regions left that were not.
+/// The time of our logic. While the application blocks, frames wait and nothing can be told: that
+/// time does not count, or what waits would be told in a burst, and regions left that were not.
 Instant LiveLocation::now() {
   const Instant real = monotonicNow() - behind_;
   const Instant late = armed_ ? real - *armed_ : Instant(0);

@@ -18,14 +18,15 @@
 namespace platform {
 
 /// What runs for one location manager, on the main context of its thread: feeds its logic from the
-/// radio and from GeoClue, starts these when it wants something of them and ends them when it does not.
+/// radio and from GeoClue, starts these when it wants something of them and ends them when it does
+/// not.
 class LiveLocation : public std::enable_shared_from_this<LiveLocation> {
  public:
   using Options = LinuxLocationService::Options;
 
   /// A manager; what runs for it ends with it.
-  static std::shared_ptr<CLLocationManager> createManager(const Options& options,
-                                                          const std::shared_ptr<PermissionBoard>& board);
+  static std::shared_ptr<CLLocationManager> createManager(
+      const Options& options, const std::shared_ptr<PermissionBoard>& board);
 
   LiveLocation(const Options& options, std::shared_ptr<PermissionBoard> board);
 
@@ -63,6 +64,8 @@ class LiveLocation : public std::enable_shared_from_this<LiveLocation> {
   int depth_ = 0;
   bool postponed_ = false;
   bool closed_ = false;
+  /// Keeps what was ended from inside its own calls until they have returned.
+  std::shared_ptr<LiveLocation> self_;
 
   LocationCore::Wanted wanted_;
   Permission told_;

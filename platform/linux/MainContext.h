@@ -21,8 +21,8 @@ class MainContext {
 
   GMainContext* get() const { return context_.get(); }
 
-  /// Calls `deed` once, when the context runs next, never at once. Any thread. When the context goes
-  /// without having run, `deed` is destroyed uncalled.
+  /// Calls `deed` once, when the context runs next, never at once. Any thread. When the context
+  /// goes without having run, `deed` is destroyed uncalled.
   void post(std::function<void()> deed) const;
 
  private:
@@ -31,8 +31,8 @@ class MainContext {
   std::shared_ptr<GMainContext> context_;
 };
 
-/// Makes a context its thread's default while it lives, so that what is begun meanwhile answers there.
-/// On the context's own thread.
+/// Makes a context its thread's default while it lives, so that what is begun meanwhile answers
+/// there. On the context's own thread.
 class ThreadDefault {
  public:
   explicit ThreadDefault(const MainContext& context) : context_(context) {

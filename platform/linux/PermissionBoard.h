@@ -10,15 +10,16 @@ namespace platform {
 
 class LiveLocation;
 
-/// The permission that all managers of a process share, each on its own thread: what one learns, the
-/// others are told.
+/// The permission that all managers of a process share, each on its own thread: what one learns,
+/// the others are told.
 class PermissionBoard {
  public:
   explicit PermissionBoard(bool withPositions) : permission_(withPositions) {}
 
   void add(const std::shared_ptr<LiveLocation>& live);
 
-  /// Changes it with `change`, which takes a LocationPermission&, and wakes who has not seen that yet.
+  /// Changes it with `change`, which takes a LocationPermission&, and wakes who has not seen that
+  /// yet.
   template <typename Change>
   void update(Change change) {
     std::unique_lock lock(mutex_);

@@ -161,12 +161,11 @@ void SystemBus::close() {
 
 void SystemBus::call(const Call& call, std::function<void(const BusReply&)> answered) {
   const ThreadDefault scope(context_);
-  g_dbus_connection_call(
-      connection_.get(), call.destination, call.path.c_str(), call.interface, call.method,
-      call.arguments, nullptr,
-      call.starts ? G_DBUS_CALL_FLAGS_NONE : G_DBUS_CALL_FLAGS_NO_AUTO_START,
-      static_cast<gint>(call.timeout.count()), cancellable_.get(), onAnswer,
-      new Callback<Answered>{std::move(answered)});
+  g_dbus_connection_call(connection_.get(), call.destination, call.path.c_str(), call.interface,
+                         call.method, call.arguments, nullptr,
+                         call.starts ? G_DBUS_CALL_FLAGS_NONE : G_DBUS_CALL_FLAGS_NO_AUTO_START,
+                         static_cast<gint>(call.timeout.count()), cancellable_.get(), onAnswer,
+                         new Callback<Answered>{std::move(answered)});
 }
 
 SystemBus::Registration SystemBus::subscribe(const Match& match, OnSignal heard) {
@@ -204,10 +203,10 @@ SystemBus::Registration SystemBus::offer(
     std::function<GVariant*(const char* property)> read) {
   const ThreadDefault scope(context_);
   GDBusNodeInfo* const node = g_dbus_node_info_new_for_xml(interfaceXML, nullptr);
-  const guint id = g_dbus_connection_register_object(
-      connection_.get(), path, node->interfaces[0], &kObjectTable,
-      new Callback<Object>{{std::move(called), std::move(read)}}, Callback<Object>::destroy,
-      nullptr);
+  const guint id =
+      g_dbus_connection_register_object(connection_.get(), path, node->interfaces[0], &kObjectTable,
+                                        new Callback<Object>{{std::move(called), std::move(read)}},
+                                        Callback<Object>::destroy, nullptr);
   g_dbus_node_info_unref(node);
   return {nullptr, [connection = connection_, id](void*) {
             g_dbus_connection_unregister_object(connection.get(), id);

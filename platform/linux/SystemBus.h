@@ -26,9 +26,9 @@ struct BusReply {
   std::string message;
 };
 
-/// A connection of our own to the system bus: what a daemon does for us ends with it, also when this
-/// process is killed. Lives on the thread of its context; nothing blocks, and nothing is called back
-/// after `close`, which may be called from inside any of its calls.
+/// A connection of our own to the system bus: what a daemon does for us ends with it, also when
+/// this process is killed. Lives on the thread of its context; nothing blocks, and nothing is
+/// called back after `close`, which may be called from inside any of its calls.
 class SystemBus {
  public:
   struct Call {
@@ -56,8 +56,8 @@ class SystemBus {
   /// Ends what it stands for when it goes. Not to outlive its bus.
   using Registration = std::shared_ptr<void>;
 
-  /// Connects. `opened` is called once it stands; `lost`, with the reason, when it cannot be made or
-  /// has broken.
+  /// Connects. `opened` is called once it stands; `lost`, with the reason, when it cannot be made
+  /// or has broken.
   SystemBus(MainContext context, std::function<void()> opened,
             std::function<void(const std::string&)> lost);
   ~SystemBus();
@@ -80,8 +80,8 @@ class SystemBus {
 
   void emit(const char* path, const char* interface, const char* signal, GVariant* arguments);
 
-  /// Offers an object to others. `called` gets each call of its methods and returns the answer, which
-  /// may be floating; `read` gives its properties and may be null.
+  /// Offers an object to others. `called` gets each call of its methods and returns the answer,
+  /// which may be floating; `read` gives its properties and may be null.
   Registration offer(const char* path, const char* interfaceXML,
                      std::function<GVariant*(const char* method, GVariant* arguments)> called,
                      std::function<GVariant*(const char* property)> read);

@@ -157,9 +157,9 @@ class LocationCore::Manager final : public CLLocationManager,
   // Under the lock.
 
   void queueAuthorization() {
-    queue(shared_from_this(), [state = state_](auto& delegate, auto& manager) {
-      std::unique_lock lock(state->mutex);
-      const std::int32_t status = state->options.authorization;
+    queue(shared_from_this(), [this](auto& delegate, auto& manager) {
+      std::unique_lock lock(state_->mutex);
+      const std::int32_t status = state_->options.authorization;
       lock.unlock();
       delegate.locationManager_didChangeAuthorizationStatus(manager, status);
     });

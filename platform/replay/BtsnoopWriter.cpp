@@ -33,10 +33,16 @@ std::string advertisingData(const Advertisement& advertisement) {
   return data;
 }
 
-/// An HCI event of the UART: one report of a sender with a random address, which takes no connection.
+/// An HCI event of the UART: one report of a sender with a random address, which takes no
+/// connection.
 std::string reportEvent(const Advertisement& advertisement, const std::string& data) {
-  std::string event = {static_cast<char>(kUARTEvent), '\x3E', static_cast<char>(12 + data.size()),
-                       '\x02', '\x01', '\x03', '\x01'};
+  std::string event = {static_cast<char>(kUARTEvent),
+                       '\x3E',
+                       static_cast<char>(12 + data.size()),
+                       '\x02',
+                       '\x01',
+                       '\x03',
+                       '\x01'};
   event.append(advertisement.address.rbegin(), advertisement.address.rend());
   event.push_back(static_cast<char>(data.size()));
   event.append(data);
@@ -71,7 +77,8 @@ void BtsnoopWriter::write(const Advertisement& advertisement, Instant time) {
 }
 
 void BtsnoopWriter::flush() {
-  if (std::fflush(file_.get()) != 0) throw CaptureError(path_, std::generic_category().message(errno));
+  if (std::fflush(file_.get()) != 0)
+    throw CaptureError(path_, std::generic_category().message(errno));
 }
 
 void BtsnoopWriter::put(const std::string& bytes) {

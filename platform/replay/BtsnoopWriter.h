@@ -11,8 +11,8 @@
 
 namespace platform {
 
-/// Writes what a radio hears into a btsnoop capture, as legacy LE advertising reports of an HCI UART:
-/// BtsnoopReader, btmon and Wireshark read it.
+/// Writes what a radio hears into a btsnoop capture, as legacy LE advertising reports of an HCI
+/// UART: BtsnoopReader, btmon and Wireshark read it.
 class BRIVANE_EXPORT BtsnoopWriter {
  public:
   /// Creates `path`. Throws CaptureError when it cannot, or when there is such a file already.

@@ -13,9 +13,7 @@ namespace {
 using namespace std::chrono_literals;
 using namespace platform;
 
-Variant parse(const std::string& text) {
-  return Variant(g_variant_ref_sink(g_variant_new_parsed(text.c_str())));
-}
+Variant parse(const std::string& text) { return Variant(g_variant_ref_sink(g_variant_new_parsed(text.c_str()))); }
 
 /// What a discovery calls at each time at which something happens to it: "3:stop" for a call three seconds
 /// after the beginning; a "+" stands behind the time while it listens.
@@ -103,14 +101,14 @@ TEST(BlueZDiscovery, KeepsItselfRunning) {
   EXPECT_TRUE(busy.ends_with("9:filter 9:start 10:renew 10:filter 10:start ")) << busy;
   // Refused: seldom. Failed: ever more seldom.
   EXPECT_EQ(Story({{"filter", Outcome::kRefused}}).usable(true, 0s).until(60s), "0:filter 30:filter 60:filter ");
-  EXPECT_EQ(Story({{"start", Outcome::kFailed}}).usable(true, 0s).succeed().until(9s), "0:filter 0:start 0:filter 0:start + ");
+  EXPECT_EQ(Story({{"start", Outcome::kFailed}}).usable(true, 0s).succeed().until(9s),
+            "0:filter 0:start 0:filter 0:start + ");
   EXPECT_EQ(Story({{"filter", Outcome::kFailed}}).usable(true, 0s).until(50s),
             "0:filter 0:filter 1:filter 3:filter 7:filter 15:filter 31:filter 47:filter ");
 }
 
 TEST(BlueZDevices, CountsSightingsAndNothingElse) {
-  const std::string uuid =
-      "0x5c,0x8e,0x3d,0x7a,0x41,0xb2,0x4f,0x60,0x9e,0x0b,0x27,0xd1,0xa6,0xc4,0xf3,0x85";
+  const std::string uuid = "0x5c,0x8e,0x3d,0x7a,0x41,0xb2,0x4f,0x60,0x9e,0x0b,0x27,0xd1,0xa6,0xc4,0xf3,0x85";
   const std::string frame = "[byte 0x02,0x15," + uuid + ",0,1,0,2,0xc5]";
   const auto data = [](const std::string& entries) { return "'ManufacturerData': <@a{qv} {" + entries + "}>"; };
   const std::string good = data("76: <" + frame + ">");
@@ -143,8 +141,8 @@ TEST(BlueZDevices, CountsSightingsAndNothingElse) {
     return heard ? std::to_string(heard->rssi) : "";
   };
   for (const Row& row : rows) {
-    const auto heard = devices.change(path, parse("@a{sv} {" + row.changed + "}").get(),
-                                      parse("@as [" + row.invalidated + "]").get());
+    const auto heard =
+        devices.change(path, parse("@a{sv} {" + row.changed + "}").get(), parse("@as [" + row.invalidated + "]").get());
     EXPECT_EQ(textOf(heard), row.heard) << row.what;
     if (!heard) continue;
     EXPECT_EQ(heard->data.size(), 23U);

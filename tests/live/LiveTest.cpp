@@ -1,0 +1,166 @@
+// Run by check_live.py, on a bus where BlueZ hears a beacon ten times a second.
+#include <gio/gio.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "platform/linux/LinuxLocationService.h"
+#include "tests/location/Frames.h"
+#include "tests/location/RecordingDelegate.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using namespace platform;
+
+/// A main context of the thread that makes it, as a worker of an application has.
+class OwnContext {
+ public:
+  OwnContext() { g_main_context_push_thread_default(context_); }
+  ~OwnContext() {
+    g_main_context_pop_thread_default(context_);
+    g_main_context_unref(context_);
+  }
+  OwnContext(const OwnContext&) = delete;
+  OwnContext& operator=(const OwnContext&) = delete;
+
+  /// Runs it until `done`; false when that took too long.
+  bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit = 20s) const {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!done() && std::chrono::steady_clock::now() < end) {
+      if (g_main_context_iteration(context_, FALSE) == FALSE) std::this_thread::sleep_for(1ms);
+    }
+    return done();
+  }
+
+ private:
+  GMainContext* const context_ = g_main_context_new();
+};
+
+/// Monitors and ranges the network, and keeps what it is told.
+class Walker {
+ public:
+  explicit Walker(LinuxLocationService& service) : manager(service.createManager()) {
+    delegate->onEach = [this](auto&, const std::string& call) {
+      EXPECT_EQ(std::this_thread::get_id(), thread_);
+      heard += call + " ";
+      if (onEach) onEach(call);
+    };
+    manager->setDelegate(delegate);
+    manager->requestAlwaysAuthorization();
+    manager->startMonitoringForRegion(region_);
+    manager->startRangingBeaconsInRegion(region_);
+  }
+
+  bool has(const std::string& call) const { return heard.find(call) != std::string::npos; }
+  void stop() {
+    manager->stopMonitoringForRegion(*region_);
+    manager->stopRangingBeaconsInRegion(*region_);
+  }
+
+  std::string heard;
+  std::function<void(const std::string&)> onEach;
+  std::shared_ptr<CLLocationManager> manager;
+  const std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
+
+ private:
+  const std::thread::id thread_ = std::this_thread::get_id();
+  const std::shared_ptr<CLBeaconRegion> region_ = CLBeaconRegion::initWithProximityUUID_identifier(kNetwork, "r");
+};
+
+TEST(Live, CallsBackOnTheThreadThatCreatedTheManager) {
+  LinuxLocationService service({});
+  const auto walk = [&service] {
+    const OwnContext context;
+    Walker walker(service);
+    EXPECT_EQ(walker.heard, "");
+    EXPECT_TRUE(context.runUntil([&] { return walker.has("range-60") && walker.has("auth3"); })) << walker.heard;
+    EXPECT_TRUE(walker.has("enter state1")) << walker.heard;
+    walker.stop();
+    walker.heard.clear();
+    EXPECT_FALSE(context.runUntil([&] { return !walker.heard.empty(); }, 1500ms)) << walker.heard;
+  };
+  EXPECT_EQ(service.authorizationStatus(), 0);
+  std::thread other(walk);
+  walk();
+  other.join();
+  EXPECT_EQ(service.authorizationStatus(), 3);
+}
+
+TEST(Live, MayBeDroppedInsideEachCall) {
+  const OwnContext context;
+  for (const std::string last : {"auth", "enter", "state", "range"}) {
+    LinuxLocationService service({});
+    Walker walker(service);
+    bool dropped = false;
+    walker.onEach = [&](const std::string& call) {
+      EXPECT_FALSE(dropped) << call;
+      if (!call.starts_with(last)) return;
+      walker.manager.reset();
+      dropped = true;
+    };
+    EXPECT_TRUE(context.runUntil([&] { return dropped; })) << last;
+    context.runUntil([] { return false; }, 50ms);
+  }
+}
+
+TEST(Live, MayBeDroppedOnAnotherThreadAndWithoutALoop) {
+  auto context = std::make_unique<OwnContext>();
+  auto service = std::make_unique<LinuxLocationService>(LinuxLocationService::Options{});
+  auto walker = std::make_unique<Walker>(*service);
+  ASSERT_TRUE(context->runUntil([&] { return walker->has("range-60"); }));
+  std::thread dropper([&] { walker->manager.reset(); });
+  dropper.join();  // nobody runs the context meanwhile
+  walker->heard.clear();
+  context->runUntil([] { return false; }, 1200ms);
+  EXPECT_EQ(walker->heard, "");
+
+  walker = std::make_unique<Walker>(*service);
+  service.reset();  // the managers go on
+  std::thread later([&] {
+    std::this_thread::sleep_for(50ms);
+    walker->manager.reset();
+  });
+  context->runUntil([] { return false; }, 200ms);
+  later.join();
+
+  LinuxLocationService other({});
+  walker = std::make_unique<Walker>(other);
+  context.reset();  // has run nothing of it
+  walker.reset();
+}
+
+TEST(Live, OutlivesALoopInsideACall) {
+  const OwnContext context;
+  LinuxLocationService service({});
+  Walker walker(service);
+  int depth = 0;
+  walker.onEach = [&](const std::string& call) {
+    if (!call.starts_with("range") || depth > 0) return;
+    ++depth;
+    walker.stop();  // what runs below us is to end
+    context.runUntil([] { return false; }, 300ms);
+    walker.manager.reset();
+    context.runUntil([] { return false; }, 300ms);
+  };
+  EXPECT_TRUE(context.runUntil([&] { return depth > 0; }));
+}
+
+TEST(Live, ABlockedApplicationMissesReportsButLeavesNoRegion) {
+  const OwnContext context;
+  LinuxLocationService service({.exitPeriod = 2s});
+  Walker walker(service);
+  ASSERT_TRUE(context.runUntil([&] { return walker.has("range-60"); }));
+  std::this_thread::sleep_for(4s);
+  walker.heard.clear();
+  EXPECT_TRUE(context.runUntil([&] { return walker.has("range-60"); }));
+  context.runUntil([] { return false; }, 500ms);
+  EXPECT_FALSE(walker.has("exit")) << walker.heard;
+  EXPECT_LE(walker.heard.size(), std::string("range-60 ").size() * 2) << walker.heard;
+}
+
+}  // namespace

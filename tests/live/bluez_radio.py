@@ -1,0 +1,96 @@
+"""python3-dbusmock's BlueZ with a radio: while it discovers, it hears the beacons that are on the air."""
+import dbus
+from dbusmock import mockobject
+from dbusmock.templates.bluez5 import *  # noqa: F403 (a template is a module of functions)
+from dbusmock.templates.bluez5 import (ADAPTER_IFACE, BLUEZ_MOCK_IFACE, BUS_NAME, DEVICE_IFACE,  # noqa: F401
+                                       IS_OBJECT_MANAGER, MAIN_OBJ, SYSTEM_BUS, load as load_bluez)
+from gi.repository import GLib
+
+FRAMES_A_SECOND = 10
+NETWORK = bytes.fromhex("5c8e3d7a41b24f609e0b27d1a6c4f385")
+MONITORS = "org.bluez.AdvertisementMonitorManager1"
+
+
+def load(mock, parameters):
+    load_bluez(mock, parameters)
+    mock.beacons = []
+    mock.deaf = False
+    GLib.timeout_add(1000 // FRAMES_A_SECOND, hear_all, mock)
+
+
+def hear_all(mock):
+    for path, adapter in list(mockobject.objects.items()):
+        properties = getattr(adapter, "props", {}).get(ADAPTER_IFACE)
+        if not properties or mock.deaf or not (properties["Powered"] and properties["Discovering"]):
+            continue
+        # Without this filter BlueZ tells of a beacon once.
+        if (properties.get("DiscoveryFilter") or {}).get("DuplicateData"):
+            for minor, rssi in mock.beacons:
+                hear(mock, path, minor, rssi)
+    return True
+
+
+def hear(mock, adapter, minor, rssi):
+    frame = b"\x02\x15" + NETWORK + bytes([0, 1, 0, minor, 0xC5])
+    device = f"{adapter}/dev_C0_00_00_00_00_{minor:02X}"
+    properties = {
+        "ManufacturerData": dbus.Dictionary({dbus.UInt16(76): dbus.ByteArray(frame)}, "qv"),
+        "RSSI": dbus.Int16(rssi)}
+    if device not in mockobject.objects:
+        mock.AddDevice(adapter.rsplit("/", 1)[1], f"C0:00:00:00:00:{minor:02X}", "beacon")
+    mockobject.objects[device].EmitSignal(dbus.PROPERTIES_IFACE, "PropertiesChanged", "sa{sv}as",
+                                          [DEVICE_IFACE, dbus.Dictionary(properties, "sv"), []])
+
+
+@dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="a(yn)")
+def PutOnAir(mock, beacons):
+    """Beacons of the network, by minor and RSSI."""
+    mock.beacons = [(int(minor), int(rssi)) for minor, rssi in beacons]
+
+
+@dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="b")
+def SetDeaf(mock, deaf):
+    """Whether nothing is heard although discovery runs."""
+    mock.deaf = bool(deaf)
+
+
+@dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="sb")
+def Power(_mock, adapter, powered):
+    """Switches an adapter; as with BlueZ, discovery ends with the power."""
+    adapter = mockobject.objects[f"/org/bluez/{adapter}"]
+    changes = {"Powered": dbus.Boolean(powered, variant_level=1)}
+    if not powered:
+        adapter.props[ADAPTER_IFACE]["DiscoveryFilter"] = dbus.Dictionary({}, "sv")
+        changes["Discovering"] = dbus.Boolean(False, variant_level=1)
+    adapter.UpdateProperties(ADAPTER_IFACE, changes)
+
+
+@dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="sssi")
+def Fail(_mock, adapter, method, error, times):
+    """Has the adapter refuse the next calls of a method."""
+    adapter = mockobject.objects[f"/org/bluez/{adapter}"]
+    works = {"StartDiscovery": StartDiscovery, "StopDiscovery": StopDiscovery,  # noqa: F405
+             "SetDiscoveryFilter": SetDiscoveryFilter}[method]  # noqa: F405
+    left = [times]
+
+    def refuse(self, *arguments):
+        if left[0] > 0:
+            left[0] -= 1
+            raise dbus.exceptions.DBusException("as the test wishes", name=error)
+        return works(self, *arguments)
+
+    signature = "a{sv}" if method == "SetDiscoveryFilter" else ""
+    adapter.AddMethod(ADAPTER_IFACE, method, signature, "", refuse)
+
+
+@dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="ss")
+def OfferMonitors(mock, adapter, error):
+    """Lets the adapter take advertisement monitors, and never activate them; or refuse them with `error`."""
+    def register(_self, _application):
+        if error:
+            raise dbus.exceptions.DBusException("as the test wishes", name=error)
+
+    path = f"/org/bluez/{adapter}"
+    mockobject.objects[path].props[MONITORS] = {}
+    mockobject.objects[path].AddMethods(MONITORS, [("RegisterMonitor", "o", "", register),
+                                                   ("UnregisterMonitor", "o", "", "")])

@@ -1,0 +1,56 @@
+"""A stand-in for GeoClue: one client, which is refused or moved as a test wishes."""
+import time
+
+import dbus
+from dbusmock import mockobject
+
+BUS_NAME = "org.freedesktop.GeoClue2"
+MAIN_OBJ = "/org/freedesktop/GeoClue2/Manager"
+MAIN_IFACE = "org.freedesktop.GeoClue2.Manager"
+MOCK = "org.freedesktop.GeoClue2.Mock"
+CLIENT = "org.freedesktop.GeoClue2.Client"
+CLIENT_PATH = "/org/freedesktop/GeoClue2/Client/1"
+LOCATION = "org.freedesktop.GeoClue2.Location"
+SYSTEM_BUS = True
+
+
+def load(mock, _parameters):
+    mock.refusal = ""
+    mock.moves = 0
+    mock.AddMethod(MAIN_IFACE, "GetClient", "", "o", f'ret = dbus.ObjectPath("{CLIENT_PATH}")')
+    mock.AddObject(CLIENT_PATH, CLIENT, {"DesktopId": "", "RequestedAccuracyLevel": dbus.UInt32(0),
+                                         "DistanceThreshold": dbus.UInt32(99), "Active": False},
+                   [("Start", "", "", start), ("Stop", "", "", "")])
+
+
+def start(client):
+    manager = mockobject.objects[MAIN_OBJ]
+    properties = client.props[CLIENT]
+    refusal = manager.refusal
+    if not (properties["DesktopId"] and properties["RequestedAccuracyLevel"] == 8
+            and properties["DistanceThreshold"] == 0):
+        refusal = "the client is not described"
+    if refusal:
+        raise dbus.exceptions.DBusException(refusal, name="org.freedesktop.DBus.Error.AccessDenied")
+    client.UpdateProperties(CLIENT, {"Active": dbus.Boolean(True, variant_level=1)})
+    client.EmitSignal(CLIENT, "LocationUpdated", "oo", ["/", "/"])
+
+
+@dbus.service.method(MOCK, in_signature="s")
+def Refuse(manager, refusal):
+    manager.refusal = str(refusal)
+
+
+@dbus.service.method(MOCK, in_signature="")
+def Withdraw(_manager):
+    mockobject.objects[CLIENT_PATH].UpdateProperties(CLIENT, {"Active": dbus.Boolean(False, variant_level=1)})
+
+
+@dbus.service.method(MOCK, in_signature="dd")
+def Move(manager, latitude, longitude):
+    manager.moves += 1
+    path = f"/org/freedesktop/GeoClue2/Location/{manager.moves}"
+    manager.AddObject(path, LOCATION, {
+        "Latitude": latitude, "Longitude": longitude, "Accuracy": 8.0,
+        "Timestamp": dbus.Struct((int(time.time()), 0), signature="tt")}, [])
+    mockobject.objects[CLIENT_PATH].EmitSignal(CLIENT, "LocationUpdated", "oo", ["/", path])
