@@ -54,8 +54,11 @@ void BlueZDiscovery::hear(Instant now) {
   due_ = now + kSilence;
 }
 
-void BlueZDiscovery::doubt(Instant now) {
-  if (listening_) due_ = std::min(due_, now + kDoubtPause);
+void BlueZDiscovery::setDiscovering(bool discovering, Instant now) {
+  discovering_ = discovering;
+  if (!listening_) return;
+  const Instant silence = now + doubled(kSilence, renewals_);
+  due_ = discovering ? silence : std::min(due_, now + doubled(kDoubtPause, renewals_));
 }
 
 std::optional<BlueZDiscovery::Call> BlueZDiscovery::next(Instant now) {
@@ -73,6 +76,7 @@ void BlueZDiscovery::listen(Instant now) {
   listening_ = true;
   planned_ = renewals_ == 0 ? Call::kStop : Call::kRenewConnection;
   due_ = now + doubled(kSilence, renewals_);
+  setDiscovering(discovering_, now);
 }
 
 void BlueZDiscovery::retry(Outcome outcome, Instant now) {
@@ -80,6 +84,9 @@ void BlueZDiscovery::retry(Outcome outcome, Instant now) {
   if (outcome == Outcome::kBusy) {
     due_ = now + kBusyPause;
     if (++busy_ % kMostBusy == 0) planned_ = Call::kRenewConnection;
+  } else if (outcome == Outcome::kLost) {
+    planned_ = Call::kRenewConnection;
+    due_ = now + kBusyPause;
   } else {
     due_ = now + (outcome == Outcome::kRefused ? kRefusalPause : doubled(kFailurePause, failed_++));
   }

@@ -19,6 +19,8 @@ class BlueZDiscovery {
     kBusy,
     /// Policy forbids it.
     kRefused,
+    /// There was no answer: BlueZ can lose one when several clients start at once.
+    kLost,
     kFailed,
   };
 
@@ -28,8 +30,8 @@ class BlueZDiscovery {
   void finish(Outcome outcome, Instant now);
   /// A device was heard.
   void hear(Instant now);
-  /// BlueZ says that it discovers no more, which need not be true or last.
-  void doubt(Instant now);
+  /// BlueZ says whether it discovers, which need not be true or last.
+  void setDiscovering(bool discovering, Instant now);
 
   /// The call to make now; absent when there is none, or one under way. After kRenewConnection
   /// there is no adapter until `setUsable` says so.
@@ -44,6 +46,7 @@ class BlueZDiscovery {
   void retry(Outcome outcome, Instant now);
 
   bool listening_ = false;
+  bool discovering_ = false;
   /// What is to be called, and when: while listening, the renewal of a discovery that stays silent.
   std::optional<Call> planned_;
   Instant due_{};

@@ -19,8 +19,12 @@ constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
 constexpr const char* kObjectManager = "org.freedesktop.DBus.ObjectManager";
 constexpr std::string_view kAdapterPath = "/org/bluez/";
 
+/// BlueZ answers these calls at once, or as soon as its controller does.
+constexpr std::chrono::milliseconds kPatience = 3s;
 constexpr Instant kBusPause = 2s;
 constexpr Instant kRefusalPause = 30s;
+/// A daemon that has just started finds its adapters one by one.
+constexpr Instant kAdapterGrace = 2s;
 
 bool isDenied(const std::string& error) {
   return error == "org.freedesktop.DBus.Error.AccessDenied" ||
@@ -31,6 +35,7 @@ BlueZDiscovery::Outcome outcomeOf(const BusReply& reply) {
   using Outcome = BlueZDiscovery::Outcome;
   if (reply.value) return Outcome::kDone;
   if (isDenied(reply.error)) return Outcome::kRefused;
+  if (reply.error == "org.freedesktop.DBus.Error.NoReply") return Outcome::kLost;
   const bool isBusy =
       reply.error == "org.bluez.Error.InProgress" || reply.error == "org.bluez.Error.NotReady";
   return isBusy ? Outcome::kBusy : Outcome::kFailed;
@@ -153,6 +158,7 @@ void BlueZScan::readObjects(const BusReply& reply) {
     reopenIn(isRefused ? kRefusalPause : kBusPause);
   } else {
     stage_ = Stage::kKnown;
+    adaptersDue_ = monotonicNow() + kAdapterGrace;
     const Variant objects(g_variant_get_child_value(reply.value.get(), 0));
     GVariantIter iterator;
     g_variant_iter_init(&iterator, objects.get());
@@ -217,9 +223,6 @@ void BlueZScan::onAdapterChanged(const std::string& path, GVariant* arguments) {
   if (!adapters_.contains(path)) return;
   const Variant changed(g_variant_get_child_value(arguments, 1));
   updateAdapter(path, changed.get());
-  gboolean discovering = TRUE;
-  g_variant_lookup(changed.get(), "Discovering", "b", &discovering);
-  if (path == adapter_ && discovering == FALSE) discovery_.doubt(monotonicNow());
   chooseAdapter();
   proceed();
 }
@@ -232,17 +235,22 @@ void BlueZScan::updateAdapter(const std::string& path, GVariant* properties) {
   if (g_variant_lookup(properties, "Powered", "b", &powered) != FALSE) {
     adapter.powered = powered != FALSE;
   }
+  gboolean discovering = FALSE;
+  if (g_variant_lookup(properties, "Discovering", "b", &discovering) != FALSE) {
+    adapter.discovering = discovering != FALSE;
+    if (path == adapter_) discovery_.setDiscovering(adapter.discovering, monotonicNow());
+  }
 }
 
 std::optional<int> BlueZScan::rank(const Adapters::value_type& adapter) const {
   const auto& [path, properties] = adapter;
-  const bool servedLast = !address_.empty() && properties.address == address_;
+  const bool isProven = !address_.empty() && properties.address == address_;
   const bool isNamed = path == std::string(kAdapterPath) + options_.adapter ||
                        isSameText(properties.address, options_.adapter);
-  if (!options_.adapter.empty() && !isNamed && !servedLast) return std::nullopt;
+  if (!options_.adapter.empty() && !isNamed && !isProven) return std::nullopt;
   // Whoever chose an adapter means that one, wherever it is; otherwise one with power serves best.
   const bool chosen = !options_.adapter.empty();
-  return (servedLast ? (chosen ? 4 : 1) : 0) + (properties.powered ? 2 : 0);
+  return (isProven ? (chosen ? 4 : 1) : 0) + (properties.powered ? 2 : 0);
 }
 
 void BlueZScan::chooseAdapter() {
@@ -256,13 +264,15 @@ void BlueZScan::chooseAdapter() {
   }
   const std::string path = best != nullptr ? best->first : "";
   const bool usable = best != nullptr && best->second.powered && !options_.networks.empty();
-  if (best != nullptr) address_ = best->second.address;
   if (path == adapter_ && usable == usable_) return;
   ++epoch_;
   adapter_ = path;
   usable_ = usable;
+  provenHere_ = false;
+  if (!options_.adapter.empty() && best != nullptr) address_ = best->second.address;
   failure_.clear();
   discovery_.setUsable(usable, monotonicNow());
+  discovery_.setDiscovering(usable && best->second.discovering, monotonicNow());
   monitor_.reset();
   if (usable && best->second.offersMonitor) startMonitor();
 }
@@ -295,7 +305,8 @@ void BlueZScan::make(BlueZDiscovery::Call call) {
               .path = adapter_,
               .interface = kAdapter,
               .method = method,
-              .arguments = call == Call::kSetFilter ? filter() : nullptr},
+              .arguments = call == Call::kSetFilter ? filter() : nullptr,
+              .timeout = kPatience},
              [this, call, epoch = epoch_](const BusReply& reply) {
                if (epoch == epoch_) finish(call, reply);
              });
@@ -316,6 +327,7 @@ void BlueZScan::finish(BlueZDiscovery::Call call, const BusReply& reply) {
 void BlueZScan::hear(const std::string& path, const std::optional<Advertisement>& advertisement) {
   if (adapter_.empty() || !path.starts_with(adapter_ + "/")) return;
   discovery_.hear(monotonicNow());
+  if (!std::exchange(provenHere_, true)) address_ = adapters_.at(adapter_).address;
   if (advertisement) options_.onHeard(*advertisement);
 }
 
@@ -339,6 +351,7 @@ std::string BlueZScan::fault() const {
       return failure_;
     case Stage::kKnown:
       if (served == adapters_.end()) {
+        if (monotonicNow() < adaptersDue_) return "";
         return "there is no Bluetooth adapter" + of + "; plug it in, or load its driver";
       }
       if (!served->second.powered) {
@@ -354,8 +367,13 @@ std::string BlueZScan::fault() const {
 /// than setting the timer at each frame.
 void BlueZScan::arm() {
   std::optional<Instant> due = reopenAt_;
-  const auto deadline = discovery_.deadline();
-  if (deadline && (!due || *deadline < *due)) due = deadline;
+  const auto consider = [&due](std::optional<Instant> time) {
+    if (time && (!due || *time < *due)) due = time;
+  };
+  consider(discovery_.deadline());
+  if (stage_ == Stage::kKnown && adapter_.empty() && monotonicNow() < adaptersDue_) {
+    consider(adaptersDue_);
+  }
   if (!due || (armed_ && *armed_ <= *due)) return;
   armed_ = due;
   timer_.set(due);

@@ -57,6 +57,7 @@ class BlueZScan {
   struct Adapter {
     std::string address;
     bool powered = false;
+    bool discovering = false;
     bool offersMonitor = false;
   };
   using Adapters = std::map<std::string, Adapter>;
@@ -102,8 +103,10 @@ class BlueZScan {
   Adapters adapters_;
   /// Path of the adapter that serves; empty when there is none.
   std::string adapter_;
-  /// Address of the adapter that served last: after a reset it may be back under another path.
+  /// Address of the adapter that was chosen, or through which something was heard last: after a
+  /// reset it may be back under another path, and later than others.
   std::string address_;
+  bool provenHere_ = false;
   bool usable_ = false;
   Stage stage_ = Stage::kConnecting;
   /// Unique name of the daemon.
@@ -115,6 +118,8 @@ class BlueZScan {
   std::optional<bool> refused_;
   Status status_;
   std::optional<Instant> reopenAt_;
+  /// Until when the daemon may still find adapters.
+  Instant adaptersDue_{};
   std::optional<Instant> armed_;
   bool closed_ = false;
   std::unique_ptr<SystemBus> bus_;

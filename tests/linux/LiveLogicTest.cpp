@@ -33,10 +33,15 @@ class Story {
     discovery_.hear(at);
     return settle(at);
   }
-  Story& doubt(Instant at) {
+  Story& discovering(bool discovering, Instant at) {
     passUntil(at);
-    discovery_.doubt(at);
+    discovery_.setDiscovering(discovering, at);
     return settle(at);
+  }
+  /// BlueZ never says that it discovers.
+  Story& saysNothing() {
+    saysSo_ = false;
+    return *this;
   }
   Story& succeed() {
     outcomes_.clear();
@@ -65,6 +70,7 @@ class Story {
         discovery_.setUsable(true, now);
       } else {
         discovery_.finish(outcomes_.contains(name) ? outcomes_.at(name) : Outcome::kDone, now);
+        if (name == "start" && saysSo_) discovery_.setDiscovering(true, now);
       }
       if (discovery_.isListening()) told_ += "+ ";
     }
@@ -72,6 +78,7 @@ class Story {
   }
 
   std::map<std::string, Outcome> outcomes_;
+  bool saysSo_ = true;
   BlueZDiscovery discovery_;
   std::string told_;
 };
@@ -90,10 +97,16 @@ TEST(BlueZDiscovery, KeepsItselfRunning) {
   EXPECT_EQ(Story({}).usable(true, 0s).hear(29s).hear(35s).until(46s),
             "0:filter 0:start + 10:stop 10:filter 10:start + 45:stop 45:filter 45:start + ");
   // BlueZ's word that it stopped is checked soon, unless something is heard.
-  EXPECT_EQ(Story({}).usable(true, 0s).doubt(1s).until(4s), "0:filter 0:start + 3:stop 3:filter 3:start + ");
-  EXPECT_EQ(Story({}).usable(true, 0s).doubt(1s).hear(2s).until(11s), "0:filter 0:start + ");
+  EXPECT_EQ(Story({}).usable(true, 0s).discovering(false, 1s).until(4s),
+            "0:filter 0:start + 3:stop 3:filter 3:start + ");
+  EXPECT_EQ(Story({}).usable(true, 0s).discovering(false, 1s).hear(2s).until(11s), "0:filter 0:start + ");
+  EXPECT_EQ(Story({}).saysNothing().usable(true, 0s).until(20s),
+            "0:filter 0:start + 2:stop 2:filter 2:start + 6:renew 6:filter 6:start + 14:renew 14:filter 14:start + ");
+  // An answer that is lost: on a new connection.
+  EXPECT_EQ(Story({{"start", Outcome::kLost}}).usable(true, 3s).succeed().until(4s),
+            "3:filter 3:start 3:renew 3:filter 3:start + ");
   // What a stop answers is of no interest.
-  EXPECT_EQ(Story({{"stop", Outcome::kFailed}}).usable(true, 0s).doubt(0s).until(2s),
+  EXPECT_EQ(Story({{"stop", Outcome::kFailed}}).usable(true, 0s).discovering(false, 0s).until(2s),
             "0:filter 0:start + 2:stop 2:filter 2:start + ");
   // Busy: each half second, after ten a new connection.
   const std::string busy = Story({{"start", Outcome::kBusy}}).usable(true, 0s).until(10s);

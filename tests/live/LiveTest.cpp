@@ -1,6 +1,7 @@
 // Run by check_live.py, on a bus where BlueZ hears a beacon ten times a second.
 #include <gio/gio.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <chrono>
 #include <functional>
@@ -35,6 +36,19 @@ class OwnContext {
       if (g_main_context_iteration(context_, FALSE) == FALSE) std::this_thread::sleep_for(1ms);
     }
     return done();
+  }
+
+  /// Runs it for so long, asleep unless something wakes it.
+  void sleep(std::chrono::milliseconds time) const {
+    bool over = false;
+    GSource* const timer = g_timeout_source_new(static_cast<guint>(time.count()));
+    const auto end = [](gpointer flag) {
+      return (*static_cast<bool*>(flag) = true) ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
+    };
+    g_source_set_callback(timer, end, &over, nullptr);
+    g_source_attach(timer, context_);
+    while (!over) g_main_context_iteration(context_, TRUE);
+    g_source_unref(timer);
   }
 
  private:
@@ -89,6 +103,23 @@ TEST(Live, CallsBackOnTheThreadThatCreatedTheManager) {
   walk();
   other.join();
   EXPECT_EQ(service.authorizationStatus(), 3);
+}
+
+TEST(Live, SleepsWhileStopped) {
+  const OwnContext context;
+  LinuxLocationService service({});
+  Walker walker(service);
+  ASSERT_TRUE(context.runUntil([&] { return walker.has("range-60"); }));
+  walker.stop();
+  context.runUntil([] { return false; }, 500ms);
+  const auto waits = [] {
+    rusage used{};
+    getrusage(RUSAGE_SELF, &used);
+    return used.ru_nvcsw;
+  };
+  const long before = waits();
+  context.sleep(3s);
+  EXPECT_LE(waits() - before, 3);  // ours, and a thread of GLib's that may end
 }
 
 TEST(Live, MayBeDroppedInsideEachCall) {

@@ -8,19 +8,18 @@ import json
 import os
 import pathlib
 import re
-import signal
 import subprocess
 import sys
 import tempfile
-import threading
 import time
 import unittest
 
 import dbus
 
+from listener import PATIENCE, Listener, wait_for
+
 BRIVANE, SERVICE, LIVE_TEST, WALKS = *sys.argv[1:4], pathlib.Path(sys.argv[4])
 HERE = pathlib.Path(__file__).parent
-PATIENCE = 30.0  # seconds; what is waited for takes far less
 
 
 class Machine:
@@ -86,51 +85,6 @@ class Machine:
 
     def listen(self, *arguments):
         return Listener([BRIVANE, *arguments], self.environment)
-
-
-class Listener:
-    """A program that listens, and what it has said so far."""
-
-    def __init__(self, command, environment):
-        self.events, self.lines = [], []
-        self.process = subprocess.Popen(command, env=environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                                        text=True)
-        self.readers = [threading.Thread(target=self.read, args=(stream, keep)) for stream, keep in (
-            (self.process.stdout, lambda line: self.events.append(json.loads(line))),
-            (self.process.stderr, self.lines.append))]
-        for reader in self.readers:
-            reader.start()
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.process.send_signal(signal.SIGINT)
-        self.status = self.process.wait(PATIENCE)
-        for reader in self.readers:
-            reader.join()
-        self.process.stdout.close()
-        self.process.stderr.close()
-
-    @staticmethod
-    def read(stream, keep):
-        for line in stream:
-            keep(line)
-
-    def hears(self):
-        """Whether the latest report has a reading."""
-        reports = [event for event in self.events if event["event"] == "range"]
-        return bool(reports) and any(beacon["rssi"] != 0 for beacon in reports[-1]["beacons"])
-
-    def says(self, pattern):
-        return any(re.search(pattern, line) for line in self.lines)
-
-
-def wait_for(condition):
-    end = time.monotonic() + PATIENCE
-    while not condition():
-        assert time.monotonic() < end, "waited in vain"
-        time.sleep(0.02)
 
 
 def power_cycle(machine):
@@ -244,7 +198,7 @@ class Live(unittest.TestCase):
                 wait_for(lambda: not scan.hears())
                 self.assertEqual(list(steps), [])
                 wait_for(scan.hears)
-            self.assertEqual([event["state"] for event in scan.events if event["event"] == "state"], ["inside"])
+            self.assertEqual([event["state"] for event in scan.of("state")], ["inside"])
             self.assertEqual(scan.status, 0)
             if "discovery is renewed" not in complaint:
                 self.assertTrue(scan.says("^brivane: listening again$"))
@@ -316,7 +270,7 @@ class Live(unittest.TestCase):
                 machine.start_geoclue(refusal)
             with machine.listen("detect", "--live", "--gps", "--json", "--log", *self.service(machine)) as detect:
                 if status == 0:
-                    wait_for(lambda: any(event["event"] == "match" for event in detect.events))
+                    wait_for(lambda: detect.of("match"))
                 if refusal == "":
                     machine.geoclue.Move(41.6521, -4.7285)
                     wait_for(lambda: detect.says("Resolve GPS done"))

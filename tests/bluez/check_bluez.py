@@ -1,0 +1,226 @@
+"""Runs inside the machine: the host application before the real BlueZ, whose controller hears what is put on the
+air here.
+
+usage: check_bluez.py
+"""
+import contextlib
+import json
+import os
+import pathlib
+import re
+import signal
+import socket
+import struct
+import subprocess
+import threading
+import time
+import unittest
+
+from listener import Listener, wait_for
+
+HERE = pathlib.Path(__file__).parent
+BRIVANE = str(HERE / "brivane")
+SERVICE = str(HERE / "brivane-service")
+NETWORK = bytes.fromhex("5c8e3d7a41b24f609e0b27d1a6c4f385")
+BEACONS = {minor: -40 - minor for minor in range(1, 21)}  # minor to RSSI; the service knows fifteen
+FRAMES_A_SECOND = 10
+NAMES = {beacon["name"] for place in json.loads((HERE / "old-town.json").read_text())["places"]
+         for beacon in place["beacons"]}
+
+
+class Air:
+    """Has controller hci0 hear the beacons, each ten times a second, while it is entered."""
+
+    def __enter__(self):
+        # A command of the emulated controller's vendor sends its parameters back as an event.
+        self.controller = socket.socket(socket.AF_BLUETOOTH, socket.SOCK_RAW, socket.BTPROTO_HCI)
+        self.controller.bind((0,))
+        self.over = threading.Event()
+        self.powered = True  # a controller that is off hears nothing
+        self.began = time.monotonic()
+        self.thread = threading.Thread(target=self.play)
+        self.thread.start()
+        return self
+
+    def __exit__(self, *_):
+        self.over.set()
+        self.thread.join()
+        self.ended = time.monotonic()
+        self.controller.close()
+
+    def play(self):
+        rounds = 0
+        while not self.over.wait(max(0.0, self.began + rounds / FRAMES_A_SECOND - time.monotonic())):
+            for minor, rssi in BEACONS.items() if self.powered else ():
+                with contextlib.suppress(OSError):  # the controller is gone
+                    self.controller.send(self.report(minor, rssi))
+            rounds += 1
+
+    @staticmethod
+    def report(minor, rssi):
+        data = b"\x02\x01\x06\x1a\xff\x4c\x00\x02\x15" + NETWORK + struct.pack(">HHb", 1, minor, -59)
+        address = bytes([minor, 0, 0, 0, 0, 0xC0])
+        event = b"\x3e\x02\x01\x03\x01" + address + bytes([len(data)]) + data + struct.pack("b", rssi)
+        parameters = b"\x00" + event
+        return b"\x01" + struct.pack("<HB", 0xFC10, len(parameters)) + parameters
+
+
+def adapter(method, *arguments):
+    return subprocess.run(["gdbus", "call", "--system", "--dest", "org.bluez", "--object-path", "/org/bluez/hci0",
+                           "--method", method, *arguments], capture_output=True, text=True).stdout
+
+
+def is_discovering():
+    return "true" in adapter("org.freedesktop.DBus.Properties.Get", "org.bluez.Adapter1", "Discovering")
+
+
+def power(on):
+    adapter("org.freedesktop.DBus.Properties.Set", "org.bluez.Adapter1", "Powered", f"<{'true' if on else 'false'}>")
+
+
+def processor_seconds(process):
+    fields = pathlib.Path(f"/proc/{process.pid}/stat").read_text().rsplit(")", 1)[1].split()
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
+def names(listener):
+    return {event["waybeacon"]["name"] for event in listener.of("match")}
+
+
+class BlueZ(unittest.TestCase):
+    def start(self, *command):
+        process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+        return process
+
+    def start_daemon(self, *options):
+        self.daemon = self.start("/usr/libexec/bluetooth/bluetoothd", "--nodetach", *options)
+        wait_for(lambda: "true" in adapter("org.freedesktop.DBus.Properties.Get", "org.bluez.Adapter1", "Powered"))
+
+    def kill_daemon(self):
+        self.daemon.kill()
+        self.daemon.wait()
+
+    def start_controllers(self):
+        self.controllers = self.start("btvirt", "-l1")
+        wait_for(lambda: os.listdir("/sys/class/bluetooth"))
+
+    def setUp(self):
+        self.start_controllers()
+        self.start_daemon()
+
+    def start_service(self):
+        process = subprocess.Popen([SERVICE, str(HERE / "old-town.json"), "--state", "/tmp"], stdout=subprocess.PIPE,
+                                   text=True)
+        self.addCleanup(process.stdout.close)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.terminate)
+        port, certificate = re.search(r":(\d+), certificate (.+)", process.stdout.readline()).groups()
+        return ["--info", str(HERE / "Info.plist"), "--connect", f"127.0.0.1:{port}", "--ca", certificate]
+
+    def test_a_visit(self):
+        record = self.start(BRIVANE, "record", "/tmp/visit.btsnoop", "--for", "12")
+        with Listener([BRIVANE, "scan", "--live", "--json"]) as scan:
+            wait_for(lambda: scan.of("range") and is_discovering())
+            with Air() as air:
+                wait_for(lambda: len(scan.of("range")) > 10)
+            record.wait()
+        wait_for(lambda: not is_discovering())  # with the last that listened
+        entered = scan.of("state")[0]["came"] - air.began
+        self.assertEqual(scan.of("state")[0]["state"], "inside")
+        self.assertLess(entered, 3.0)
+        times = [event["t"] for event in scan.of("range")]
+        gaps = [later - earlier for earlier, later in zip(times, times[1:])]
+        self.assertTrue(all(abs(gap - 1.0) < 0.2 for gap in gaps), gaps)
+        steady = scan.of("range")[-6:]
+        for event in steady:
+            self.assertEqual([beacon["minor"] for beacon in event["beacons"]], list(BEACONS))
+        errors = [abs(beacon["rssi"] - BEACONS[beacon["minor"]]) for event in steady for beacon in event["beacons"]]
+        self.assertLessEqual(max(errors), 1)
+        replay = subprocess.run([BRIVANE, "detect", "--capture", "/tmp/visit.btsnoop", "--speed", "max", "--json",
+                                 *self.start_service()], capture_output=True, text=True, check=True)
+        replayed = [json.loads(line) for line in replay.stdout.splitlines()]
+        self.assertEqual({event["waybeacon"]["name"] for event in replayed if event["event"] == "match"}, NAMES)
+        print(f"inside {entered:.2f} s after the first frame; {len(gaps)} reports {min(gaps):.3f} to {max(gaps):.3f} s "
+              f"apart; mean RSSI at most {max(errors)} dBm off")
+
+    def test_detection_through_a_crash_and_a_power_cycle(self):
+        with Listener([BRIVANE, "detect", "--live", "--json", "--log", *self.start_service()]) as detect:
+            wait_for(lambda: detect.of("ready") and is_discovering())
+            with Air() as air:
+                wait_for(lambda: names(detect) == NAMES)
+                used = processor_seconds(detect.process)
+                time.sleep(5)
+                used = (processor_seconds(detect.process) - used) / 5
+                recoveries = [self.recovery(detect, air, fault) for fault in (self.crash, self.power_cycle)]
+            wait_for(lambda: "OUTSIDE\n" in detect.lines)
+            left = time.monotonic() - air.ended
+        self.assertEqual([line for line in detect.lines if line in ("INSIDE\n", "OUTSIDE\n")], ["INSIDE\n", "OUTSIDE\n"])
+        self.assertAlmostEqual(left, 30.0, delta=2.0)
+        for complaint in "the Bluetooth daemon does not run", "hci0 is off":
+            self.assertEqual(len([line for line in detect.lines if line.startswith("Ranging beacons failed") and
+                                  complaint in line]), 1, detect.lines)
+        print(f"outside {left:.2f} s after the last frame; a match again {recoveries[0]:.1f} s after bluetoothd was "
+              f"back, {recoveries[1]:.1f} s after the power; {used * 100:.1f} % of an emulated processor at "
+              f"{len(BEACONS) * FRAMES_A_SECOND} frames a second")
+
+    def recovery(self, detect, air, fault):
+        """Seconds until there is a match again after a fault that came and went."""
+        fault(air)
+        over = time.monotonic()
+        wait_for(lambda: detect.of("match")[-1]["came"] > over + 1)
+        return detect.of("match")[-1]["came"] - over
+
+    def crash(self, _air):
+        self.daemon.send_signal(signal.SIGKILL)
+        self.daemon.wait()
+        time.sleep(3)
+        self.start_daemon()
+
+    def power_cycle(self, air):
+        air.powered = False
+        power(False)
+        time.sleep(3)
+        power(True)
+        air.powered = True
+
+    def test_a_monitor_is_taken_up(self):
+        self.kill_daemon()
+        self.start_daemon("--experimental")
+        with Listener([BRIVANE, "scan", "--json", "--log"]) as scan, Air():
+            wait_for(scan.hears)
+            time.sleep(6)  # longer than a monitor is waited for
+            self.assertTrue(scan.hears())
+        self.assertEqual(scan.lines, [])
+
+    def test_another_client_s_filter_takes_nothing_away(self):
+        other = subprocess.Popen(["bluetoothctl"], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True)
+        self.addCleanup(other.wait)
+        self.addCleanup(other.kill)
+        with Listener([BRIVANE, "scan", "--json"]) as scan, Air():
+            wait_for(scan.hears)
+            other.stdin.write("menu scan\npattern 99:99\nback\nscan on\n")
+            other.stdin.flush()
+            time.sleep(3)
+            before = len(scan.of("range"))
+            wait_for(lambda: len(scan.of("range")) >= before + 3)
+            for event in scan.of("range")[before:]:
+                self.assertEqual(len([beacon for beacon in event["beacons"] if beacon["rssi"] != 0]), len(BEACONS))
+        other.stdin.close()
+
+    def test_the_adapter_goes_and_comes_back(self):
+        with Listener([BRIVANE, "scan", "--json"]) as scan:
+            with Air():
+                wait_for(scan.hears)
+                self.controllers.kill()
+                self.controllers.wait()
+                wait_for(lambda: scan.says("there is no Bluetooth adapter"))
+            self.start_controllers()
+            wait_for(lambda: scan.says("listening again"))
+            with Air() as air:
+                wait_for(lambda: scan.hears() and scan.of("range")[-1]["came"] > air.began + 1)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
