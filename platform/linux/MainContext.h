@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "platform/location/Instant.h"
 
@@ -35,7 +36,7 @@ class MainContext {
 /// there. On the context's own thread.
 class ThreadDefault {
  public:
-  explicit ThreadDefault(const MainContext& context) : context_(context) {
+  explicit ThreadDefault(MainContext context) : context_(std::move(context)) {
     g_main_context_push_thread_default(context_.get());
   }
   ~ThreadDefault() { g_main_context_pop_thread_default(context_.get()); }
