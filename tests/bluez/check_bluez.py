@@ -7,7 +7,6 @@ import contextlib
 import json
 import os
 import pathlib
-import re
 import signal
 import socket
 import struct
@@ -16,7 +15,7 @@ import threading
 import time
 import unittest
 
-from listener import Listener, wait_for
+from programs import Listener, start_service, wait_for
 
 HERE = pathlib.Path(__file__).parent
 BRIVANE = str(HERE / "brivane")
@@ -111,13 +110,7 @@ class BlueZ(unittest.TestCase):
         self.start_daemon()
 
     def start_service(self):
-        process = subprocess.Popen([SERVICE, str(HERE / "old-town.json"), "--state", "/tmp"], stdout=subprocess.PIPE,
-                                   text=True)
-        self.addCleanup(process.stdout.close)
-        self.addCleanup(process.wait)
-        self.addCleanup(process.terminate)
-        port, certificate = re.search(r":(\d+), certificate (.+)", process.stdout.readline()).groups()
-        return ["--info", str(HERE / "Info.plist"), "--connect", f"127.0.0.1:{port}", "--ca", certificate]
+        return start_service(self, SERVICE, HERE, "--state", "/tmp")
 
     def test_a_visit(self):
         record = self.start(BRIVANE, "record", "/tmp/visit.btsnoop", "--for", "12")
@@ -156,7 +149,8 @@ class BlueZ(unittest.TestCase):
                 recoveries = [self.recovery(detect, air, fault) for fault in (self.crash, self.power_cycle)]
             wait_for(lambda: "OUTSIDE\n" in detect.lines)
             left = time.monotonic() - air.ended
-        self.assertEqual([line for line in detect.lines if line in ("INSIDE\n", "OUTSIDE\n")], ["INSIDE\n", "OUTSIDE\n"])
+        states = [line for line in detect.lines if line in ("INSIDE\n", "OUTSIDE\n")]
+        self.assertEqual(states, ["INSIDE\n", "OUTSIDE\n"])
         self.assertAlmostEqual(left, 30.0, delta=2.0)
         for complaint in "the Bluetooth daemon does not run", "hci0 is off":
             self.assertEqual(len([line for line in detect.lines if line.startswith("Ranging beacons failed") and

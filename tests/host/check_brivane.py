@@ -13,6 +13,9 @@ import tempfile
 import unittest
 
 BRIVANE, SERVICE, WALKS = sys.argv[1], sys.argv[2], pathlib.Path(sys.argv[3])
+sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "support"))
+from programs import start_service  # noqa: E402
+
 CAPTURE = str(WALKS / "old-town.btsnoop")
 REPLAY = ["detect", "--capture", CAPTURE, "--speed", "max"]
 NAMES = [b["name"] for p in json.loads((WALKS / "old-town.json").read_text())["places"] for b in p["beacons"]]
@@ -26,14 +29,7 @@ class Brivane(unittest.TestCase):
         self.environment = {**os.environ, "XDG_CONFIG_HOME": folder.name, "XDG_STATE_HOME": folder.name}
 
     def service(self, *options):
-        """Starts the service; what brivane needs to reach it."""
-        command = [SERVICE, WALKS / "old-town.json", "--state", self.folder, *options]
-        process = subprocess.Popen(command, stdout=subprocess.PIPE, text=True)
-        self.addCleanup(process.stdout.close)
-        self.addCleanup(process.wait)
-        self.addCleanup(process.terminate)
-        port, certificate = re.search(r":(\d+), certificate (.+)", process.stdout.readline()).groups()
-        return ["--info", str(WALKS / "Info.plist"), "--connect", f"127.0.0.1:{port}", "--ca", certificate]
+        return start_service(self, SERVICE, WALKS, "--state", self.folder, *options)
 
     def run_brivane(self, *arguments, program=BRIVANE):
         return subprocess.run([program, *arguments], capture_output=True, text=True, timeout=60,

@@ -7,7 +7,6 @@ import concurrent.futures
 import json
 import os
 import pathlib
-import re
 import subprocess
 import sys
 import tempfile
@@ -16,10 +15,11 @@ import unittest
 
 import dbus
 
-from listener import PATIENCE, Listener, wait_for
 
 BRIVANE, SERVICE, LIVE_TEST, WALKS = *sys.argv[1:4], pathlib.Path(sys.argv[4])
 HERE = pathlib.Path(__file__).parent
+sys.path.insert(0, str(HERE.parent / "support"))
+from programs import PATIENCE, Listener, start_service, wait_for  # noqa: E402
 
 
 class Machine:
@@ -31,8 +31,9 @@ class Machine:
         self.environment = {**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": self.address, "XDG_CONFIG_HOME": self.folder.name,
                             "XDG_STATE_HOME": self.folder.name}
         config = pathlib.Path(self.folder.name, "bus.conf")
-        config.write_text(f"""<busconfig><type>system</type><listen>{self.address}</listen><policy context="default">
-            <allow user="*"/><allow own="*"/><allow send_destination="*"/><allow eavesdrop="true"/></policy></busconfig>""")
+        config.write_text(f"""<busconfig><type>system</type><listen>{self.address}</listen>
+            <policy context="default"><allow user="*"/><allow own="*"/><allow send_destination="*"/>
+            <allow eavesdrop="true"/></policy></busconfig>""")
         self.processes = {}
         self.start_bus()
 
@@ -249,17 +250,6 @@ class Live(unittest.TestCase):
             again = machine.run("record", capture)
             self.assertEqual((again.returncode, again.stderr), (2, f"brivane: {capture}: File exists\n"))
 
-    def service(self, machine):
-        state = pathlib.Path(machine.folder.name, "service")
-        state.mkdir()
-        process = subprocess.Popen([SERVICE, WALKS / "old-town.json", "--state", state], stdout=subprocess.PIPE,
-                                   text=True, env=machine.environment)
-        self.addCleanup(process.stdout.close)
-        self.addCleanup(process.wait)
-        self.addCleanup(process.terminate)
-        port, certificate = re.search(r":(\d+), certificate (.+)", process.stdout.readline()).groups()
-        return ["--info", str(WALKS / "Info.plist"), "--connect", f"127.0.0.1:{port}", "--ca", certificate]
-
     def test_detection_names_the_place_and_reports_positions_as_they_are_granted(self):
         self.all_at_once(GRANTS, self.check_grant)
 
@@ -268,7 +258,8 @@ class Live(unittest.TestCase):
             machine.start_bluez()
             if refusal is not None:
                 machine.start_geoclue(refusal)
-            with machine.listen("detect", "--live", "--gps", "--json", "--log", *self.service(machine)) as detect:
+            reach = start_service(self, SERVICE, WALKS, "--state", machine.folder.name)
+            with machine.listen("detect", "--live", "--gps", "--json", "--log", *reach) as detect:
                 if status == 0:
                     wait_for(lambda: detect.of("match"))
                 if refusal == "":

@@ -1,4 +1,4 @@
-"""A program that listens, run by a test."""
+"""The programs, as tests run them."""
 import json
 import re
 import signal
@@ -14,6 +14,17 @@ def wait_for(condition):
     while not condition():
         assert time.monotonic() < end, "waited in vain"
         time.sleep(0.02)
+
+
+def start_service(test, program, walk, *options, environment=None):
+    """Starts the development service for one test; what brivane needs to reach it."""
+    process = subprocess.Popen([program, walk / "old-town.json", *options], stdout=subprocess.PIPE, text=True,
+                               env=environment)
+    test.addCleanup(process.stdout.close)
+    test.addCleanup(process.wait)
+    test.addCleanup(process.terminate)
+    port, certificate = re.search(r":(\d+), certificate (.+)", process.stdout.readline()).groups()
+    return ["--info", str(walk / "Info.plist"), "--connect", f"127.0.0.1:{port}", "--ca", certificate]
 
 
 class Listener:
