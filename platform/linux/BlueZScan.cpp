@@ -97,7 +97,7 @@ void BlueZScan::reopenIn(Instant pause) { reopenAt_ = monotonicNow() + pause; }
 void BlueZScan::onBusLost(const std::string& fault) {
   forgetDaemon();
   stage_ = Stage::kNoBus;
-  failure_ = fault;
+  log("Bluetooth: the system bus: " + fault);
   refused_ = false;
   reopenIn(kBusPause);
   proceed();
@@ -343,7 +343,7 @@ std::string BlueZScan::fault() const {
   const auto served = adapters_.find(adapter_);
   switch (stage_) {
     case Stage::kNoBus:
-      return "the system bus cannot be reached, is dbus-daemon running? " + failure_;
+      return "the system bus cannot be reached; start it (systemctl start dbus)";
     case Stage::kNoDaemon:
       return "the Bluetooth daemon does not run; start it (systemctl start bluetooth)";
     case Stage::kConnecting:

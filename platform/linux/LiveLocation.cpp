@@ -171,9 +171,11 @@ void LiveLocation::onBluetooth(const BlueZScan::Status& status) {
     wake();
   }
   core_.setScanning(status.listening, now());
+  if (closed_) return;
   if (options_.onBluetooth) options_.onBluetooth({status.listening, status.fault});
-  const bool isNew = !status.fault.empty() && status.fault != std::exchange(fault_, status.fault);
-  if (isNew && !closed_) core_.failBeacons(status.fault);
+  if (closed_ || status.fault == fault_) return;
+  fault_ = status.fault;
+  if (!fault_.empty()) core_.failBeacons(fault_);
 }
 
 void LiveLocation::onGrant(PositionGrant grant, const std::string& reason) {

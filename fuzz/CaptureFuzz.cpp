@@ -1,0 +1,17 @@
+#include "fuzz/Input.h"
+#include "platform/replay/BtsnoopReader.h"
+#include "platform/replay/CaptureError.h"
+
+/// Time never goes back, whatever stands in a capture.
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  try {
+    platform::BtsnoopReader reader(fileWith(data, size));
+    platform::Instant latest{};
+    while (const auto record = reader.next()) {
+      require(record->time >= latest && !record->advertisements.empty());
+      latest = record->time;
+    }
+  } catch (const platform::CaptureError&) {
+  }
+  return 0;
+}

@@ -1,0 +1,12 @@
+#include <stdexcept>
+
+#include "fuzz/Input.h"
+#include "platform/linux/PlistPropertyList.h"
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  try {
+    platform::PlistPropertyList(fileWith(data, size)).objectForInfoDictionaryKey("BrivaneAPIKey");
+  } catch (const std::runtime_error&) {
+  }
+  return 0;
+}
