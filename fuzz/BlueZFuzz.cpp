@@ -10,10 +10,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const platform::Variant none(g_variant_ref_sink(g_variant_new_strv(nullptr, 0)));
   platform::BlueZDevices devices;
   for (int i = 0; i < 2; ++i) {
-    const auto heard = devices.change("/org/bluez/hci0/dev_C0_00_00_00_00_01", properties.get(), none.get());
+    const auto heard =
+        devices.change("/org/bluez/hci0/dev_C0_00_00_00_00_01", properties.get(), none.get());
     require(!heard || heard->data.size() == 23);
   }
   const auto position = platform::positionIn(properties.get(), 1'000'000'000);
-  require(!position || (position->coordinate.latitude <= 90.0 && position->coordinate.latitude >= -90.0));
+  require(!position ||
+          (position->coordinate.latitude <= 90.0 && position->coordinate.latitude >= -90.0));
   return 0;
 }

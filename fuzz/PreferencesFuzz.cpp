@@ -3,7 +3,8 @@
 #include "fuzz/Input.h"
 #include "platform/linux/KeyFilePreferences.h"
 
-/// Whatever stood in the file, what is stored is found again; a file that cannot be read is left alone.
+/// Whatever stood in the file, what is stored is found again; a file that cannot be read is left
+/// alone.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string path = fileWith(data, size);
   try {

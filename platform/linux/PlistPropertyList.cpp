@@ -4,24 +4,14 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <cstdlib>
 #include <fstream>
-#include <memory>
 #include <stdexcept>
 #include <system_error>
-#include <type_traits>
 
 namespace platform {
 namespace {
 
 constexpr std::size_t kMaxBytes = 1 << 20;
-
-struct Free {
-  void operator()(std::remove_pointer_t<plist_t>* node) const { plist_free(node); }
-  void operator()(char* memory) const { std::free(memory); }  // NOLINT: the C library's memory
-};
-using Node = std::unique_ptr<std::remove_pointer_t<plist_t>, Free>;
-using Text = std::unique_ptr<char, Free>;
 
 std::string contentsOf(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
@@ -36,43 +26,30 @@ std::string contentsOf(const std::string& path) {
   return contents;
 }
 
-Node parse(const std::string& path) {
+}  // namespace
+
+void PlistPropertyList::Free::operator()(void* node) const { plist_free(node); }
+
+PlistPropertyList::PlistPropertyList(const std::string& path) {
   const std::string contents = contentsOf(path);
   plist_t root = nullptr;
   plist_from_memory(contents.data(), static_cast<std::uint32_t>(contents.size()), &root);
-  Node node(root);
+  root_.reset(root);
   if (root == nullptr) throw std::runtime_error(path + ": not a property list");
   if (plist_get_node_type(root) != PLIST_DICT) {
     throw std::runtime_error(path + ": no dictionary at the top of the property list");
-  }
-  return node;
-}
-
-}  // namespace
-
-PlistPropertyList::PlistPropertyList(const std::string& path) {
-  const Node root = parse(path);
-  plist_dict_iter position = nullptr;
-  plist_dict_new_iter(root.get(), &position);
-  const Text ownedPosition(static_cast<char*>(position));
-  for (;;) {
-    char* key = nullptr;
-    plist_t value = nullptr;
-    plist_dict_next_item(root.get(), position, &key, &value);
-    const Text ownedKey(key);
-    if (value == nullptr) return;
-    if (plist_get_node_type(value) != PLIST_STRING) continue;
-    char* text = nullptr;
-    plist_get_string_val(value, &text);
-    const Text ownedText(text);
-    if (key != nullptr && text != nullptr) texts_.emplace(key, text);
   }
 }
 
 std::optional<std::string> PlistPropertyList::objectForInfoDictionaryKey(
     std::string_view key) const {
-  const auto found = texts_.find(key);
-  return found == texts_.end() ? std::nullopt : std::optional(found->second);
+  plist_t const value = plist_dict_get_item(root_.get(), std::string(key).c_str());
+  if (value == nullptr || plist_get_node_type(value) != PLIST_STRING) return std::nullopt;
+  // Not plist_get_string_val, nor an iteration over the keys: these end the process at a text with
+  // a zero byte in it.
+  std::uint64_t length = 0;
+  const char* const text = plist_get_string_ptr(value, &length);
+  return text == nullptr ? std::nullopt : std::optional(std::string(text, length));
 }
 
 }  // namespace platform

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <map>
+#include <memory>
 #include <string>
 
 #include "platform/Export.h"
@@ -18,7 +18,11 @@ class BRIVANE_EXPORT PlistPropertyList final : public PropertyList {
   std::optional<std::string> objectForInfoDictionaryKey(std::string_view key) const override;
 
  private:
-  std::map<std::string, std::string, std::less<>> texts_;
+  struct Free {
+    void operator()(void* node) const;
+  };
+
+  std::unique_ptr<void, Free> root_;
 };
 
 }  // namespace platform

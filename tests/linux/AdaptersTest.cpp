@@ -157,6 +157,10 @@ TEST(PropertyList, ReadsTextsFromXMLAndBinary) {
     const std::string path = folder.write("Info.plist", contents);
     EXPECT_THROW(PlistPropertyList{path}, std::runtime_error) << contents.substr(0, 99);
   }
+  const std::string zero(
+      "<plist><dict><key>a\0b</key><string>c\0d</string><key>k</key><string>\0</string></dict></plist>", 86);
+  const std::string path = folder.write("Info.plist", zero);
+  EXPECT_NO_THROW(PlistPropertyList(path).objectForInfoDictionaryKey("k"));
   EXPECT_THROW(PlistPropertyList{"/nowhere"}, std::runtime_error);
   EXPECT_THROW(PlistPropertyList{folder.path()}, std::runtime_error);
 }
