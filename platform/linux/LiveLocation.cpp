@@ -100,7 +100,7 @@ void LiveLocation::updateSources() {
   // At each start of a run anew, so that the user's change of mind counts.
   if (asks || (begins && !board_->get().arePositionsGranted())) asksForPositions_ = true;
   updateBluetooth(wanted_.beacons);
-  updatePositions();
+  if (!closed_) updatePositions();
 }
 
 void LiveLocation::updatePermission() {
@@ -127,7 +127,7 @@ void LiveLocation::updateBluetooth(const std::set<UUID>& networks) {
     bluetooth_.reset();
     core_.setScanning(false, now());
   }
-  if (!needed) return;
+  if (!needed || closed_) return;
   fault_.clear();
   bluetooth_ = std::make_unique<BlueZScan>(
       context_,
@@ -141,9 +141,9 @@ void LiveLocation::updateBluetooth(const std::set<UUID>& networks) {
 
 void LiveLocation::updatePositions() {
   if (options_.desktopId.empty()) {
-    const bool isNew =
-        wanted_.positions && !std::exchange(saidWithoutPositions_, wanted_.positions);
-    if (isNew) core_.failPositions("there are no positions without a desktop ID for GeoClue");
+    if (wanted_.positions && !std::exchange(saidWithoutPositions_, true)) {
+      core_.failPositions("there are no positions without a desktop ID for GeoClue");
+    }
     return;
   }
   const bool needed = wanted_.positions || asksForPositions_;

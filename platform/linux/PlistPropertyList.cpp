@@ -43,7 +43,7 @@ PlistPropertyList::PlistPropertyList(const std::string& path) {
 
 std::optional<std::string> PlistPropertyList::objectForInfoDictionaryKey(
     std::string_view key) const {
-  plist_t const value = plist_dict_get_item(root_.get(), std::string(key).c_str());
+  void* const value = plist_dict_get_item(root_.get(), std::string(key).c_str());
   if (value == nullptr || plist_get_node_type(value) != PLIST_STRING) return std::nullopt;
   // Not plist_get_string_val, nor an iteration over the keys: these end the process at a text with
   // a zero byte in it.

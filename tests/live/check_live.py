@@ -7,6 +7,7 @@ import concurrent.futures
 import json
 import os
 import pathlib
+import signal
 import subprocess
 import sys
 import tempfile
@@ -43,22 +44,26 @@ class Machine:
     def __exit__(self, *_):
         for name in list(self.processes):
             self.kill(name)
+        if os.path.exists(f"{self.folder.name}/bus"):
+            self.kill_bus()
         self.folder.cleanup()
 
     def start_bus(self):
-        self.spawn("bus", "dbus-daemon", f"--config-file={self.folder.name}/bus.conf", "--nofork")
-        wait_for(lambda: os.path.exists(f"{self.folder.name}/bus"))
+        with subprocess.Popen(["dbus-daemon", f"--config-file={self.folder.name}/bus.conf", "--fork",
+                               "--print-pid"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as starter:
+            self.bus_process = int(starter.stdout.readline())  # it listens by now
 
     def spawn(self, name, *command):
-        self.processes[name] = subprocess.Popen(command, env=self.environment, stdout=subprocess.DEVNULL,
-                                                stderr=subprocess.DEVNULL if name == "bus" else None)
+        self.processes[name] = subprocess.Popen(command, env=self.environment, stdout=subprocess.DEVNULL)
 
     def kill(self, name):
         process = self.processes.pop(name)
         process.kill()
         process.wait()
-        if name == "bus":
-            os.unlink(f"{self.folder.name}/bus")
+
+    def kill_bus(self):
+        os.kill(self.bus_process, signal.SIGKILL)
+        os.unlink(f"{self.folder.name}/bus")
 
     def start_daemon(self, name, template, owner):
         self.spawn(name, "/usr/bin/python3", "-m", "dbusmock", "--system", "--template", str(HERE / template))
@@ -102,7 +107,7 @@ def restart_daemon(machine):
 
 def restart_bus(machine):
     machine.kill("bluez")
-    machine.kill("bus")
+    machine.kill_bus()
     yield "the system bus cannot be reached"
     machine.start_bus()
     machine.start_bluez()
@@ -154,7 +159,7 @@ FAULTS = {
 }
 
 NO_RADIO = {
-    "no bus": (lambda m: m.kill("bus"), [], "the system bus cannot be reached"),
+    "no bus": (lambda m: m.kill_bus(), [], "the system bus cannot be reached"),
     "no daemon": (lambda m: None, [], "the Bluetooth daemon does not run; start it"),
     "no adapter": (lambda m: m.start_bluez(adapters=()), [], "there is no Bluetooth adapter; plug it in"),
     "another adapter": (lambda m: m.start_bluez(), ["--adapter", "hci5"], "there is no Bluetooth adapter hci5;"),
