@@ -16,7 +16,6 @@ import unittest
 
 import dbus
 
-
 BRIVANE, SERVICE, LIVE_TEST, WALKS = *sys.argv[1:4], pathlib.Path(sys.argv[4])
 HERE = pathlib.Path(__file__).parent
 sys.path.insert(0, str(HERE.parent / "support"))
