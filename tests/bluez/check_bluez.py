@@ -118,6 +118,7 @@ class BlueZ(unittest.TestCase):
             wait_for(lambda: scan.of("range") and is_discovering())
             with Air() as air:
                 wait_for(lambda: len(scan.of("range")) > 10)
+                steady = scan.of("range")[-6:]
             record.wait()
         wait_for(lambda: not is_discovering())  # with the last that listened
         entered = scan.of("state")[0]["came"] - air.began
@@ -126,7 +127,6 @@ class BlueZ(unittest.TestCase):
         times = [event["t"] for event in scan.of("range")]
         gaps = [later - earlier for earlier, later in zip(times, times[1:])]
         self.assertTrue(all(abs(gap - 1.0) < 0.2 for gap in gaps), gaps)
-        steady = scan.of("range")[-6:]
         for event in steady:
             self.assertEqual([beacon["minor"] for beacon in event["beacons"]], list(BEACONS))
         errors = [abs(beacon["rssi"] - BEACONS[beacon["minor"]]) for event in steady for beacon in event["beacons"]]
