@@ -16,6 +16,7 @@ root=()
 build() {
   local work=$folder/work kernel version
   rm -rf "$work" && mkdir -p "$work"
+  "${root[@]}" apt-get -qq update
   kernel=$(apt-cache depends linux-image-amd64 | sed -n 's/.*Depends: \(linux-image-.*\)/\1/p' | head -1)
   (cd "$work" && apt-get -qq -o APT::Sandbox::User=root download "$kernel" && dpkg-deb -x "$kernel"_*.deb kernel)
   version=$(ls "$work/kernel/lib/modules")
