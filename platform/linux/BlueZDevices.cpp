@@ -1,21 +1,17 @@
 #include "platform/linux/BlueZDevices.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstddef>
 #include <cstring>
-#include <iterator>
 #include <string_view>
 #include <system_error>
 
 #include "platform/linux/SystemBus.h"
+#include "platform/location/IBeaconFrame.h"
 
 namespace platform {
 namespace {
-
-constexpr std::uint16_t kCompany = 0x004C;
-constexpr std::size_t kFrameSize = 23;
 
 Variant lookup(GVariant* properties, const char* name, const char* type) {
   return Variant(g_variant_lookup_value(properties, name, G_VARIANT_TYPE(type)));
@@ -29,11 +25,12 @@ std::vector<std::uint8_t> frameIn(GVariant* manufacturerData) {
   GVariant* raw = nullptr;
   while (g_variant_iter_next(&companies, "{qv}", &company, &raw) != FALSE) {
     const Variant value(raw);
-    if (company != kCompany || !g_variant_is_of_type(raw, G_VARIANT_TYPE_BYTESTRING)) continue;
+    if (company != IBeaconFrame::kCompany || !g_variant_is_of_type(raw, G_VARIANT_TYPE_BYTESTRING))
+      continue;
     gsize size = 0;
     const auto* const bytes =
         static_cast<const std::uint8_t*>(g_variant_get_fixed_array(raw, &size, 1));
-    if (size == kFrameSize) return {bytes, bytes + size};
+    if (size == IBeaconFrame::kSize) return {bytes, bytes + size};
   }
   return {};
 }
@@ -95,7 +92,7 @@ std::optional<Advertisement> BlueZDevices::change(const std::string& path, GVari
 }
 
 std::optional<Advertisement> BlueZDevices::heard(const std::string& path, const Device& device) {
-  return Advertisement{kCompany, device.frame, device.rssi, addressIn(path)};
+  return Advertisement{IBeaconFrame::kCompany, device.frame, device.rssi, addressIn(path)};
 }
 
 }  // namespace platform

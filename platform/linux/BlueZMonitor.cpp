@@ -11,7 +11,6 @@ using namespace std::chrono_literals;
 
 constexpr const char* kManager = "org.bluez.AdvertisementMonitorManager1";
 constexpr const char* kMonitor = "org.bluez.AdvertisementMonitor1";
-constexpr const char* kObjectManager = "org.freedesktop.DBus.ObjectManager";
 constexpr const char* kRootPath = "/brivane";
 constexpr const char* kMonitorPath = "/brivane/monitor";
 
@@ -90,7 +89,7 @@ void BlueZMonitor::offerMonitor() {
       kMonitorPath, kMonitorXML,
       [this](const char* method, GVariant* /*arguments*/) { return onCall(method); },
       [this](const char* name) { return property(name); });
-  bus_.emit(kRootPath, kObjectManager, "InterfacesAdded",
+  bus_.emit(kRootPath, SystemBus::kObjectManager, "InterfacesAdded",
             g_variant_new_parsed("(%o, {%s: {'Type': <%*>, 'Patterns': <%*>}})", kMonitorPath,
                                  kMonitor, property("Type"), property("Patterns")));
 }

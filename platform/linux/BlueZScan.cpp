@@ -9,14 +9,13 @@ namespace platform {
 namespace {
 
 using namespace std::chrono_literals;
-using namespace std::string_literals;
 
 constexpr const char* kDaemon = "org.bluez";
 constexpr const char* kAdapter = "org.bluez.Adapter1";
 constexpr const char* kDevice = "org.bluez.Device1";
 constexpr const char* kMonitorManager = "org.bluez.AdvertisementMonitorManager1";
-constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
-constexpr const char* kObjectManager = "org.freedesktop.DBus.ObjectManager";
+constexpr auto* kProperties = SystemBus::kProperties;
+constexpr auto* kObjectManager = SystemBus::kObjectManager;
 constexpr std::string_view kAdapterPath = "/org/bluez/";
 
 /// BlueZ answers these calls at once, or as soon as its controller does.
@@ -97,7 +96,7 @@ void BlueZScan::reopenIn(Instant pause) { reopenAt_ = monotonicNow() + pause; }
 void BlueZScan::onBusLost(const std::string& fault) {
   forgetDaemon();
   stage_ = Stage::kNoBus;
-  log("Bluetooth: the system bus: " + fault);
+  log("the system bus: " + fault);
   refused_ = false;
   reopenIn(kBusPause);
   proceed();
@@ -110,20 +109,23 @@ void BlueZScan::onDaemonAppeared(const std::string& daemon) {
   const char* const sender = daemon_.c_str();
   // Before the objects are asked for, so that none is missed between.
   signals_ = {
-      bus_->subscribe({sender, "/", kObjectManager, "InterfacesAdded", nullptr},
+      bus_->subscribe({sender, "/", kObjectManager, "InterfacesAdded", "(oa{sa{sv}})"},
                       [this](const char*, GVariant* arguments) { onInterfacesAdded(arguments); }),
-      bus_->subscribe({sender, "/", kObjectManager, "InterfacesRemoved", nullptr},
+      bus_->subscribe({sender, "/", kObjectManager, "InterfacesRemoved", "(oas)"},
                       [this](const char*, GVariant* arguments) { onInterfacesRemoved(arguments); }),
       bus_->subscribe(
-          {sender, nullptr, kProperties, "PropertiesChanged", kDevice},
+          {sender, nullptr, kProperties, "PropertiesChanged", SystemBus::kChangedProperties,
+           kDevice},
           [this](const char* path, GVariant* arguments) { onDeviceChanged(path, arguments); }),
       bus_->subscribe(
-          {sender, nullptr, kProperties, "PropertiesChanged", kAdapter},
+          {sender, nullptr, kProperties, "PropertiesChanged", SystemBus::kChangedProperties,
+           kAdapter},
           [this](const char* path, GVariant* arguments) { onAdapterChanged(path, arguments); })};
   bus_->call({.destination = sender,
               .path = "/",
               .interface = kObjectManager,
-              .method = "GetManagedObjects"},
+              .method = "GetManagedObjects",
+              .answer = "(a{oa{sa{sv}}})"},
              [this, epoch = epoch_](const BusReply& reply) {
                if (epoch == epoch_) readObjects(reply);
              });
@@ -153,7 +155,7 @@ void BlueZScan::forgetDaemon() {
 void BlueZScan::readObjects(const BusReply& reply) {
   const bool isRefused = isDenied(reply.error);
   refused_ = isRefused;
-  if (!reply.value || !g_variant_is_of_type(reply.value.get(), G_VARIANT_TYPE("(a{oa{sa{sv}}})"))) {
+  if (!reply.value) {
     failure_ = "the Bluetooth daemon does not say what it has: " + reply.message;
     reopenIn(isRefused ? kRefusalPause : kBusPause);
   } else {
@@ -184,7 +186,6 @@ void BlueZScan::readObject(const std::string& path, GVariant* interfaces) {
 
 void BlueZScan::onInterfacesAdded(GVariant* arguments) {
   const gchar* path = nullptr;
-  if (!g_variant_is_of_type(arguments, G_VARIANT_TYPE("(oa{sa{sv}})"))) return;
   GVariant* raw = nullptr;
   g_variant_get(arguments, "(&o@a{sa{sv}})", &path, &raw);
   const Variant interfaces(raw);
@@ -200,7 +201,6 @@ void BlueZScan::onInterfacesAdded(GVariant* arguments) {
 
 void BlueZScan::onInterfacesRemoved(GVariant* arguments) {
   const gchar* path = nullptr;
-  if (!g_variant_is_of_type(arguments, G_VARIANT_TYPE("(oas)"))) return;
   const gchar** raw = nullptr;
   g_variant_get(arguments, "(&o^a&s)", &path, &raw);
   const std::unique_ptr<const gchar*, void (*)(gpointer)> names(raw, g_free);
@@ -212,14 +212,12 @@ void BlueZScan::onInterfacesRemoved(GVariant* arguments) {
 }
 
 void BlueZScan::onDeviceChanged(const std::string& path, GVariant* arguments) {
-  if (!g_variant_is_of_type(arguments, G_VARIANT_TYPE("(sa{sv}as)"))) return;
   const Variant changed(g_variant_get_child_value(arguments, 1));
   const Variant invalidated(g_variant_get_child_value(arguments, 2));
   hear(path, devices_.change(path, changed.get(), invalidated.get()));
 }
 
 void BlueZScan::onAdapterChanged(const std::string& path, GVariant* arguments) {
-  if (!g_variant_is_of_type(arguments, G_VARIANT_TYPE("(sa{sv}as)"))) return;
   if (!adapters_.contains(path)) return;
   const Variant changed(g_variant_get_child_value(arguments, 1));
   updateAdapter(path, changed.get());
@@ -280,7 +278,7 @@ void BlueZScan::chooseAdapter() {
 void BlueZScan::startMonitor() {
   monitor_ = std::make_unique<BlueZMonitor>(
       *bus_, context_, daemon_, adapter_, options_.networks, [this](const std::string& reason) {
-        log("Bluetooth: no advertisement monitor, discovery goes on alone: " + reason);
+        log("no advertisement monitor, discovery goes on alone: " + reason);
       });
 }
 
@@ -293,11 +291,11 @@ void BlueZScan::proceed() {
 void BlueZScan::make(BlueZDiscovery::Call call) {
   using Call = BlueZDiscovery::Call;
   if (call == Call::kRenewConnection) {
-    log("Bluetooth: nothing is heard, the connection is renewed");
+    log("nothing is heard, the connection is renewed");
     reopenIn(0s);
     return;
   }
-  if (call == Call::kStop) log("Bluetooth: nothing is heard, discovery is renewed");
+  if (call == Call::kStop) log("nothing is heard, discovery is renewed");
   const char* const method = call == Call::kSetFilter ? "SetDiscoveryFilter"
                              : call == Call::kStart   ? "StartDiscovery"
                                                       : "StopDiscovery";
@@ -366,13 +364,9 @@ std::string BlueZScan::fault() const {
 /// Wakes for what is due first. An earlier wake that was set for something since put off costs less
 /// than setting the timer at each frame.
 void BlueZScan::arm() {
-  std::optional<Instant> due = reopenAt_;
-  const auto consider = [&due](std::optional<Instant> time) {
-    if (time && (!due || *time < *due)) due = time;
-  };
-  consider(discovery_.deadline());
+  auto due = earlier(reopenAt_, discovery_.deadline());
   if (stage_ == Stage::kKnown && adapter_.empty() && monotonicNow() < adaptersDue_) {
-    consider(adaptersDue_);
+    due = earlier(due, adaptersDue_);
   }
   if (!due || (armed_ && *armed_ <= *due)) return;
   armed_ = due;
@@ -380,7 +374,7 @@ void BlueZScan::arm() {
 }
 
 void BlueZScan::log(const std::string& line) const {
-  if (options_.log) options_.log->write(line);
+  if (options_.log) options_.log->write("Bluetooth: " + line);
 }
 
 }  // namespace platform

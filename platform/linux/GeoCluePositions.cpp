@@ -13,7 +13,7 @@ constexpr const char* kDaemon = "org.freedesktop.GeoClue2";
 constexpr const char* kManager = "org.freedesktop.GeoClue2.Manager";
 constexpr const char* kClient = "org.freedesktop.GeoClue2.Client";
 constexpr const char* kLocation = "org.freedesktop.GeoClue2.Location";
-constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
+constexpr auto* kProperties = SystemBus::kProperties;
 
 constexpr std::uint32_t kStreet = 6;
 constexpr std::uint32_t kExact = 8;
@@ -87,6 +87,7 @@ void GeoCluePositions::open() {
                     .path = "/org/freedesktop/GeoClue2/Manager",
                     .interface = kManager,
                     .method = "GetClient",
+                    .answer = "(o)",
                     .timeout = kPatienceForDaemon,
                     .starts = true},
                    [this](const BusReply& reply) { useClient(reply); });
@@ -97,7 +98,7 @@ void GeoCluePositions::open() {
 }
 
 void GeoCluePositions::useClient(const BusReply& reply) {
-  if (!reply.value || !g_variant_is_of_type(reply.value.get(), G_VARIANT_TYPE("(o)"))) {
+  if (!reply.value) {
     refuse(reply);
     return;
   }
@@ -112,10 +113,11 @@ void GeoCluePositions::useClient(const BusReply& reply) {
   watch_ = bus_->watch(
       kDaemon, [](const std::string&) {}, [this] { timer_.set(monotonicNow() + kPauseAfterLoss); });
   signals_ = {
-      bus_->subscribe({kDaemon, path, kClient, "LocationUpdated", nullptr},
+      bus_->subscribe({kDaemon, path, kClient, "LocationUpdated", "(oo)"},
                       [this](const char*, GVariant* arguments) { onLocationUpdated(arguments); }),
-      bus_->subscribe({kDaemon, path, kProperties, "PropertiesChanged", kClient},
-                      [this](const char*, GVariant* arguments) { onActiveChanged(arguments); })};
+      bus_->subscribe(
+          {kDaemon, path, kProperties, "PropertiesChanged", SystemBus::kChangedProperties, kClient},
+          [this](const char*, GVariant* arguments) { onActiveChanged(arguments); })};
   bus_->call({.destination = kDaemon,
               .path = client_,
               .interface = kClient,
@@ -153,23 +155,20 @@ void GeoCluePositions::onActiveChanged(GVariant* arguments) {
 
 void GeoCluePositions::onLocationUpdated(GVariant* arguments) {
   const gchar* path = nullptr;
-  if (!g_variant_is_of_type(arguments, G_VARIANT_TYPE("(oo)"))) return;
   g_variant_get_child(arguments, 1, "&o", &path);
   if (std::string(path) == "/") return;  // none yet
-  bus_->call(
-      {.destination = kDaemon,
-       .path = path,
-       .interface = kProperties,
-       .method = "GetAll",
-       .arguments = g_variant_new("(s)", kLocation)},
-      [this](const BusReply& reply) {
-        if (!reply.value || !g_variant_is_of_type(reply.value.get(), G_VARIANT_TYPE("(a{sv})"))) {
-          return;
-        }
-        const Variant properties(g_variant_get_child_value(reply.value.get(), 0));
-        const auto position = positionIn(properties.get(), g_get_real_time());
-        if (position) options_.onPosition(*position);
-      });
+  bus_->call({.destination = kDaemon,
+              .path = path,
+              .interface = kProperties,
+              .method = "GetAll",
+              .arguments = g_variant_new("(s)", kLocation),
+              .answer = "(a{sv})"},
+             [this](const BusReply& reply) {
+               if (!reply.value) return;
+               const Variant properties(g_variant_get_child_value(reply.value.get(), 0));
+               const auto position = positionIn(properties.get(), g_get_real_time());
+               if (position) options_.onPosition(*position);
+             });
 }
 
 void GeoCluePositions::refuse(const BusReply& reply) {

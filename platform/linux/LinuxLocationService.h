@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -10,6 +9,8 @@
 #include "platform/Location.h"
 #include "platform/Log.h"
 #include "platform/location/Advertisement.h"
+#include "platform/location/Instant.h"
+#include "platform/location/LocationCore.h"
 
 namespace platform {
 
@@ -41,7 +42,7 @@ class BRIVANE_EXPORT LinuxLocationService final : public LocationService {
     /// know it; empty for an application that wants no positions.
     std::string desktopId = {};
     /// How long a region stays inside without a frame.
-    std::chrono::seconds exitPeriod{30};
+    Instant exitPeriod = LocationCore::kExitPeriod;
     /// For a line on each fault that is mended without the host's knowledge; may be null.
     std::shared_ptr<Log> log = nullptr;
     /// Called on the manager's thread when listening begins or ceases, and at each fault; may be

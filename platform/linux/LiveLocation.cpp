@@ -29,12 +29,12 @@ LiveLocation::LiveLocation(const Options& options, std::shared_ptr<PermissionBoa
     : context_(MainContext::ofThisThread()),
       options_(options),
       board_(std::move(board)),
+      told_(board_->published()),
       core_({.exitPeriod = options_.exitPeriod,
-             .authorization = board_->published().status,
-             .servicesEnabled = board_->published().servicesEnabled,
+             .authorization = told_.status,
+             .servicesEnabled = told_.servicesEnabled,
              .onOperation = [this] { wake(); }}),
-      timer_(context_, [this] { enter([this] { update(); }); }),
-      told_(board_->published()) {
+      timer_(context_, [this] { enter([this] { update(); }); }) {
   core_.setScanning(false, now());
 }
 

@@ -57,6 +57,7 @@ class LiveLocation : public std::enable_shared_from_this<LiveLocation> {
   const MainContext context_;
   const Options options_;
   const std::shared_ptr<PermissionBoard> board_;
+  Permission told_;
   LocationCore core_;
   Timer timer_;
   std::atomic<bool> awake_ = false;
@@ -68,7 +69,6 @@ class LiveLocation : public std::enable_shared_from_this<LiveLocation> {
   std::shared_ptr<LiveLocation> self_;
 
   LocationCore::Wanted wanted_;
-  Permission told_;
   std::string fault_;
   bool asksForPositions_ = false;
   bool saidWithoutPositions_ = false;

@@ -60,10 +60,18 @@ void onAnswer(GObject* source, GAsyncResult* result, gpointer data) {
   if (!isCancelled(error)) callback->function(replyOf(value, error.get()));
 }
 
+struct Subscriber {
+  std::string type;
+  SystemBus::OnSignal heard;
+};
+
 void onSignal(GDBusConnection* /*connection*/, const gchar* /*sender*/, const gchar* path,
               const gchar* /*interface*/, const gchar* /*member*/, GVariant* arguments,
               gpointer data) {
-  Callback<SystemBus::OnSignal>::at(data).function(path, arguments);
+  const Subscriber& subscriber = Callback<Subscriber>::at(data).function;
+  if (g_variant_is_of_type(arguments, G_VARIANT_TYPE(subscriber.type.c_str())) != FALSE) {
+    subscriber.heard(path, arguments);
+  }
 }
 
 struct Watcher {
@@ -162,7 +170,8 @@ void SystemBus::close() {
 void SystemBus::call(const Call& call, std::function<void(const BusReply&)> answered) {
   const ThreadDefault scope(context_);
   g_dbus_connection_call(connection_.get(), call.destination, call.path.c_str(), call.interface,
-                         call.method, call.arguments, nullptr,
+                         call.method, call.arguments,
+                         call.answer != nullptr ? G_VARIANT_TYPE(call.answer) : nullptr,
                          call.starts ? G_DBUS_CALL_FLAGS_NONE : G_DBUS_CALL_FLAGS_NO_AUTO_START,
                          static_cast<gint>(call.timeout.count()), cancellable_.get(), onAnswer,
                          new Callback<Answered>{std::move(answered)});
@@ -173,7 +182,8 @@ SystemBus::Registration SystemBus::subscribe(const Match& match, OnSignal heard)
   const guint id = g_dbus_connection_signal_subscribe(
       connection_.get(), match.sender, match.interface, match.member, match.path,
       match.firstArgument, G_DBUS_SIGNAL_FLAGS_NONE, onSignal,
-      new Callback<OnSignal>{until(cancellable_, std::move(heard))}, Callback<OnSignal>::destroy);
+      new Callback<Subscriber>{{match.arguments, until(cancellable_, std::move(heard))}},
+      Callback<Subscriber>::destroy);
   return {nullptr, [connection = connection_, id](void*) {
             g_dbus_connection_signal_unsubscribe(connection.get(), id);
           }};

@@ -38,19 +38,27 @@ class SystemBus {
     const char* method;
     /// May be floating; null for none.
     GVariant* arguments = nullptr;
+    /// Type of the answer; one of another type counts as an error. Null for any.
+    const char* answer = nullptr;
     std::chrono::milliseconds timeout = std::chrono::seconds(10);
     /// Whether a daemon that does not run is started for this.
     bool starts = false;
   };
 
-  /// What a signal is to match; null matches all.
+  /// What a signal is to match; null matches all. Its arguments must be of the type `arguments`.
   struct Match {
     const char* sender;
     const char* path;
     const char* interface;
     const char* member;
-    const char* firstArgument;
+    const char* arguments;
+    const char* firstArgument = nullptr;
   };
+  /// Arguments of org.freedesktop.DBus.Properties.PropertiesChanged.
+  static constexpr const char* kChangedProperties = "(sa{sv}as)";
+  static constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
+  static constexpr const char* kObjectManager = "org.freedesktop.DBus.ObjectManager";
+
   using OnSignal = std::function<void(const char* path, GVariant* arguments)>;
 
   /// Ends what it stands for when it goes. Not to outlive its bus.

@@ -6,10 +6,9 @@
 namespace platform {
 namespace {
 
-constexpr std::uint16_t kCompany = 0x004C;
 constexpr std::uint8_t kType = 0x02;
 constexpr std::uint8_t kLength = 0x15;
-constexpr std::size_t kSize = 2 + kLength;
+static_assert(IBeaconFrame::kSize == 2 + kLength);
 
 std::uint16_t bigEndian(const std::uint8_t* bytes) {
   return static_cast<std::uint16_t>(bytes[0] << 8U | bytes[1]);

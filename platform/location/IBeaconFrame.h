@@ -1,6 +1,7 @@
 #pragma once
 
 #include <compare>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 
@@ -22,6 +23,10 @@ struct BeaconIdentity {
 
 /// What a beacon sends.
 struct BRIVANE_EXPORT IBeaconFrame {
+  /// Company identifier that its advertisement bears, and the bytes behind that.
+  static constexpr std::uint16_t kCompany = 0x004C;
+  static constexpr std::size_t kSize = 23;
+
   BeaconIdentity identity;
   /// Signal strength at one metre, dBm.
   int measuredPower = 0;

@@ -210,6 +210,7 @@ class LocationCore::Manager final : public CLLocationManager,
   }
 
   void hear(const IBeaconFrame& frame, int rssi, Instant now) {
+    begin();  // what another thread started since the time was fed
     for (const auto& [identifier, monitored] : monitored_) {
       if (monitored->region->proximityUUID() == frame.identity.uuid) {
         queueChange(monitored, monitored->monitor->hear(now));
@@ -230,6 +231,7 @@ class LocationCore::Manager final : public CLLocationManager,
   }
 
   void setScanning(bool scanning, Instant now) {
+    begin();
     for (const auto& [identifier, monitored] : monitored_) {
       monitored->monitor->setScanning(scanning, now);
     }
@@ -237,14 +239,11 @@ class LocationCore::Manager final : public CLLocationManager,
 
   std::optional<Instant> deadline() const {
     std::optional<Instant> earliest;
-    const auto consider = [&earliest](std::optional<Instant> time) {
-      if (time && (!earliest || *time < *earliest)) earliest = time;
-    };
     for (const auto& [identifier, monitored] : monitored_) {
-      if (monitored->monitor) consider(monitored->monitor->deadline());
+      if (monitored->monitor) earliest = earlier(earliest, monitored->monitor->deadline());
     }
     for (const auto& [identifier, ranged] : ranged_) {
-      if (ranged->window) consider(ranged->window->deadline());
+      if (ranged->window) earliest = earlier(earliest, ranged->window->deadline());
     }
     return earliest;
   }
@@ -429,10 +428,8 @@ LocationCore::Wanted LocationCore::wanted() const {
 std::optional<Instant> LocationCore::nextDeadline() const {
   const std::lock_guard lock(state_->mutex);
   std::optional<Instant> earliest;
-  forEach(state_->managers, [&](const Manager& manager) {
-    const auto due = manager.deadline();
-    if (due && (!earliest || *due < *earliest)) earliest = due;
-  });
+  forEach(state_->managers,
+          [&](const Manager& manager) { earliest = earlier(earliest, manager.deadline()); });
   return earliest;
 }
 

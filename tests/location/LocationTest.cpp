@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 #include "platform/location/Distance.h"
 #include "platform/location/LocationCore.h"
@@ -188,6 +190,25 @@ TEST_F(Core, BeginsAtTheTimeThatIsFedNext) {
   EXPECT_EQ(advance(1001s), "range");
   manager->stopRangingBeaconsInRegion(*region);
   EXPECT_EQ(advance(1030s), "state2");
+}
+
+TEST_F(Core, IsAskedOnOneThreadAndFedOnAnother) {
+  std::atomic<bool> over = false;
+  std::thread asking([&] {
+    while (!over) {
+      manager->startMonitoringForRegion(region);
+      manager->startRangingBeaconsInRegion(region);
+      manager->stopMonitoringForRegion(*region);
+      manager->stopRangingBeaconsInRegion(*region);
+    }
+  });
+  for (int i = 0; i < 20000; ++i) {
+    core.hear(beaconFrame(kNetwork, 1, 1, -60), Instant(i));
+    core.setScanning(i % 2 == 0, Instant(i));
+  }
+  over = true;
+  asking.join();
+  EXPECT_TRUE(listener->take().starts_with("auth0"));
 }
 
 TEST_F(Core, SaysWhatItNeedsAndTellsWhatFails) {
