@@ -107,9 +107,16 @@ Network::Beacon readBeacon(const Node& node) {
   return beacon;
 }
 
+/// Writing JSON takes stack for each level.
+constexpr int kMaxDepth = 100;
+
 ordered_json parseJSON(const std::string& name, std::string_view text) {
+  const auto refuseDeepNesting = [&name](int depth, auto /*event*/, auto& /*parsed*/) {
+    if (depth > kMaxDepth) throw NetworkError(name + ": nested too deep");
+    return true;
+  };
   try {
-    return ordered_json::parse(text);
+    return ordered_json::parse(text, refuseDeepNesting);
   } catch (const ordered_json::parse_error& fault) {
     const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(fault.byte, text.size()));
     const auto line = std::count(text.begin(), end, '\n') + 1;

@@ -53,6 +53,7 @@ TEST(Networks, NameWhatIsWrongAndWhere) {
   const std::pair<std::string, std::string> rows[] = {
       {"{\n\"places\":[\n}", "line 3: not JSON"},
       {"[]", ": not an object"},
+      {std::string(200'000, '['), "nested too deep"},
       {"{}", "places: missing"},
       {R"({"places":{}})", "places: not a list"},
       {network("", "\"x\""), "places[0].zip: not an integer from 0 to 999999999"},
@@ -129,6 +130,8 @@ TEST_F(Answers, ResolveTrackListAndKeep) {
   EXPECT_EQ(ask("nearest/", "lat=nan&lng=-3&radius=1"), bad("lat is out of range"));
   EXPECT_EQ(ask("payload/", "uuid=b2&payload={}"), unknown);
   EXPECT_EQ(ask("payload/", "uuid=b1&payload=[]"), bad("payload is not a JSON object"));
+  EXPECT_EQ(ask("payload/", R"(uuid=b1&payload={"a":)" + std::string(200'000, '[') + std::string(200'000, ']') + "}"),
+            bad("payload is nested too deep"));
   EXPECT_EQ(ask("payload/", R"(payload={"a":"&b="}&uuid=b1)"),
             R"(200 {"status":true,"uuid":"b1","payload":{"a":"&b="}})");
   EXPECT_TRUE(holds(ask("resolve/", uuid + "&major=1&minor=1&rssi=0"), R"("payload":{"a":"&b="})"));
