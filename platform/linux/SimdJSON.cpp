@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/linux/JSONWriter.h"
+#include "platform/linux/LongIntegers.h"
 
 namespace platform {
 namespace {
@@ -52,19 +53,22 @@ JSONValue convert(simdjson::dom::element element) {
   return {};
 }
 
+/// The outermost value, which lives in `parser`.
+simdjson::simdjson_result<simdjson::dom::element> parse(simdjson::dom::parser& parser,
+                                                        std::string_view bytes) {
+  if (const auto error = parser.allocate(bytes.size(), kMaxDepth)) return error;
+  return parser.parse(bytes.data(), bytes.size());
+}
+
 }  // namespace
 
 std::variant<JSONValue, JSONError> SimdJSON::read(std::string_view bytes) const {
   simdjson::dom::parser parser(kMaxBytes);
-  if (const auto error = parser.allocate(bytes.size(), kMaxDepth)) {
-    return JSONError{simdjson::error_message(error)};
-  }
-  simdjson::dom::element root;
-  if (const auto error = parser.parse(bytes.data(), bytes.size()).get(root)) {
-    return JSONError{simdjson::error_message(error)};
-  }
+  auto root = parse(parser, bytes);
+  if (root.error() == simdjson::NUMBER_ERROR) root = parse(parser, withLongIntegersAsReals(bytes));
+  if (root.error()) return JSONError{simdjson::error_message(root.error())};
   if (!root.is_object() && !root.is_array()) return JSONError{"neither an object nor a list"};
-  return convert(root);
+  return convert(root.value_unsafe());
 }
 
 std::variant<std::string, JSONError> SimdJSON::write(const JSONValue& value) const {

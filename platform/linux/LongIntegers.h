@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+/// The JSON text with ".0" behind every integer that 64 bits may not hold, so that a reader which
+/// refuses such integers takes them for reals. Whatever else the text is, it stays.
+std::string withLongIntegersAsReals(std::string_view json);
+
+}  // namespace platform
