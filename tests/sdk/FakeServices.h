@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <deque>
 #include <map>
 #include <memory>
@@ -33,13 +34,14 @@ class FakeServices final : public platform::HTTPClient,
     return *only;
   }
 
-  /// Answers the oldest request that has no answer yet; absent: the transport failed. With any status: the library
-  /// never looks at it.
-  void reply(std::optional<std::string> body) {
-    const Completion completion = std::move(waiting_.at(0));
-    waiting_.pop_front();
+  /// Answers one of the requests that have no answer yet, the oldest first; absent: the transport failed. With any
+  /// status: the library never looks at it.
+  void reply(std::optional<std::string> body, std::size_t index = 0) {
+    const Completion completion = std::move(waiting_.at(index));
+    waiting_.erase(waiting_.begin() + static_cast<std::ptrdiff_t>(index));
     completion(body ? std::optional(platform::HTTPResponse{500}) : std::nullopt, std::move(body));
   }
+  std::size_t pending() const { return waiting_.size(); }
   /// Logs in and syncs the manager that was just created.
   void replyToLoginAndSync() {
     reply(R"({"access_token":"t0ken"})");
