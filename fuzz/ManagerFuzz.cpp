@@ -14,7 +14,8 @@ void beginAnew() {
   while (services.pending() > 1) services.reply(std::nullopt);
   services.reply("{}");  // no token, no session
   DetectionState& state = detectionState();
-  for (auto* flag : {&state.isSync, &state.isReady, &state.isRunning, &state.isRanging, &state.isRunningGPS}) {
+  for (auto* flag :
+       {&state.isSync, &state.isReady, &state.isRunning, &state.isRanging, &state.isRunningGPS}) {
     *flag = false;
   }
   state.cache.clear();
@@ -25,7 +26,8 @@ void beginAnew() {
 
 }  // namespace
 
-/// Each byte chooses: what hosts, location service and web service do. The managers must do what the model does.
+/// Each byte chooses: what hosts, location service and web service do. The managers must do what
+/// the model does.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   beginAnew();
   std::span input(data, size);

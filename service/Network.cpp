@@ -121,6 +121,8 @@ ordered_json parseJSON(const std::string& name, std::string_view text) {
     const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(fault.byte, text.size()));
     const auto line = std::count(text.begin(), end, '\n') + 1;
     throw NetworkError(name + ": line " + std::to_string(line) + ": not JSON");
+  } catch (const ordered_json::out_of_range&) {
+    throw NetworkError(name + ": a number that is too large");
   }
 }
 

@@ -63,6 +63,7 @@ simdjson::simdjson_result<simdjson::dom::element> parse(simdjson::dom::parser& p
 }  // namespace
 
 std::variant<JSONValue, JSONError> SimdJSON::read(std::string_view bytes) const {
+  if (bytes.empty()) return JSONError{"nothing to read"};  // not even a place to read it from
   simdjson::dom::parser parser(kMaxBytes);
   auto root = parse(parser, bytes);
   if (root.error() == simdjson::NUMBER_ERROR) root = parse(parser, withLongIntegersAsReals(bytes));

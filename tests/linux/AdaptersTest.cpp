@@ -83,6 +83,7 @@ TEST(JSON, RefusesAllElse) {
                                                           nested(100000)}) {
     EXPECT_TRUE(std::holds_alternative<JSONError>(json.read(text))) << text.substr(0, 20);
   }
+  EXPECT_TRUE(std::holds_alternative<JSONError>(json.read({})));
   JSONValue deep;
   for (int i = 0; i < 513; ++i) deep = JSONValue::List{deep};
   for (const JSONValue& value : {JSONValue(std::nan("")), JSONValue(JSONValue::List{HUGE_VAL}), JSONValue("\xFF"),

@@ -54,7 +54,8 @@ class ManagerModel {
 
   /// All that was seen since the last call.
   std::string take() {
-    const bool isScanning = running_ && std::any_of(slots_.begin(), slots_.end(), [](const auto& slot) { return slot; });
+    const bool isScanning =
+        running_ && std::any_of(slots_.begin(), slots_.end(), [](const auto& slot) { return slot; });
     return std::exchange(seen_, {}) + (isScanning ? "|running" : "");
   }
   std::vector<std::string> takeRequests() { return std::exchange(sent_, {}); }

@@ -74,7 +74,8 @@ std::vector<std::string> RealManagers::takeRequests() {
     std::string text = request.url.substr(request.url.rfind("/v1/") + 4);
     auto fields = FakeServices::fields(request);
     for (const char* name : {"major", "minor", "rssi", "lat", "lng", "radius"}) {
-      if (fields.contains(name) && !(fields.contains("speed") && name == std::string("lng"))) text += " " + fields[name];
+      if (fields.contains(name) && !(fields.contains("speed") && name == std::string("lng")))
+        text += " " + fields[name];
     }
     for (const auto& [name, value] : request.headers) {
       if (name == "Authorization") text += " " + value;
@@ -141,10 +142,8 @@ void RealManagers::range(std::size_t slot, const std::vector<HeardBeacon>& beaco
   const auto region = manager->getRegion();
   std::vector<platform::CLBeacon> heard;
   for (const HeardBeacon& beacon : beacons) {
-    heard.push_back({.proximityUUID = region->proximityUUID(),
-                     .major = beacon.major,
-                     .minor = beacon.minor,
-                     .rssi = beacon.rssi});
+    heard.push_back(
+        {.proximityUUID = region->proximityUUID(), .major = beacon.major, .minor = beacon.minor, .rssi = beacon.rssi});
   }
   manager->locationManager_didRangeBeacons_inRegion(services_, heard, *region);
 }

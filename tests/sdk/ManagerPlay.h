@@ -2,8 +2,8 @@
 
 #include <array>
 #include <functional>
-#include <memory>
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>

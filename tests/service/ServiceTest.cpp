@@ -54,6 +54,7 @@ TEST(Networks, NameWhatIsWrongAndWhere) {
       {"{\n\"places\":[\n}", "line 3: not JSON"},
       {"[]", ": not an object"},
       {std::string(200'000, '['), "nested too deep"},
+      {"[1e400]", "a number that is too large"},
       {"{}", "places: missing"},
       {R"({"places":{}})", "places: not a list"},
       {network("", "\"x\""), "places[0].zip: not an integer from 0 to 999999999"},
