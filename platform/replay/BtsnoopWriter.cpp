@@ -1,5 +1,7 @@
 #include "platform/replay/BtsnoopWriter.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -50,10 +52,17 @@ std::string reportEvent(const Advertisement& advertisement, const std::string& d
   return event;
 }
 
+/// Null when there is such a file, or it cannot be. A recording tells where somebody was, and who
+/// else: it is its owner's to read.
+std::FILE* create(const std::string& path) {
+  const int descriptor =
+      open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  return descriptor < 0 ? nullptr : fdopen(descriptor, "wb");
+}
+
 }  // namespace
 
-BtsnoopWriter::BtsnoopWriter(const std::string& path)
-    : path_(path), file_(std::fopen(path.c_str(), "wbxe")) {
+BtsnoopWriter::BtsnoopWriter(const std::string& path) : path_(path), file_(create(path)) {
   if (!file_) throw CaptureError(path_, std::generic_category().message(errno));
   std::string header(kIdentification);
   appendBigEndian(header, kVersion);
