@@ -1,95 +1,14 @@
-#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
-#include <condition_variable>
 #include <future>
 #include <map>
-#include <memory>
-#include <mutex>
-#include <set>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
 
-#include "platform/linux/CurlHTTPClient.h"
-#include "tests/support/TLSServer.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/linux/CurlFixture.h"
 
 namespace {
-
-using namespace std::chrono_literals;
-using platform::CurlHTTPClient;
-using platform::HTTPRequest;
-using platform::HTTPResponse;
-
-constexpr const char* kHost = "api.brivane.example";
-constexpr auto kNever = 60s;  // a wait that lasts so long has failed
-
-/// The outcomes of requests, gathered on the callback thread.
-class Outcomes {
- public:
-  platform::HTTPClient::Completion next() {
-    return [this](std::optional<HTTPResponse> response, std::optional<std::string> body) {
-      const std::lock_guard lock(mutex_);
-      texts_.push_back(response ? std::to_string(response->statusCode) + " " + body.value_or("?")
-                                : (body ? "?" : "none"));
-      threads_.insert(std::this_thread::get_id());
-      changed_.notify_all();
-    };
-  }
-  bool wait(std::size_t count) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, kNever, [&] { return texts_.size() >= count; });
-  }
-  std::vector<std::string> texts() {
-    const std::lock_guard lock(mutex_);
-    return texts_;
-  }
-  std::size_t threads() { return threads_.size(); }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::vector<std::string> texts_;
-  std::set<std::thread::id> threads_;
-};
-
-class Curl : public testing::Test {
- protected:
-  HTTPRequest request(const std::string& path = "/") const {
-    return {.url = std::string("https://") + kHost + path,
-            .method = "POST",
-            .headers = {{"Authorization", "Bearer secret"}, {"Content-Length", "3"}},
-            .body = "a=b"};
-  }
-
-  /// A client whose requests go to `server`, and which trusts `trusted`.
-  std::unique_ptr<CurlHTTPClient> client(const TLSServer& server, const service::Certificate& trusted) {
-    return std::make_unique<CurlHTTPClient>(
-        CurlHTTPClient::Options{.connectTo = std::string(kHost) + ":443:127.0.0.1:" + std::to_string(server.port()),
-                                .caFile = folder.write("ca.pem", trusted.certificatePEM),
-                                .maxReplyBytes = 1000,
-                                .log = nullptr});
-  }
-  std::unique_ptr<CurlHTTPClient> client(const TLSServer& server) { return client(server, certificate); }
-
-  /// The outcome of one request to a server that behaves so.
-  std::string outcome(const TLSServer::Serve& serve) {
-    TLSServer server(certificate, serve);
-    return outcome(*client(server), request());
-  }
-  static std::string outcome(CurlHTTPClient& client, const HTTPRequest& request) {
-    Outcomes outcomes;
-    client.execute(request, outcomes.next());
-    if (!outcomes.wait(1)) return "never";
-    client.shutdown();  // or a second call could still come
-    return outcomes.texts().size() == 1 ? outcomes.texts().front() : "more than one";
-  }
-
-  const TemporaryFolder folder;
-  const service::Certificate certificate = service::makeCertificate(kHost, -1h, 1h);
-};
 
 TEST_F(Curl, WritesTheRequestByteForByte) {
   std::vector<std::string> requests;
@@ -108,31 +27,6 @@ TEST_F(Curl, WritesTheRequestByteForByte) {
   }
   EXPECT_EQ(sent.find("Expect"), std::string::npos);
   EXPECT_EQ(sent.substr(sent.find("\r\n\r\n") + 4), "a=b");
-}
-
-TEST_F(Curl, HandsOnEveryReplyAndFailsEveryBrokenOne) {
-  const auto raw = [](const std::string& bytes, bool reset = false) {
-    return [bytes, reset](TLSConnection& connection) {
-      connection.readRequest();
-      connection.write(bytes);
-      if (reset) connection.reset();
-    };
-  };
-  const std::string good = TLSServer::reply("body");
-  const std::string large(1001, 'x');
-  EXPECT_EQ(outcome(raw(good)), "200 body");
-  EXPECT_EQ(outcome(raw(TLSServer::reply("oops", "500 No"))), "500 oops");
-  EXPECT_EQ(outcome(raw(TLSServer::reply("", "204 Empty"))), "204 ");
-  EXPECT_EQ(outcome(raw(TLSServer::reply(std::string(1000, 'x')))).size(), 1004U);
-  EXPECT_EQ(outcome(raw("")), "none");
-  EXPECT_EQ(outcome(raw("", true)), "none");
-  EXPECT_EQ(outcome(raw("nonsense\r\n\r\n")), "none");
-  EXPECT_EQ(outcome(raw(TLSServer::reply(large))), "none");
-  EXPECT_EQ(outcome(raw("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n3E9\r\n" + large + "\r\n0\r\n\r\n")),
-            "none");
-  for (std::size_t cut = 0; cut < good.size(); cut += 7) {
-    EXPECT_EQ(outcome(raw(good.substr(0, cut), true)), "none") << cut;
-  }
 }
 
 TEST_F(Curl, TrustsTheRightCertificateAlone) {

@@ -1,6 +1,7 @@
 #include "tests/support/TLSServer.h"
 
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <openssl/bio.h>
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
@@ -23,7 +24,13 @@ struct Free {
   void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
 };
 
-SSL_CTX* newContext(const service::Certificate& certificate) {
+int chooseHTTP2(SSL*, const unsigned char** chosen, unsigned char* size, const unsigned char*, unsigned, void*) {
+  *chosen = reinterpret_cast<const unsigned char*>("h2");
+  *size = 2;
+  return SSL_TLSEXT_ERR_OK;
+}
+
+SSL_CTX* newContext(const service::Certificate& certificate, bool http2) {
   const auto open = [](const std::string& pem) {
     return std::unique_ptr<BIO, Free>(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
   };
@@ -34,12 +41,15 @@ SSL_CTX* newContext(const service::Certificate& certificate) {
       PEM_read_bio_PrivateKey(open(certificate.keyPEM).get(), nullptr, nullptr, nullptr));
   SSL_CTX_use_certificate(context, x509.get());
   SSL_CTX_use_PrivateKey(context, key.get());
+  if (http2) SSL_CTX_set_alpn_select_cb(context, chooseHTTP2, nullptr);
   return context;
 }
 
 class Connection final : public TLSConnection {
  public:
   Connection(SSL_CTX* context, int socket) : socket_(socket), ssl_(SSL_new(context)) {
+    const int on = 1;
+    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     SSL_set_fd(ssl_.get(), socket);
     accepted_ = SSL_accept(ssl_.get()) == 1;
   }
@@ -55,12 +65,22 @@ class Connection final : public TLSConnection {
     while (buffer_.size() < size) {
       if (!readMore()) return {};
     }
-    const std::string request = buffer_.substr(0, size);
-    buffer_.erase(0, size);
-    return request;
+    return read(size);
   }
 
-  void write(const std::string& bytes) override { SSL_write(ssl_.get(), bytes.data(), static_cast<int>(bytes.size())); }
+  std::string read(std::size_t count) override {
+    while (buffer_.size() < count && readMore()) {
+    }
+    std::string bytes = buffer_.substr(0, count);
+    buffer_.erase(0, count);
+    return bytes;
+  }
+
+  bool write(const std::string& bytes) override {
+    return SSL_write(ssl_.get(), bytes.data(), static_cast<int>(bytes.size())) > 0;
+  }
+
+  void endTLS() override { SSL_shutdown(ssl_.get()); }
 
   void reset() override {
     const linger now{.l_onoff = 1, .l_linger = 0};
@@ -83,7 +103,7 @@ class Connection final : public TLSConnection {
 
 }  // namespace
 
-TLSServer::TLSServer(const service::Certificate& certificate, Serve serve)
+TLSServer::TLSServer(const service::Certificate& certificate, Serve serve, bool http2)
     : serve_(std::move(serve)), listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   std::signal(SIGPIPE, SIG_IGN);
   sockaddr_in address{};
@@ -95,7 +115,7 @@ TLSServer::TLSServer(const service::Certificate& certificate, Serve serve)
     throw std::runtime_error("no loopback port");
   }
   port_ = ntohs(address.sin_port);
-  acceptor_ = std::thread([this, context = newContext(certificate)] { acceptAll(context); });
+  acceptor_ = std::thread([this, context = newContext(certificate, http2)] { acceptAll(context); });
 }
 
 TLSServer::~TLSServer() {
