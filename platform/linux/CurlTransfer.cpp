@@ -44,6 +44,8 @@ CurlTransfer::CurlTransfer(HTTPRequest request, HTTPClient::Completion completio
   set(CURLOPT_ACCEPT_ENCODING, "");
   set(CURLOPT_WRITEFUNCTION, &CurlTransfer::receive);
   set(CURLOPT_WRITEDATA, this);
+  set(CURLOPT_HEADERFUNCTION, &CurlTransfer::receiveHead);
+  set(CURLOPT_HEADERDATA, this);
   valid_ = valid_ && request_.method == "POST" && !hasLineBreak(request_.url) && addHeaders();
 
   set(CURLOPT_FOLLOWLOCATION, 1L);
@@ -75,7 +77,8 @@ CurlTransfer* CurlTransfer::of(CURL* handle) {
 std::function<void()> CurlTransfer::finish(bool succeeded) {
   std::optional<HTTPResponse> response;
   std::optional<std::string> body;
-  if (succeeded) {
+  // Curl takes a head that is cut off for a whole one.
+  if (succeeded && headIsWhole_) {
     long status = 0;
     curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
     response = HTTPResponse{static_cast<int>(status)};
@@ -105,6 +108,15 @@ std::size_t CurlTransfer::receive(const char* bytes, std::size_t one, std::size_
   if (size > self.options_.maxReplyBytes - self.body_.size()) return 0;  // fails the transfer
   self.body_.append(bytes, size);
   return size;
+}
+
+std::size_t CurlTransfer::receiveHead(const char* line, std::size_t one, std::size_t count,
+                                      void* transfer) {
+  auto& self = *static_cast<CurlTransfer*>(transfer);
+  const std::string_view text(line, one * count);
+  if (text.starts_with("HTTP/")) self.headIsWhole_ = false;
+  if (text == "\r\n" || text == "\n") self.headIsWhole_ = true;
+  return text.size();
 }
 
 void CurlTransfer::append(List& list, const std::string& item) {

@@ -112,6 +112,8 @@ class NetworkFaults : public Curl {
       const std::string bytes = good_.bytes.substr(0, cut);
       const std::string name = std::to_string(cut) + " bytes and ";
       faults.push_back({name + "a reset", bytes, Then::resets});
+      faults.push_back({name + "the end of the connection", bytes, Then::closes});
+      faults.push_back({name + "the end of TLS", bytes, Then::endsTLS});
     }
     meetAll(faults);
   }
@@ -199,7 +201,9 @@ TEST_F(HTTP1Faults, AreSurvived) {
       {"endless interim replies", "", Then::repeats, "none", "HTTP/1.1 100 Continue\r\nX: y\r\n\r\n"},
       {"trailers", chunked("4\r\ngood\r\n0\r\nX: y\r\n\r\n"), Then::stays, "200 good"},
       {"an interim reply", "HTTP/1.1 100 Continue\r\n\r\n" + good_.bytes, Then::stays, "200 good"},
+      {"only an interim reply", "HTTP/1.1 100 Continue\r\n\r\n", Then::endsTLS},
       {"bare line feeds", "HTTP/1.1 200 OK\nContent-Length: 4\n\ngood", Then::stays, "200 good"},
+      {"another protocol", head("Upgrade: x", "101 Switching")},
 
       {"chunk too long", chunked("5\r\ngood\r\n0\r\n\r\n"), Then::closes, "200 good\r"},
       {"chunk too short", chunked("2\r\ngood\r\n0\r\n\r\n")},
