@@ -13,6 +13,8 @@ constexpr long kSecondsToConnect = 60;
 /// A transfer that brings no byte for so long has failed.
 constexpr long kSecondsOfSilence = 60;
 constexpr long kMaxRedirects = 20;
+/// Curl keeps all fields of heads and trailers, the latter without a bound of its own.
+constexpr std::size_t kMaxHeadBytes = std::size_t{256} << 10U;
 
 bool isName(const std::string& header, const char* name) {
   return strcasecmp(header.c_str(), name) == 0;
@@ -114,6 +116,8 @@ std::size_t CurlTransfer::receiveHead(const char* line, std::size_t one, std::si
                                       void* transfer) {
   auto& self = *static_cast<CurlTransfer*>(transfer);
   const std::string_view text(line, one * count);
+  if (text.size() > kMaxHeadBytes - self.headBytes_) return 0;  // fails the transfer
+  self.headBytes_ += text.size();
   if (text.starts_with("HTTP/")) self.headIsWhole_ = false;
   if (text == "\r\n" || text == "\n") self.headIsWhole_ = true;
   return text.size();

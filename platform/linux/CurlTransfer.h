@@ -51,6 +51,7 @@ class CurlTransfer {
   std::unique_ptr<CURL, Free> handle_;
   List headers_;
   List connectTo_;
+  std::size_t headBytes_ = 0;  // of all heads and trailers
   bool headIsWhole_ = false;
   std::string body_;
   bool valid_ = true;

@@ -199,6 +199,7 @@ TEST_F(HTTP1Faults, AreSurvived) {
       {"endless fields", "HTTP/1.1 200 OK\r\n", Then::repeats, "none", "X: y\r\n"},
       {"an endless field", "HTTP/1.1 200 OK\r\nX: ", Then::repeats, "none", "y"},
       {"endless interim replies", "", Then::repeats, "none", "HTTP/1.1 100 Continue\r\nX: y\r\n\r\n"},
+      {"endless trailers", chunked("0\r\n"), Then::repeats, "none", "X: y\r\n"},
       {"trailers", chunked("4\r\ngood\r\n0\r\nX: y\r\n\r\n"), Then::stays, "200 good"},
       {"an interim reply", "HTTP/1.1 100 Continue\r\n\r\n" + good_.bytes, Then::stays, "200 good"},
       {"only an interim reply", "HTTP/1.1 100 Continue\r\n\r\n", Then::endsTLS},
