@@ -39,6 +39,7 @@ class CurlTransfer {
   static std::size_t receive(const char* bytes, std::size_t one, std::size_t count, void* transfer);
   static std::size_t receiveHead(const char* line, std::size_t one, std::size_t count,
                                  void* transfer);
+  static int allow(void* transfer, char*, char*, int, int);
   static void append(List& list, const std::string& item);
 
   bool addHeaders();
