@@ -2,8 +2,6 @@
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <openssl/bio.h>
-#include <openssl/pem.h>
 #include <openssl/ssl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -16,38 +14,15 @@
 
 namespace {
 
-struct Free {
-  void operator()(SSL_CTX* context) const { SSL_CTX_free(context); }
-  void operator()(SSL* ssl) const { SSL_free(ssl); }
-  void operator()(BIO* bio) const { BIO_free(bio); }
-  void operator()(X509* x509) const { X509_free(x509); }
-  void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
-};
-
 int chooseHTTP2(SSL*, const unsigned char** chosen, unsigned char* size, const unsigned char*, unsigned, void*) {
   *chosen = reinterpret_cast<const unsigned char*>("h2");
   *size = 2;
   return SSL_TLSEXT_ERR_OK;
 }
 
-SSL_CTX* newContext(const service::Certificate& certificate, bool http2) {
-  const auto open = [](const std::string& pem) {
-    return std::unique_ptr<BIO, Free>(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
-  };
-  SSL_CTX* const context = SSL_CTX_new(TLS_server_method());
-  const std::unique_ptr<X509, Free> x509(
-      PEM_read_bio_X509(open(certificate.certificatePEM).get(), nullptr, nullptr, nullptr));
-  const std::unique_ptr<EVP_PKEY, Free> key(
-      PEM_read_bio_PrivateKey(open(certificate.keyPEM).get(), nullptr, nullptr, nullptr));
-  SSL_CTX_use_certificate(context, x509.get());
-  SSL_CTX_use_PrivateKey(context, key.get());
-  if (http2) SSL_CTX_set_alpn_select_cb(context, chooseHTTP2, nullptr);
-  return context;
-}
-
 class Connection final : public TLSConnection {
  public:
-  Connection(SSL_CTX* context, int socket) : socket_(socket), ssl_(SSL_new(context)) {
+  Connection(SSL_CTX* context, int socket) : socket_(socket), ssl_(SSL_new(context), SSL_free) {
     const int on = 1;
     setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     SSL_set_fd(ssl_.get(), socket);
@@ -96,7 +71,7 @@ class Connection final : public TLSConnection {
   }
 
   const int socket_;
-  const std::unique_ptr<SSL, Free> ssl_;
+  const std::unique_ptr<SSL, decltype(&SSL_free)> ssl_;
   bool accepted_ = false;
   std::string buffer_;
 };
@@ -115,7 +90,10 @@ TLSServer::TLSServer(const service::Certificate& certificate, Serve serve, bool 
     throw std::runtime_error("no loopback port");
   }
   port_ = ntohs(address.sin_port);
-  acceptor_ = std::thread([this, context = newContext(certificate, http2)] { acceptAll(context); });
+  const std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
+  service::useCertificate(*context, certificate);
+  if (http2) SSL_CTX_set_alpn_select_cb(context.get(), chooseHTTP2, nullptr);
+  acceptor_ = std::thread([this, context] { acceptAll(context); });
 }
 
 TLSServer::~TLSServer() {
@@ -129,8 +107,7 @@ TLSServer::~TLSServer() {
   close(listener_);
 }
 
-void TLSServer::acceptAll(void* owned) {
-  const std::shared_ptr<SSL_CTX> context(static_cast<SSL_CTX*>(owned), Free());
+void TLSServer::acceptAll(const std::shared_ptr<ssl_ctx_st>& context) {
   for (;;) {
     const int socket = accept(listener_, nullptr, nullptr);
     if (socket < 0) return;

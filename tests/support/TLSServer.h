@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -51,7 +52,7 @@ class TLSServer {
                            const std::string& moreHeaders = "");
 
  private:
-  void acceptAll(void* context);
+  void acceptAll(const std::shared_ptr<ssl_ctx_st>& context);
 
   const Serve serve_;
   int listener_ = -1;
