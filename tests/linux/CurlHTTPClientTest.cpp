@@ -99,17 +99,6 @@ TEST_F(Curl, RefusesWhatCannotBeSentSafely) {
   EXPECT_TRUE(requests.empty());
 }
 
-TEST_F(Curl, SharesFewConnectionsAmongManyRequests) {
-  TLSServer server(certificate, TLSServer::answering(TLSServer::reply("{}")));
-  const auto many = client(server);
-  Outcomes outcomes;
-  for (int i = 0; i < 200; ++i) many->execute(request(), outcomes.next());
-  ASSERT_TRUE(outcomes.wait(200));
-  EXPECT_EQ(outcomes.texts(), std::vector<std::string>(200, "200 {}"));
-  EXPECT_EQ(outcomes.threads(), 1U);
-  EXPECT_LE(server.connections(), 6);
-}
-
 TEST_F(Curl, TransfersGoOnWhileACallbackBlocksOrThrows) {
   std::mutex mutex;
   std::condition_variable changed;
