@@ -341,8 +341,6 @@ TEST_F(HTTP2Faults, AreSurvived) {
       {"endless fields", fields(status(), 0), Then::repeats, "none", frame(kContinuation, 0, kStream, field("x", "y"))},
       {"endless nothing", fields(status(), 0), Then::repeats, "none", frame(kContinuation, 0, kStream, "")},
       {"endless interim replies", "", Then::repeats, "none", fields(status("103") + field("x", "y"))},
-      {"endless settings", "", Then::repeats, "none", frame(kSettings, 0, 0, "")},
-      {"endless pings", "", Then::repeats, "none", frame(kPing, 0, 0, number(0, 8))},
       {"endless resets of others", "", Then::repeats, "none", frame(kReset, 0, 0x7001, number(0, 4))},
   };
   meetAll(faults);
