@@ -4,6 +4,7 @@
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/rand.h>
+#include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
 #include <ctime>
@@ -97,6 +98,16 @@ bool isValidFor(const std::string& certificatePEM, const std::string& hostName,
   return X509_check_host(certificate.get(), hostName.c_str(), 0, 0, nullptr) == 1 &&
          X509_cmp_time(X509_get0_notAfter(certificate.get()), &end) > 0 &&
          X509_cmp_current_time(X509_get0_notBefore(certificate.get())) < 0;
+}
+
+bool useCertificate(SSL_CTX& context, const Certificate& certificate) {
+  const X509Certificate x509 = fromPEM(certificate.certificatePEM);
+  const std::string& pem = certificate.keyPEM;
+  const Bio bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
+  const Key key(PEM_read_bio_PrivateKey(bio.get(), nullptr, nullptr, nullptr));
+  SSL_CTX_set_min_proto_version(&context, TLS1_2_VERSION);
+  return SSL_CTX_use_certificate(&context, x509.get()) == 1 &&
+         SSL_CTX_use_PrivateKey(&context, key.get()) == 1;
 }
 
 std::string publicKeyPEM(const std::string& certificatePEM) {

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <string>
 
+struct ssl_ctx_st;
+
 namespace service {
 
 struct Certificate {
@@ -18,6 +20,9 @@ Certificate makeCertificate(const std::string& hostName, std::chrono::seconds va
 /// Whether `certificatePEM` is a certificate for `hostName` that is valid for another `margin`.
 bool isValidFor(const std::string& certificatePEM, const std::string& hostName,
                 std::chrono::seconds margin);
+
+/// Has a server present `certificate`, over TLS 1.2 at least; false when it cannot be used.
+bool useCertificate(ssl_ctx_st& context, const Certificate& certificate);
 
 /// The public key of a certificate, PEM.
 std::string publicKeyPEM(const std::string& certificatePEM);

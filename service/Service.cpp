@@ -1,8 +1,6 @@
 #include "service/Service.h"
 
 #include <httplib.h>
-#include <openssl/bio.h>
-#include <openssl/pem.h>
 
 #include <chrono>
 #include <stdexcept>
@@ -22,26 +20,6 @@ constexpr std::size_t kThreads = 16;
 constexpr std::time_t kSecondsKeptAlive = 2;
 constexpr std::size_t kRequestsKeptAlive = 1'000'000;
 constexpr std::size_t kMaxBody = 1 << 20;
-
-/// Gives `context` the certificate and its key.
-bool useCertificate(SSL_CTX& context, const Certificate& certificate) {
-  struct Free {
-    void operator()(BIO* bio) const { BIO_free(bio); }
-    void operator()(X509* x509) const { X509_free(x509); }
-    void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
-  };
-  using Bio = std::unique_ptr<BIO, Free>;
-  const auto open = [](const std::string& pem) {
-    return Bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
-  };
-  const std::unique_ptr<X509, Free> x509(
-      PEM_read_bio_X509(open(certificate.certificatePEM).get(), nullptr, nullptr, nullptr));
-  const std::unique_ptr<EVP_PKEY, Free> key(
-      PEM_read_bio_PrivateKey(open(certificate.keyPEM).get(), nullptr, nullptr, nullptr));
-  SSL_CTX_set_min_proto_version(&context, TLS1_2_VERSION);
-  return SSL_CTX_use_certificate(&context, x509.get()) == 1 &&
-         SSL_CTX_use_PrivateKey(&context, key.get()) == 1;
-}
 
 std::string timeOfDay() {
   const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());

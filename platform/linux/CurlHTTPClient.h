@@ -11,8 +11,10 @@
 namespace platform {
 
 /// HTTPS over libcurl: HTTP/2 where the service offers it, connections kept alive, at most six to
-/// one host, certificates always checked. A transfer fails when it brings no byte for 60 seconds.
-/// Redirects are followed to https alone; the Authorization header does not follow to another host.
+/// one host, certificates always checked. A transfer fails when it brings no byte for 60 seconds,
+/// and when the heads and trailers of its replies exceed 256 KiB together. Redirects are followed
+/// to https alone. Neither the Authorization header nor the body follows to another host or port: a
+/// redirect that would take the body there (307, 308) is a failure.
 ///
 /// Two threads: one moves bytes, one calls completions. `execute` and `shutdown` may be called on
 /// any thread.

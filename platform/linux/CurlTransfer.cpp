@@ -13,13 +13,30 @@ constexpr long kSecondsToConnect = 60;
 /// A transfer that brings no byte for so long has failed.
 constexpr long kSecondsOfSilence = 60;
 constexpr long kMaxRedirects = 20;
+/// Curl keeps all fields of heads and trailers, the latter without a bound of its own.
+constexpr std::size_t kMaxHeadBytes = std::size_t{256} << 10U;
 
-bool isName(const std::string& header, const char* name) {
-  return strcasecmp(header.c_str(), name) == 0;
+/// Whether two names are, for which case does not matter.
+bool isSame(const std::string& one, const std::string& other) {
+  return strcasecmp(one.c_str(), other.c_str()) == 0;
 }
 
 bool hasLineBreak(std::string_view text) {
   return text.find_first_of(std::string_view("\r\n\0", 3)) != std::string_view::npos;
+}
+
+/// Host and port of a URL, as curl reads it.
+std::string authority(const char* url) {
+  const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> parsed(curl_url(), &curl_url_cleanup);
+  std::string all;
+  curl_url_set(parsed.get(), CURLUPART_URL, url, 0);
+  for (const CURLUPart part : {CURLUPART_HOST, CURLUPART_PORT}) {
+    char* text = nullptr;
+    if (curl_url_get(parsed.get(), part, &text, CURLU_DEFAULT_PORT) != CURLUE_OK) continue;
+    all.append(text).append(":");
+    curl_free(text);
+  }
+  return all;
 }
 
 }  // namespace
@@ -44,11 +61,15 @@ CurlTransfer::CurlTransfer(HTTPRequest request, HTTPClient::Completion completio
   set(CURLOPT_ACCEPT_ENCODING, "");
   set(CURLOPT_WRITEFUNCTION, &CurlTransfer::receive);
   set(CURLOPT_WRITEDATA, this);
+  set(CURLOPT_HEADERFUNCTION, &CurlTransfer::receiveHead);
+  set(CURLOPT_HEADERDATA, this);
   valid_ = valid_ && request_.method == "POST" && !hasLineBreak(request_.url) && addHeaders();
 
   set(CURLOPT_FOLLOWLOCATION, 1L);
   set(CURLOPT_MAXREDIRS, kMaxRedirects);
   set(CURLOPT_REDIR_PROTOCOLS_STR, "https");
+  set(CURLOPT_PREREQFUNCTION, &CurlTransfer::allow);
+  set(CURLOPT_PREREQDATA, this);
 
   set(CURLOPT_SSL_VERIFYPEER, 1L);
   set(CURLOPT_SSL_VERIFYHOST, 2L);
@@ -75,7 +96,8 @@ CurlTransfer* CurlTransfer::of(CURL* handle) {
 std::function<void()> CurlTransfer::finish(bool succeeded) {
   std::optional<HTTPResponse> response;
   std::optional<std::string> body;
-  if (succeeded) {
+  // Curl takes a head that is cut off for a whole one.
+  if (succeeded && headIsWhole_) {
     long status = 0;
     curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
     response = HTTPResponse{static_cast<int>(status)};
@@ -91,7 +113,7 @@ bool CurlTransfer::addHeaders() {
   for (const auto& [name, value] : request_.headers) {
     if (hasLineBreak(name) || hasLineBreak(value)) return false;
     // Curl counts the body itself, and knows when a redirect leaves it out.
-    if (isName(name, "Content-Length")) continue;
+    if (isSame(name, "Content-Length")) continue;
     append(headers_, std::string(name).append(": ").append(value));
   }
   set(CURLOPT_HTTPHEADER, headers_.get());
@@ -105,6 +127,30 @@ std::size_t CurlTransfer::receive(const char* bytes, std::size_t one, std::size_
   if (size > self.options_.maxReplyBytes - self.body_.size()) return 0;  // fails the transfer
   self.body_.append(bytes, size);
   return size;
+}
+
+std::size_t CurlTransfer::receiveHead(const char* line, std::size_t one, std::size_t count,
+                                      void* transfer) {
+  auto& self = *static_cast<CurlTransfer*>(transfer);
+  const std::string_view text(line, one * count);
+  if (text.size() > kMaxHeadBytes - self.headBytes_) return 0;  // fails the transfer
+  self.headBytes_ += text.size();
+  if (text.starts_with("HTTP/")) self.headIsWhole_ = false;
+  if (text == "\r\n" || text == "\n") self.headIsWhole_ = true;
+  return text.size();
+}
+
+/// Asked before each request is sent. A redirect that keeps the method keeps the body, and with it
+/// the secrets.
+int CurlTransfer::allow(void* transfer, char*, char*, int, int) {
+  const auto& self = *static_cast<CurlTransfer*>(transfer);
+  const char* url = nullptr;
+  const char* method = nullptr;
+  curl_easy_getinfo(self.handle(), CURLINFO_EFFECTIVE_URL, &url);
+  curl_easy_getinfo(self.handle(), CURLINFO_EFFECTIVE_METHOD, &method);
+  const bool takesBody = std::string_view(method) == "POST";
+  const bool leadsAway = !isSame(authority(url), authority(self.request_.url.c_str()));
+  return takesBody && leadsAway ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
 }
 
 void CurlTransfer::append(List& list, const std::string& item) {

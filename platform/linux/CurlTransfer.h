@@ -37,6 +37,9 @@ class CurlTransfer {
   using List = std::unique_ptr<curl_slist, Free>;
 
   static std::size_t receive(const char* bytes, std::size_t one, std::size_t count, void* transfer);
+  static std::size_t receiveHead(const char* line, std::size_t one, std::size_t count,
+                                 void* transfer);
+  static int allow(void* transfer, char*, char*, int, int);
   static void append(List& list, const std::string& item);
 
   bool addHeaders();
@@ -49,6 +52,8 @@ class CurlTransfer {
   std::unique_ptr<CURL, Free> handle_;
   List headers_;
   List connectTo_;
+  std::size_t headBytes_ = 0;  // of all heads and trailers
+  bool headIsWhole_ = false;
   std::string body_;
   bool valid_ = true;
 };

@@ -64,11 +64,12 @@ class Brivane(unittest.TestCase):
         self.assertEqual(info[0]["region"], "5C8E3D7A-41B2-4F60-9E0B-27D1A6C4F385")
 
     def test_a_service_that_fails_ends_in_one_line(self):
-        good = self.service()
+        good = self.service("--fault", "delay=1:1")
         bad_key = self.folder / "bad.plist"
         bad_key.write_text((WALKS / "Info.plist").read_text().replace("dev-key", "other"))
         rows = [
             (self.service("--fault", "drop=1"), "not ready: no answer"),
+            (self.service("--fault", "reset=1"), "not ready: no answer"),
             (self.service("--fault", "bad-json=1"), "not ready: status 200"),
             (self.service("--fault", "status-500=1"), "not ready: status 500"),
             ([*good, "--info", bad_key], "not ready: status 401"),

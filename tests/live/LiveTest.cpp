@@ -29,26 +29,23 @@ class OwnContext {
   OwnContext(const OwnContext&) = delete;
   OwnContext& operator=(const OwnContext&) = delete;
 
-  /// Runs it until `done`; false when that took too long.
+  /// Runs it until `done`, asleep unless something wakes it; false when that took too long.
   bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit = 20s) const {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!done() && std::chrono::steady_clock::now() < end) {
-      if (g_main_context_iteration(context_, FALSE) == FALSE) std::this_thread::sleep_for(1ms);
-    }
-    return done();
-  }
-
-  /// Runs it for so long, asleep unless something wakes it.
-  void sleep(std::chrono::milliseconds time) const {
     bool over = false;
-    GSource* const timer = g_timeout_source_new(static_cast<guint>(time.count()));
-    const auto end = [](gpointer flag) {
-      return (*static_cast<bool*>(flag) = true) ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
+    const auto end = [](gpointer flag) -> gboolean {
+      *static_cast<bool*>(flag) = true;
+      return G_SOURCE_CONTINUE;
     };
+    GSource* const timer = g_timeout_source_new(static_cast<guint>(limit.count()));
     g_source_set_callback(timer, end, &over, nullptr);
     g_source_attach(timer, context_);
-    while (!over) g_main_context_iteration(context_, TRUE);
+    while (!over && !done()) g_main_context_iteration(context_, TRUE);
+    g_source_destroy(timer);
     g_source_unref(timer);
+    return done();
+  }
+  void run(std::chrono::milliseconds time) const {
+    runUntil([] { return false; }, time);
   }
 
  private:
@@ -114,14 +111,14 @@ TEST(Live, SleepsWhileStopped) {
   Walker walker(service);
   ASSERT_TRUE(context.runUntil([&] { return walker.has("range-60"); }));
   walker.stop();
-  context.runUntil([] { return false; }, 500ms);
+  context.run(500ms);
   const auto waits = [] {
     rusage used{};
     getrusage(RUSAGE_SELF, &used);
     return used.ru_nvcsw;
   };
   const long before = waits();
-  context.sleep(3s);
+  context.run(3s);
   EXPECT_LE(waits() - before, 3);  // ours, and a thread of GLib's that may end
 }
 
@@ -138,7 +135,7 @@ TEST(Live, MayBeDroppedInsideEachCall) {
       dropped = true;
     };
     EXPECT_TRUE(context.runUntil([&] { return dropped; })) << last;
-    context.runUntil([] { return false; }, 50ms);
+    context.run(50ms);
   }
 }
 
@@ -150,7 +147,7 @@ TEST(Live, MayBeDroppedOnAnotherThreadAndWithoutALoop) {
   std::thread dropper([&] { walker->manager.reset(); });
   dropper.join();  // nobody runs the context meanwhile
   walker->heard.clear();
-  context->runUntil([] { return false; }, 1200ms);
+  context->run(1200ms);
   EXPECT_EQ(walker->heard, "");
 
   walker = std::make_unique<Walker>(*service);
@@ -159,7 +156,7 @@ TEST(Live, MayBeDroppedOnAnotherThreadAndWithoutALoop) {
     std::this_thread::sleep_for(50ms);
     walker->manager.reset();
   });
-  context->runUntil([] { return false; }, 200ms);
+  context->run(200ms);
   later.join();
 
   LinuxLocationService other({});
@@ -177,9 +174,9 @@ TEST(Live, OutlivesALoopInsideACall) {
     if (!call.starts_with("range") || depth > 0) return;
     ++depth;
     walker.stop();  // what runs below us is to end
-    context.runUntil([] { return false; }, 300ms);
+    context.run(300ms);
     walker.manager.reset();
-    context.runUntil([] { return false; }, 300ms);
+    context.run(300ms);
   };
   EXPECT_TRUE(context.runUntil([&] { return depth > 0; }));
 }
@@ -192,7 +189,7 @@ TEST(Live, ABlockedApplicationMissesReportsButLeavesNoRegion) {
   std::this_thread::sleep_for(4s);
   walker.heard.clear();
   EXPECT_TRUE(context.runUntil([&] { return walker.has("range-60"); }));
-  context.runUntil([] { return false; }, 500ms);
+  context.run(500ms);
   EXPECT_FALSE(walker.has("exit")) << walker.heard;
   EXPECT_LE(walker.heard.size(), std::string("range-60 ").size() * 2) << walker.heard;
 }

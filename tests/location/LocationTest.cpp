@@ -9,9 +9,7 @@
 
 #include "platform/location/Distance.h"
 #include "platform/location/LocationCore.h"
-#include "platform/location/PositionFilter.h"
 #include "platform/location/RangingWindow.h"
-#include "platform/location/RegionMonitor.h"
 #include "tests/location/Frames.h"
 #include "tests/location/RecordingDelegate.h"
 
@@ -35,53 +33,6 @@ TEST(Frame, IsAnIBeaconOfTheRightSizeOrNothing) {
     Advertisement bad = good;
     spoil(bad);
     EXPECT_FALSE(IBeaconFrame::parse(bad));
-  }
-}
-
-TEST(Region, FollowsWhatIsHeard) {
-  using Change = RegionMonitor::Change;
-  enum Event { kHear, kAdvance, kOff, kOn };
-  struct Step {
-    Event event;
-    Instant at;
-    Change change;
-    CLRegionState state;
-  };
-  const std::vector<std::vector<Step>> stories = {
-      // Unknown until the exit period has passed in silence; that is no exit.
-      {{kAdvance, 29s, Change::kNone, kCLRegionStateUnknown},
-       {kAdvance, 30s, Change::kFoundOutside, kCLRegionStateOutside},
-       {kAdvance, 99s, Change::kNone, kCLRegionStateOutside},
-       {kHear, 100s, Change::kEntered, kCLRegionStateInside},
-       {kHear, 120s, Change::kNone, kCLRegionStateInside},
-       {kAdvance, 149s, Change::kNone, kCLRegionStateInside},
-       {kAdvance, 150s, Change::kExited, kCLRegionStateOutside}},
-      // While the radio is off the exit period stands still.
-      {{kHear, 10s, Change::kEntered, kCLRegionStateInside},
-       {kOff, 20s, Change::kNone, kCLRegionStateInside},
-       {kOff, 25s, Change::kNone, kCLRegionStateInside},
-       {kAdvance, 500s, Change::kNone, kCLRegionStateInside},
-       {kOn, 600s, Change::kNone, kCLRegionStateInside},
-       {kAdvance, 619s, Change::kNone, kCLRegionStateInside},
-       {kAdvance, 620s, Change::kExited, kCLRegionStateOutside}},
-      // A late frame counts also while it is off.
-      {{kOff, 1s, Change::kNone, kCLRegionStateUnknown},
-       {kHear, 2s, Change::kEntered, kCLRegionStateInside},
-       {kOn, 100s, Change::kNone, kCLRegionStateInside},
-       {kAdvance, 129s, Change::kNone, kCLRegionStateInside},
-       {kAdvance, 130s, Change::kExited, kCLRegionStateOutside}},
-  };
-  for (const auto& story : stories) {
-    RegionMonitor monitor(0s, 30s, true);
-    for (const Step& step : story) {
-      SCOPED_TRACE(step.at.count());
-      Change change = Change::kNone;
-      if (step.event == kHear) change = monitor.hear(step.at);
-      if (step.event == kAdvance) change = monitor.advance(step.at);
-      if (step.event == kOff || step.event == kOn) monitor.setScanning(step.event == kOn, step.at);
-      EXPECT_EQ(change, step.change);
-      EXPECT_EQ(monitor.state(), step.state);
-    }
   }
 }
 
@@ -117,16 +68,6 @@ TEST(Distances, AreWhatTheyAreOnTheGround) {
   EXPECT_NEAR(distanceBetween({0, 0}, {0, 1}), 111195, 1);
   EXPECT_NEAR(distanceBetween({0, 179.5}, {0, -179.5}), 111195, 1);
   EXPECT_NEAR(distanceBetween({90, 0}, {-90, 77}), 20015114, 1);
-  PositionFilter filter;
-  const auto passes = [&filter](double latitude) {
-    return filter.passes({.coordinate = {latitude, 0}, .horizontalAccuracy = 5});
-  };
-  EXPECT_TRUE(passes(0) && passes(0));  // no filter at first
-  filter.setDistance(20);
-  EXPECT_FALSE(passes(0.0001));  // 11 m
-  EXPECT_TRUE(passes(0.0002));
-  EXPECT_FALSE(passes(0.0003));  // measured from the last that passed
-  EXPECT_TRUE(passes(0.0004));
 }
 
 class Core : public testing::Test {
@@ -180,6 +121,27 @@ TEST_F(Core, ReportsWhatWasAskedForAndNothingElse) {
   EXPECT_EQ(listener->take(), "auth3");
   EXPECT_EQ(core.authorizationStatus(), 3);
   EXPECT_FALSE(core.locationServicesEnabled());
+}
+
+TEST_F(Core, LeavesARegionAfterAWholeExitPeriodOfSilence) {
+  manager->startMonitoringForRegion(region);
+  EXPECT_EQ(advance(0s), "auth0");
+  EXPECT_EQ(advance(29s), "");
+  EXPECT_EQ(advance(30s), "state2");  // it was unknown, so that is no exit
+  EXPECT_EQ(advance(99s), "");
+  EXPECT_EQ(hear(100s), "enter state1");
+  EXPECT_EQ(hear(120s), "");
+  core.setScanning(false, 140s);  // the period stands still
+  core.setScanning(false, 145s);
+  EXPECT_EQ(advance(500s), "");
+  core.setScanning(true, 600s);
+  EXPECT_EQ(advance(609s), "");
+  EXPECT_EQ(advance(610s), "exit state2");
+  core.setScanning(false, 611s);
+  EXPECT_EQ(hear(612s), "enter state1");  // a late frame
+  core.setScanning(true, 700s);
+  EXPECT_EQ(advance(729s), "");
+  EXPECT_EQ(advance(730s), "exit state2");
 }
 
 TEST_F(Core, BeginsAtTheTimeThatIsFedNext) {
@@ -250,14 +212,16 @@ TEST_F(Core, DeliversPositionsThroughTheDistanceFilter) {
     return listener->take();
   };
   EXPECT_EQ(locate(0), "");
-  manager->setDistanceFilter(20.0);
   manager->startUpdatingLocation();
-  EXPECT_EQ(locate(0), "at");
-  EXPECT_EQ(locate(0.0001), "");
+  EXPECT_EQ(locate(0) + locate(0), "atat");  // no filter at first
+  manager->setDistanceFilter(20.0);
+  EXPECT_EQ(locate(0.0001), "");  // 11 m
+  EXPECT_EQ(locate(0.0002), "at");
+  EXPECT_EQ(locate(0.0003), "");  // measured from the last that passed
   manager->stopUpdatingLocation();
   EXPECT_EQ(locate(1), "");
   manager->startUpdatingLocation();
-  EXPECT_EQ(locate(0), "at");  // a new start begins anew
+  EXPECT_EQ(locate(0.0003), "at");  // a new start begins anew
 }
 
 TEST_F(Core, OutlivesWhatDelegatesDo) {

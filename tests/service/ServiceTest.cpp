@@ -1,15 +1,11 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <future>
-
-#include "platform/linux/CurlHTTPClient.h"
 #include "service/CertificateStore.h"
 #include "service/Endpoints.h"
 #include "service/Faults.h"
 #include "service/FormBody.h"
 #include "service/Network.h"
-#include "service/Service.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -165,37 +161,6 @@ TEST(Certificates, AreKeptAsLongAsTheyServe) {
   EXPECT_EQ(status.st_mode & 0777U, 0600U);
   EXPECT_NE(store.open("other.example").certificatePEM, made.certificatePEM);
   EXPECT_THROW(CertificateStore("/dev/null/x").open(kHost), std::runtime_error);
-}
-
-TEST(Served, AnswersAndFailsOverRealTLS) {
-  const TemporaryFolder folder;
-  const Certificate certificate = makeCertificate(kHost, -1h, 1h);
-  const std::pair<const char*, const char*> rows[] = {
-      {"delay=1:1", R"(401 {"error":"invalid_token"})"},
-      {"drop=1", "none"},
-      {"reset=1", "none"},
-      {"bad-json=1", R"(401 {"status":true,"beacon":{"match":)"},
-      {"status-500=1", "500 Internal Server Error"},
-  };
-  for (const auto& [fault, expected] : rows) {
-    const Service running({.certificate = certificate,
-                           .apiHost = kHost,
-                           .port = 0,
-                           .endpoints = {},
-                           .faults = {Fault::parse(fault)},
-                           .seed = 1,
-                           .log = nullptr});
-    platform::CurlHTTPClient client(
-        {.connectTo = std::string(kHost) + ":443:127.0.0.1:" + std::to_string(running.port()),
-         .caFile = folder.write("ca.pem", certificate.certificatePEM)});
-    std::promise<std::string> outcome;
-    const std::string once = std::string("https://") + kHost + "/api/v1/";
-    client.execute({.url = once + once + "sync/", .method = "POST", .headers = {}, .body = "a=b"},
-                   [&outcome](auto response, auto body) {
-                     outcome.set_value(response ? std::to_string(response->statusCode) + " " + *body : "none");
-                   });
-    EXPECT_EQ(outcome.get_future().get(), expected) << fault;
-  }
 }
 
 }  // namespace

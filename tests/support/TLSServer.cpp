@@ -1,8 +1,7 @@
 #include "tests/support/TLSServer.h"
 
 #include <netinet/in.h>
-#include <openssl/bio.h>
-#include <openssl/pem.h>
+#include <netinet/tcp.h>
 #include <openssl/ssl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -15,31 +14,17 @@
 
 namespace {
 
-struct Free {
-  void operator()(SSL_CTX* context) const { SSL_CTX_free(context); }
-  void operator()(SSL* ssl) const { SSL_free(ssl); }
-  void operator()(BIO* bio) const { BIO_free(bio); }
-  void operator()(X509* x509) const { X509_free(x509); }
-  void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
-};
-
-SSL_CTX* newContext(const service::Certificate& certificate) {
-  const auto open = [](const std::string& pem) {
-    return std::unique_ptr<BIO, Free>(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
-  };
-  SSL_CTX* const context = SSL_CTX_new(TLS_server_method());
-  const std::unique_ptr<X509, Free> x509(
-      PEM_read_bio_X509(open(certificate.certificatePEM).get(), nullptr, nullptr, nullptr));
-  const std::unique_ptr<EVP_PKEY, Free> key(
-      PEM_read_bio_PrivateKey(open(certificate.keyPEM).get(), nullptr, nullptr, nullptr));
-  SSL_CTX_use_certificate(context, x509.get());
-  SSL_CTX_use_PrivateKey(context, key.get());
-  return context;
+int chooseHTTP2(SSL*, const unsigned char** chosen, unsigned char* size, const unsigned char*, unsigned, void*) {
+  *chosen = reinterpret_cast<const unsigned char*>("h2");
+  *size = 2;
+  return SSL_TLSEXT_ERR_OK;
 }
 
 class Connection final : public TLSConnection {
  public:
-  Connection(SSL_CTX* context, int socket) : socket_(socket), ssl_(SSL_new(context)) {
+  Connection(SSL_CTX* context, int socket) : socket_(socket), ssl_(SSL_new(context), SSL_free) {
+    const int on = 1;
+    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     SSL_set_fd(ssl_.get(), socket);
     accepted_ = SSL_accept(ssl_.get()) == 1;
   }
@@ -55,12 +40,22 @@ class Connection final : public TLSConnection {
     while (buffer_.size() < size) {
       if (!readMore()) return {};
     }
-    const std::string request = buffer_.substr(0, size);
-    buffer_.erase(0, size);
-    return request;
+    return read(size);
   }
 
-  void write(const std::string& bytes) override { SSL_write(ssl_.get(), bytes.data(), static_cast<int>(bytes.size())); }
+  std::string read(std::size_t count) override {
+    while (buffer_.size() < count && readMore()) {
+    }
+    std::string bytes = buffer_.substr(0, count);
+    buffer_.erase(0, count);
+    return bytes;
+  }
+
+  bool write(const std::string& bytes) override {
+    return SSL_write(ssl_.get(), bytes.data(), static_cast<int>(bytes.size())) > 0;
+  }
+
+  void endTLS() override { SSL_shutdown(ssl_.get()); }
 
   void reset() override {
     const linger now{.l_onoff = 1, .l_linger = 0};
@@ -76,14 +71,14 @@ class Connection final : public TLSConnection {
   }
 
   const int socket_;
-  const std::unique_ptr<SSL, Free> ssl_;
+  const std::unique_ptr<SSL, decltype(&SSL_free)> ssl_;
   bool accepted_ = false;
   std::string buffer_;
 };
 
 }  // namespace
 
-TLSServer::TLSServer(const service::Certificate& certificate, Serve serve)
+TLSServer::TLSServer(const service::Certificate& certificate, Serve serve, bool http2)
     : serve_(std::move(serve)), listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   std::signal(SIGPIPE, SIG_IGN);
   sockaddr_in address{};
@@ -95,7 +90,10 @@ TLSServer::TLSServer(const service::Certificate& certificate, Serve serve)
     throw std::runtime_error("no loopback port");
   }
   port_ = ntohs(address.sin_port);
-  acceptor_ = std::thread([this, context = newContext(certificate)] { acceptAll(context); });
+  const std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
+  service::useCertificate(*context, certificate);
+  if (http2) SSL_CTX_set_alpn_select_cb(context.get(), chooseHTTP2, nullptr);
+  acceptor_ = std::thread([this, context] { acceptAll(context); });
 }
 
 TLSServer::~TLSServer() {
@@ -109,8 +107,7 @@ TLSServer::~TLSServer() {
   close(listener_);
 }
 
-void TLSServer::acceptAll(void* owned) {
-  const std::shared_ptr<SSL_CTX> context(static_cast<SSL_CTX*>(owned), Free());
+void TLSServer::acceptAll(const std::shared_ptr<ssl_ctx_st>& context) {
   for (;;) {
     const int socket = accept(listener_, nullptr, nullptr);
     if (socket < 0) return;

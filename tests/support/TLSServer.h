@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -16,7 +17,12 @@ class TLSConnection {
   virtual ~TLSConnection() = default;
   /// The next whole request, head and body; empty when the peer has gone.
   virtual std::string readRequest() = 0;
-  virtual void write(const std::string& bytes) = 0;
+  /// So many bytes; fewer when the peer has gone.
+  virtual std::string read(std::size_t count) = 0;
+  /// Whether the peer was still there.
+  virtual bool write(const std::string& bytes) = 0;
+  /// Says that nothing follows. Without it, what ends may have been cut off by anybody.
+  virtual void endTLS() = 0;
   /// Ends the connection with a reset.
   virtual void reset() = 0;
 };
@@ -28,7 +34,8 @@ class TLSServer {
   /// Serves each connection on a thread of its own; the connection is closed when `serve` returns.
   using Serve = std::function<void(TLSConnection&)>;
 
-  TLSServer(const service::Certificate& certificate, Serve serve);
+  /// With `http2` it agrees on that protocol, and on none else.
+  TLSServer(const service::Certificate& certificate, Serve serve, bool http2 = false);
   /// Ends all connections.
   ~TLSServer();
   TLSServer(const TLSServer&) = delete;
@@ -45,7 +52,7 @@ class TLSServer {
                            const std::string& moreHeaders = "");
 
  private:
-  void acceptAll(void* context);
+  void acceptAll(const std::shared_ptr<ssl_ctx_st>& context);
 
   const Serve serve_;
   int listener_ = -1;

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/linux/CurlHTTPClient.h"
+#include "tests/support/TLSServer.h"
+#include "tests/support/TemporaryFolder.h"
+
+using namespace std::chrono_literals;
+using platform::CurlHTTPClient;
+using platform::HTTPRequest;
+using platform::HTTPResponse;
+
+inline constexpr const char* kHost = "api.brivane.example";
+inline constexpr auto kNever = 30s;  // a wait that lasts so long has failed; the client itself gives up after 60 s
+
+/// The outcomes of requests, gathered on the callback thread.
+class Outcomes {
+ public:
+  platform::HTTPClient::Completion next() {
+    return [this](std::optional<HTTPResponse> response, std::optional<std::string> body) {
+      const std::lock_guard lock(mutex_);
+      texts_.push_back(response ? std::to_string(response->statusCode) + " " + body.value_or("?")
+                                : (body ? "?" : "none"));
+      threads_.insert(std::this_thread::get_id());
+      changed_.notify_all();
+    };
+  }
+  bool wait(std::size_t count) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, kNever, [&] { return texts_.size() >= count; });
+  }
+  std::vector<std::string> texts() {
+    const std::lock_guard lock(mutex_);
+    return texts_;
+  }
+  std::size_t threads() { return threads_.size(); }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::vector<std::string> texts_;
+  std::set<std::thread::id> threads_;
+};
+
+class Curl : public testing::Test {
+ protected:
+  HTTPRequest request(const std::string& path = "/") const {
+    return {.url = std::string("https://") + kHost + path,
+            .method = "POST",
+            .headers = {{"Authorization", "Bearer secret"}, {"Content-Length", "3"}},
+            .body = "a=b"};
+  }
+
+  /// A client whose requests go to `server`, and which trusts `trusted`.
+  std::unique_ptr<CurlHTTPClient> client(const TLSServer& server, const service::Certificate& trusted) {
+    return std::make_unique<CurlHTTPClient>(
+        CurlHTTPClient::Options{.connectTo = std::string(kHost) + ":443:127.0.0.1:" + std::to_string(server.port()),
+                                .caFile = folder.write("ca.pem", trusted.certificatePEM),
+                                .maxReplyBytes = 1000,
+                                .log = nullptr});
+  }
+  std::unique_ptr<CurlHTTPClient> client(const TLSServer& server) { return client(server, certificate); }
+
+  /// The outcome of one request to a server that behaves so.
+  std::string outcome(const TLSServer::Serve& serve) {
+    TLSServer server(certificate, serve);
+    return outcome(*client(server), request());
+  }
+  static std::string outcome(CurlHTTPClient& client, const HTTPRequest& request) {
+    Outcomes outcomes;
+    client.execute(request, outcomes.next());
+    if (!outcomes.wait(1)) return "never";
+    client.shutdown();  // or a second call could still come
+    return outcomes.texts().size() == 1 ? outcomes.texts().front() : "more than one";
+  }
+
+  const TemporaryFolder folder;
+  const service::Certificate certificate = service::makeCertificate(kHost, -1h, 1h);
+};
