@@ -15,8 +15,9 @@
 
 namespace soak {
 
-/// Watches the library from all sides and keeps account: what was heard (from the log), asked and answered (from the
-/// requests), and told to the host. Finds what is asked too often and what is told too seldom.
+/// Watches the library from all sides and keeps account: what was heard (from the log), asked and
+/// answered (from the requests), and told to the host. Finds what is asked too often and what is
+/// told too seldom.
 class Ledger final : public platform::HTTPClient, public platform::Log, public BVManagerDelegate {
  public:
   /// Passes requests on to `inner`.
@@ -50,7 +51,8 @@ class Ledger final : public platform::HTTPClient, public platform::Log, public B
   void didIsReady() override { isReady_ = true; }
   void didErrorFound(const std::shared_ptr<const BVError>& error) override;
   void didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) override;
-  void didNearestWaybeacons(const std::shared_ptr<const BVWaybeaconDistance::List>& /*places*/) override {}
+  void didNearestWaybeacons(
+      const std::shared_ptr<const BVWaybeaconDistance::List>& /*places*/) override {}
 
   void fail(const std::string& fault, std::size_t beacon);
 

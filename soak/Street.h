@@ -7,8 +7,8 @@
 
 namespace soak {
 
-/// A street with 2,000 beacons, and somebody who walks up and down it: at any second 50 beacons are in
-/// range, and with each second one goes and another comes.
+/// A street with 2,000 beacons, and somebody who walks up and down it: at any second 50 beacons are
+/// in range, and with each second one goes and another comes.
 class Street {
  public:
   static constexpr int kBeacons = 2000;

@@ -1,6 +1,7 @@
 #include "platform/linux/CurlTransfer.h"
 
 #include <strings.h>
+#include <sys/socket.h>
 
 #include <new>
 #include <string_view>
@@ -37,6 +38,11 @@ std::string authority(const char* url) {
     curl_free(text);
   }
   return all;
+}
+
+/// A program that the host starts must not hold the service's connections open.
+curl_socket_t openSocket(void* /*context*/, curlsocktype /*purpose*/, curl_sockaddr* address) {
+  return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
 }
 
 }  // namespace
@@ -81,6 +87,7 @@ CurlTransfer::CurlTransfer(HTTPRequest request, HTTPClient::Completion completio
   }
 
   set(CURLOPT_NOSIGNAL, 1L);
+  set(CURLOPT_OPENSOCKETFUNCTION, &openSocket);
   set(CURLOPT_PIPEWAIT, 1L);  // a burst shares one connection where the service speaks HTTP/2
   set(CURLOPT_CONNECTTIMEOUT, kSecondsToConnect);
   set(CURLOPT_LOW_SPEED_LIMIT, 1L);
