@@ -1,6 +1,7 @@
 #include "tests/support/TLSServer.h"
 
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <openssl/bio.h>
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
@@ -40,6 +41,8 @@ SSL_CTX* newContext(const service::Certificate& certificate) {
 class Connection final : public TLSConnection {
  public:
   Connection(SSL_CTX* context, int socket) : socket_(socket), ssl_(SSL_new(context)) {
+    const int atOnce = 1;
+    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &atOnce, sizeof atOnce);
     SSL_set_fd(ssl_.get(), socket);
     accepted_ = SSL_accept(ssl_.get()) == 1;
   }
