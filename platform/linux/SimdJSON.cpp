@@ -13,6 +13,9 @@ namespace {
 
 constexpr std::size_t kMaxDepth = 512;
 constexpr std::size_t kMaxBytes = SIZE_MAX;
+/// A parser needs some ten times the bytes it reads. Each thread keeps one for texts up to this
+/// size, as nearly all are.
+constexpr std::size_t kKeptParserBytes = 4096;
 
 JSONValue convert(simdjson::dom::element element);
 
@@ -52,19 +55,31 @@ JSONValue convert(simdjson::dom::element element) {
   return {};
 }
 
+JSONError failure(simdjson::error_code error) { return {simdjson::error_message(error)}; }
+
+/// The parser has been allocated for so many bytes.
+std::variant<JSONValue, JSONError> readWith(simdjson::dom::parser& parser, std::string_view bytes) {
+  simdjson::dom::element root;
+  if (const auto error = parser.parse(bytes.data(), bytes.size()).get(root)) return failure(error);
+  if (!root.is_object() && !root.is_array()) return JSONError{"neither an object nor a list"};
+  return convert(root);
+}
+
+std::variant<JSONValue, JSONError> readOnce(std::string_view bytes) {
+  simdjson::dom::parser parser(kMaxBytes);
+  if (const auto error = parser.allocate(bytes.size(), kMaxDepth)) return failure(error);
+  return readWith(parser, bytes);
+}
+
 }  // namespace
 
 std::variant<JSONValue, JSONError> SimdJSON::read(std::string_view bytes) const {
-  simdjson::dom::parser parser(kMaxBytes);
-  if (const auto error = parser.allocate(bytes.size(), kMaxDepth)) {
-    return JSONError{simdjson::error_message(error)};
+  if (bytes.size() > kKeptParserBytes) return readOnce(bytes);
+  thread_local simdjson::dom::parser kept(kMaxBytes);
+  if (kept.capacity() == 0) {
+    if (const auto error = kept.allocate(kKeptParserBytes, kMaxDepth)) return failure(error);
   }
-  simdjson::dom::element root;
-  if (const auto error = parser.parse(bytes.data(), bytes.size()).get(root)) {
-    return JSONError{simdjson::error_message(error)};
-  }
-  if (!root.is_object() && !root.is_array()) return JSONError{"neither an object nor a list"};
-  return convert(root);
+  return readWith(kept, bytes);
 }
 
 std::variant<std::string, JSONError> SimdJSON::write(const JSONValue& value) const {
