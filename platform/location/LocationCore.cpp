@@ -449,6 +449,8 @@ LocationCore::Wanted LocationCore::wanted() const {
 
 std::optional<Instant> LocationCore::nextDeadline() const {
   const std::lock_guard lock(state_->mutex);
+  if (state_->quietUntil == Instant::max()) return std::nullopt;
+  if (state_->quietUntil != Instant::min()) return state_->quietUntil;
   std::optional<Instant> earliest;
   forEach(state_->managers,
           [&](const Manager& manager) { earliest = earlier(earliest, manager.deadline()); });
