@@ -175,10 +175,10 @@ void add(const std::string& protocol, const Server& server) {
   RegisterBenchmark(("PlainBurst/" + protocol).c_str(), plainBurst, server)
       ->UseManualTime()
       ->Iterations(1);
-  RegisterBenchmark(("Ready/" + protocol).c_str(), ready, server)->UseManualTime()->Iterations(20);
+  RegisterBenchmark(("Ready/" + protocol).c_str(), ready, server)->UseManualTime()->Iterations(5);
   RegisterBenchmark(("PlainReady/" + protocol).c_str(), plainReady, server)
       ->UseManualTime()
-      ->Iterations(20);
+      ->Iterations(5);
 }
 
 /// A reply that serves for login, sync and resolve.

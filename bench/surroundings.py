@@ -44,9 +44,17 @@ def radio(folder, program):
 
 @contextlib.contextmanager
 def service(program, network, state, *options):
-    """The development service: its port, and what it prints after that."""
+    """The development service: its port, and the lines that it prints after that, complete behind the block."""
+    lines = []
     with process([program, network, "--state", state, *options], stdout=subprocess.PIPE, text=True) as running:
-        yield int(re.search(r":(\d+),", running.stdout.readline())[1]), running.stdout
+        port = int(re.search(r":(\d+),", running.stdout.readline())[1])
+        reader = threading.Thread(target=lambda: lines.extend(running.stdout))
+        reader.start()
+        try:
+            yield port, lines
+        finally:
+            running.terminate()
+            reader.join()
 
 
 @contextlib.contextmanager
