@@ -42,6 +42,19 @@ std::shared_ptr<platform::CLBeaconRegion> makeRegion() {
   return region;
 }
 
+/// The key of a ranged beacon. The network's UUID, which such a beacon has, is formatted only once.
+std::string keyOf(const platform::CLBeacon& beacon) {
+  struct Network {
+    platform::UUID uuid = platform::UUID::initWithUUIDString(BVNetwork::proximityUUID()).value();
+    std::string text = uuid.UUIDString();
+  };
+  static const auto& network = *new Network;  // kept for the life of the process
+  const auto& uuid = beacon.proximityUUID;
+  return uuid == network.uuid
+             ? BVUtil::getHash_andMajor_andMinor(network.text, beacon.major, beacon.minor)
+             : BVUtil::getHash_andMajor_andMinor(uuid.UUIDString(), beacon.major, beacon.minor);
+}
+
 /// The service client, when its session is ready; null, with a log line, when it is not.
 std::shared_ptr<BVAPI> readyAPI() {
   auto api = detectionState().api.get();
@@ -273,25 +286,23 @@ void BVManager::rangeBeacon(const platform::CLBeacon& beacon) {
   // Either one alone passes here; the client stops such a beacon, which has then used up a try.
   if (beacon.major == kUnsetIdentifier && beacon.minor == kUnsetIdentifier) return;
   if (!detectionState().isSync) return;
-  const std::string uuid = beacon.proximityUUID.UUIDString();
-  const std::string key = BVUtil::getHash_andMajor_andMinor(uuid, beacon.major, beacon.minor);
+  const std::string key = keyOf(beacon);
   if (const auto record = detectionState().cache.find(key)) {
     logLine("Cache hit");
     receivedResolve_forRequest(record, nullptr);
   } else {
     logLine("Cache miss, goes to API");
-    askForBeacon(key, uuid, beacon);
+    askForBeacon(key, beacon);
   }
 }
 
-void BVManager::askForBeacon(const std::string& key, const std::string& uuid,
-                             const platform::CLBeacon& beacon) {
+void BVManager::askForBeacon(const std::string& key, const platform::CLBeacon& beacon) {
   if (!detectionState().cache.countTry(key)) {
     logLine("Max num tries achivied");
     return;
   }
   detectionState().api.get()->resolve_withMajor_withMinor_withRSSI_withBattery(
-      uuid, beacon.major, beacon.minor, beacon.rssi, kUnknownBattery);
+      beacon.proximityUUID.UUIDString(), beacon.major, beacon.minor, beacon.rssi, kUnknownBattery);
 }
 
 void BVManager::receivedResolve_forRequest(

@@ -112,8 +112,7 @@ class BRIVANE_EXPORT BVManager final : public BVAPIDelegate,
   void createLocationManager();
   void startUpdatingLocation();
   void rangeBeacon(const platform::CLBeacon& beacon);
-  void askForBeacon(const std::string& key, const std::string& uuid,
-                    const platform::CLBeacon& beacon);
+  void askForBeacon(const std::string& key, const platform::CLBeacon& beacon);
 
   // The location manager goes first, then the delegate: the reverse of this order.
   Guarded<std::shared_ptr<BVManagerDelegate>> delegate_;

@@ -4,9 +4,6 @@
 
 namespace platform {
 
-JSONValue::JSONValue(std::string value)
-    : value_(std::make_shared<const std::string>(std::move(value))) {}
-
 JSONValue::JSONValue(List elements) : value_(std::make_shared<const List>(std::move(elements))) {}
 
 JSONValue::JSONValue(Object members) : value_(std::make_shared<const Object>(std::move(members))) {}
@@ -21,8 +18,6 @@ const JSONValue* JSONValue::find(std::string_view key) const {
 bool operator==(const JSONValue& a, const JSONValue& b) {
   if (a.kind() != b.kind()) return false;
   switch (a.kind()) {
-    case JSONValue::Kind::kText:
-      return a.text() == b.text();
     case JSONValue::Kind::kList:
       return std::ranges::equal(a.list(), b.list());
     case JSONValue::Kind::kObject:

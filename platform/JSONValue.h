@@ -13,9 +13,9 @@
 
 namespace platform {
 
-/// One immutable JSON value. A copy shares what it holds, so copies are cheap and any number of
-/// threads may read one value. The accessors of a kind throw std::bad_variant_access when the value
-/// is of another kind.
+/// One immutable JSON value. A copy shares a list's elements and an object's members, so copies are
+/// cheap and any number of threads may read one value. The accessors of a kind throw
+/// std::bad_variant_access when the value is of another kind.
 class BRIVANE_EXPORT JSONValue {
  public:
   enum class Kind { kNull, kBoolean, kInteger, kReal, kText, kList, kObject };
@@ -31,7 +31,7 @@ class BRIVANE_EXPORT JSONValue {
   JSONValue(std::int64_t value) : value_(value) {}
   JSONValue(double value) : value_(value) {}
   /// UTF-8 text.
-  JSONValue(std::string value);
+  JSONValue(std::string value) : value_(std::move(value)) {}
   JSONValue(const char* value) : JSONValue(std::string(value)) {}
   JSONValue(List elements);
   JSONValue(Object members);
@@ -42,8 +42,9 @@ class BRIVANE_EXPORT JSONValue {
   bool boolean() const { return std::get<bool>(value_); }
   std::int64_t integer() const { return std::get<std::int64_t>(value_); }
   double real() const { return std::get<double>(value_); }
-  /// Valid as long as this value or a copy of it lives; so are the two below.
-  const std::string& text() const { return *std::get<SharedText>(value_); }
+  /// Valid as long as this value lives.
+  const std::string& text() const { return std::get<std::string>(value_); }
+  /// Valid as long as this value or a copy of it lives; so are the members.
   std::span<const JSONValue> list() const { return *std::get<SharedList>(value_); }
   std::span<const Member> members() const { return *std::get<SharedObject>(value_); }
 
@@ -54,12 +55,11 @@ class BRIVANE_EXPORT JSONValue {
   friend BRIVANE_EXPORT bool operator==(const JSONValue& a, const JSONValue& b);
 
  private:
-  using SharedText = std::shared_ptr<const std::string>;
   using SharedList = std::shared_ptr<const List>;
   using SharedObject = std::shared_ptr<const Object>;
 
-  // The order is that of Kind.
-  std::variant<std::monostate, bool, std::int64_t, double, SharedText, SharedList, SharedObject>
+  // The order is that of Kind. Texts are not shared: most are too short to be worth it.
+  std::variant<std::monostate, bool, std::int64_t, double, std::string, SharedList, SharedObject>
       value_;
 };
 

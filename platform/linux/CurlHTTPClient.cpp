@@ -4,16 +4,15 @@
 
 #include <utility>
 
-#include "platform/linux/CurlTransfer.h"
 #include "platform/linux/CurlWorker.h"
 #include "platform/linux/SerialQueue.h"
 
 namespace platform {
 
 struct CurlHTTPClient::Parts {
-  explicit Parts(std::shared_ptr<Log> log)
-      : callbacks(std::move(log)),
-        worker([this](std::function<void()> task) { callbacks.post(std::move(task)); }) {}
+  explicit Parts(const Options& options)
+      : callbacks(options.log),
+        worker(options, [this](std::function<void()> task) { callbacks.post(std::move(task)); }) {}
 
   SerialQueue callbacks;
   CurlWorker worker;
@@ -22,13 +21,12 @@ struct CurlHTTPClient::Parts {
 std::string CurlHTTPClient::version() { return curl_version(); }
 
 CurlHTTPClient::CurlHTTPClient(Options options)
-    : options_(std::move(options)), parts_(std::make_unique<Parts>(options_.log)) {}
+    : options_(std::move(options)), parts_(std::make_unique<Parts>(options_)) {}
 
 CurlHTTPClient::~CurlHTTPClient() { shutdown(); }
 
 void CurlHTTPClient::execute(HTTPRequest request, Completion completion) {
-  parts_->worker.add(
-      std::make_unique<CurlTransfer>(std::move(request), std::move(completion), options_));
+  parts_->worker.add({std::move(request), std::move(completion)});
 }
 
 void CurlHTTPClient::shutdown() {

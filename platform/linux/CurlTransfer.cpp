@@ -47,29 +47,17 @@ curl_socket_t openSocket(void* /*context*/, curlsocktype /*purpose*/, curl_socka
 
 }  // namespace
 
-CurlTransfer::CurlTransfer(HTTPRequest request, HTTPClient::Completion completion,
-                           const CurlHTTPClient::Options& options)
-    : request_(std::move(request)),
-      completion_(std::move(completion)),
-      options_(options),
-      handle_(curl_easy_init()) {
-  if (!handle_) {
-    valid_ = false;
-    return;
-  }
-  set(CURLOPT_PRIVATE, this);
-  set(CURLOPT_URL, request_.url.c_str());
+CurlTransfer::CurlTransfer(const CurlHTTPClient::Options& options)
+    : options_(options), handle_(curl_easy_init()), usable_(handle_ != nullptr) {
+  if (!usable_) return;
   set(CURLOPT_PATH_AS_IS, 1L);
   set(CURLOPT_PROTOCOLS_STR, "https");
   set(CURLOPT_POST, 1L);
-  set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request_.body.size()));
-  set(CURLOPT_POSTFIELDS, request_.body.c_str());
   set(CURLOPT_ACCEPT_ENCODING, "");
   set(CURLOPT_WRITEFUNCTION, &CurlTransfer::receive);
   set(CURLOPT_WRITEDATA, this);
   set(CURLOPT_HEADERFUNCTION, &CurlTransfer::receiveHead);
   set(CURLOPT_HEADERDATA, this);
-  valid_ = valid_ && request_.method == "POST" && !hasLineBreak(request_.url) && addHeaders();
 
   set(CURLOPT_FOLLOWLOCATION, 1L);
   set(CURLOPT_MAXREDIRS, kMaxRedirects);
@@ -94,10 +82,16 @@ CurlTransfer::CurlTransfer(HTTPRequest request, HTTPClient::Completion completio
   set(CURLOPT_LOW_SPEED_TIME, kSecondsOfSilence);
 }
 
-CurlTransfer* CurlTransfer::of(CURL* handle) {
-  CurlTransfer* transfer = nullptr;
-  curl_easy_getinfo(handle, CURLINFO_PRIVATE, &transfer);
-  return transfer;
+bool CurlTransfer::begin(CurlRequest request) {
+  current_ = std::move(request);
+  headBytes_ = 0;
+  headIsWhole_ = false;
+  const HTTPRequest& post = current_.request;
+  if (!usable_ || post.method != "POST" || hasLineBreak(post.url) || !addHeaders()) return false;
+  set(CURLOPT_URL, post.url.c_str());
+  set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(post.body.size()));
+  set(CURLOPT_POSTFIELDS, post.body.c_str());
+  return usable_;
 }
 
 std::function<void()> CurlTransfer::finish(bool succeeded) {
@@ -110,14 +104,17 @@ std::function<void()> CurlTransfer::finish(bool succeeded) {
     response = HTTPResponse{static_cast<int>(status)};
     body = std::move(body_);
   }
-  return [completion = std::move(completion_), response, body = std::move(body)]() mutable {
+  body_.clear();
+  return [completion = std::exchange(current_, {}).completion, response,
+          body = std::move(body)]() mutable {
     if (completion) completion(response, std::move(body));
   };
 }
 
 bool CurlTransfer::addHeaders() {
+  headers_.reset();
   append(headers_, "Expect:");  // or a long body would wait for a "100 Continue" that may not come
-  for (const auto& [name, value] : request_.headers) {
+  for (const auto& [name, value] : current_.request.headers) {
     if (hasLineBreak(name) || hasLineBreak(value)) return false;
     // Curl counts the body itself, and knows when a redirect leaves it out.
     if (isSame(name, "Content-Length")) continue;
@@ -156,7 +153,7 @@ int CurlTransfer::allow(void* transfer, char*, char*, int, int) {
   curl_easy_getinfo(self.handle(), CURLINFO_EFFECTIVE_URL, &url);
   curl_easy_getinfo(self.handle(), CURLINFO_EFFECTIVE_METHOD, &method);
   const bool takesBody = std::string_view(method) == "POST";
-  const bool leadsAway = !isSame(authority(url), authority(self.request_.url.c_str()));
+  const bool leadsAway = !isSame(authority(url), authority(self.current_.request.url.c_str()));
   return takesBody && leadsAway ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
 }
 
@@ -169,7 +166,7 @@ void CurlTransfer::append(List& list, const std::string& item) {
 
 template <typename Value>
 void CurlTransfer::set(CURLoption option, Value value) {
-  if (curl_easy_setopt(handle_.get(), option, value) != CURLE_OK) valid_ = false;
+  if (curl_easy_setopt(handle_.get(), option, value) != CURLE_OK) usable_ = false;
 }
 
 }  // namespace platform

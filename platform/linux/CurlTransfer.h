@@ -12,21 +12,27 @@
 
 namespace platform {
 
-/// One request on its way, as curl's easy handle, with its reply so far.
+/// A request that waits for its turn.
+struct CurlRequest {
+  HTTPRequest request;
+  HTTPClient::Completion completion;
+};
+
+/// One request after another on its way, as curl's easy handle, with its reply so far. To make a
+/// handle costs more than to use it again.
 class CurlTransfer {
  public:
   /// `options` must outlive the transfer.
-  CurlTransfer(HTTPRequest request, HTTPClient::Completion completion,
-               const CurlHTTPClient::Options& options);
+  explicit CurlTransfer(const CurlHTTPClient::Options& options);
 
-  /// Whether the request can go on the wire as it stands.
-  bool isValid() const { return valid_; }
+  /// Takes on a request; false when it cannot go on the wire as it stands. Either way `finish`
+  /// follows before the next.
+  bool begin(CurlRequest request);
+
   CURL* handle() const { return handle_.get(); }
+  bool isUsable() const { return usable_; }
 
-  /// The transfer that a handle belongs to.
-  static CurlTransfer* of(CURL* handle);
-
-  /// What the completion is to be called with, as one task. The transfer is spent afterwards.
+  /// What the completion is to be called with, as one task.
   std::function<void()> finish(bool succeeded);
 
  private:
@@ -46,8 +52,7 @@ class CurlTransfer {
   template <typename Value>
   void set(CURLoption option, Value value);
 
-  HTTPRequest request_;
-  HTTPClient::Completion completion_;
+  CurlRequest current_;
   const CurlHTTPClient::Options& options_;
   std::unique_ptr<CURL, Free> handle_;
   List headers_;
@@ -55,7 +60,8 @@ class CurlTransfer {
   std::size_t headBytes_ = 0;  // of all heads and trailers
   bool headIsWhole_ = false;
   std::string body_;
-  bool valid_ = true;
+  /// Whether curl took every option; a handle that did not take one is used no more.
+  bool usable_;
 };
 
 }  // namespace platform

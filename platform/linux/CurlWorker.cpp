@@ -70,8 +70,9 @@ void blockSignals() {
 
 }  // namespace
 
-CurlWorker::CurlWorker(std::function<void(std::function<void()>)> finished)
-    : finished_(std::move(finished)) {
+CurlWorker::CurlWorker(const CurlHTTPClient::Options& options,
+                       std::function<void(std::function<void()>)> finished)
+    : options_(options), finished_(std::move(finished)) {
   LiveWorkers::get().add(this);
   multi_.reset(curl_multi_init());
   curl_multi_setopt(multi_.get(), CURLMOPT_MAX_HOST_CONNECTIONS,
@@ -84,11 +85,12 @@ CurlWorker::~CurlWorker() {
   LiveWorkers::get().remove(this);
 }
 
-void CurlWorker::add(std::unique_ptr<CurlTransfer> transfer) {
+void CurlWorker::add(CurlRequest request) {
   const std::lock_guard lock(mutex_);
   if (stopping_) return;
-  added_.push_back(std::move(transfer));
-  curl_multi_wakeup(multi_.get());
+  // One wake for a burst: the worker takes all that was added meanwhile.
+  if (added_.empty()) curl_multi_wakeup(multi_.get());
+  added_.push_back(std::move(request));
 }
 
 void CurlWorker::stop() {
@@ -129,15 +131,24 @@ void CurlWorker::beginWaiting() {
     begin(std::move(waiting_.front()));
     waiting_.pop_front();
   }
+  if (waiting_.empty()) spare_.clear();
 }
 
-void CurlWorker::begin(std::unique_ptr<CurlTransfer> transfer) {
-  CURL* const handle = transfer->handle();
-  if (!transfer->isValid() || curl_multi_add_handle(multi_.get(), handle) != CURLM_OK) {
-    finished_(transfer->finish(false));
+void CurlWorker::begin(CurlRequest request) {
+  auto transfer = spareTransfer();
+  if (!transfer->begin(std::move(request)) ||
+      curl_multi_add_handle(multi_.get(), transfer->handle()) != CURLM_OK) {
+    end(std::move(transfer), false);
     return;
   }
-  active_.emplace(handle, std::move(transfer));
+  active_.emplace(transfer->handle(), std::move(transfer));
+}
+
+std::unique_ptr<CurlTransfer> CurlWorker::spareTransfer() {
+  if (spare_.empty()) return std::make_unique<CurlTransfer>(options_);
+  auto transfer = std::move(spare_.back());
+  spare_.pop_back();
+  return transfer;
 }
 
 /// Whether there was any.
@@ -156,15 +167,22 @@ void CurlWorker::finish(CURL* handle, bool succeeded) {
   long version = 0;
   curl_easy_getinfo(handle, CURLINFO_HTTP_VERSION, &version);
   if (succeeded) multiplexes_ = version == CURL_HTTP_VERSION_2_0;
-  const auto found = active_.find(handle);
   curl_multi_remove_handle(multi_.get(), handle);
-  finished_(found->second->finish(succeeded));
-  active_.erase(found);
+  end(std::move(active_.extract(handle).mapped()), succeeded);
+}
+
+void CurlWorker::end(std::unique_ptr<CurlTransfer> transfer, bool succeeded) {
+  finished_(transfer->finish(succeeded));
+  if (transfer->isUsable()) spare_.push_back(std::move(transfer));
 }
 
 void CurlWorker::failAll() {
   while (!active_.empty()) finish(active_.begin()->first, false);
-  for (const auto& transfer : waiting_) finished_(transfer->finish(false));
+  for (CurlRequest& request : waiting_) {
+    finished_([completion = std::move(request.completion)] {
+      if (completion) completion(std::nullopt, std::nullopt);
+    });
+  }
   waiting_.clear();
 }
 

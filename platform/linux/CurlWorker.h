@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 #include "platform/linux/CurlTransfer.h"
 
@@ -17,16 +18,18 @@ namespace platform {
 /// while there is nothing to move.
 class CurlWorker {
  public:
-  /// `finished` takes what is to be called for each transfer, on the worker's thread.
-  explicit CurlWorker(std::function<void(std::function<void()>)> finished);
+  /// `finished` takes what is to be called for each request, on the worker's thread. `options` must
+  /// outlive the worker.
+  CurlWorker(const CurlHTTPClient::Options& options,
+             std::function<void(std::function<void()>)> finished);
   ~CurlWorker();
   CurlWorker(const CurlWorker&) = delete;
   CurlWorker& operator=(const CurlWorker&) = delete;
 
   /// Any thread. Dropped once the worker has stopped.
-  void add(std::unique_ptr<CurlTransfer> transfer);
+  void add(CurlRequest request);
 
-  /// Fails every transfer and ends the thread. Any thread but the worker's own.
+  /// Fails every request and ends the thread. Any thread but the worker's own.
   void stop();
 
  private:
@@ -37,19 +40,23 @@ class CurlWorker {
   void run();
   bool takeNew();
   void beginWaiting();
-  void begin(std::unique_ptr<CurlTransfer> transfer);
+  void begin(CurlRequest request);
+  std::unique_ptr<CurlTransfer> spareTransfer();
   bool finishDone();
   void finish(CURL* handle, bool succeeded);
+  void end(std::unique_ptr<CurlTransfer> transfer, bool succeeded);
   void failAll();
 
+  const CurlHTTPClient::Options& options_;
   const std::function<void(std::function<void()>)> finished_;
   std::unique_ptr<CURLM, Free> multi_;
-  // The next three are the worker's alone.
-  std::deque<std::unique_ptr<CurlTransfer>> waiting_;
+  // The next four are the worker's alone.
+  std::deque<CurlRequest> waiting_;
   std::map<CURL*, std::unique_ptr<CurlTransfer>> active_;
-  bool multiplexes_ = false;  // whether the latest answer came over HTTP/2
+  std::vector<std::unique_ptr<CurlTransfer>> spare_;  // to be used again while others wait
+  bool multiplexes_ = false;                          // whether the latest answer came over HTTP/2
   std::mutex mutex_;
-  std::deque<std::unique_ptr<CurlTransfer>> added_;
+  std::deque<CurlRequest> added_;
   bool stopping_ = false;
   std::once_flag stopped_;
   std::thread thread_;

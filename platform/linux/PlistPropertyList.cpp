@@ -2,6 +2,7 @@
 
 #include <plist/plist.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <fstream>
@@ -15,13 +16,16 @@ constexpr std::size_t kMaxBytes = 1 << 20;
 
 std::string contentsOf(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  std::string contents(kMaxBytes + 1, '\0');
+  std::string contents;
+  std::array<char, 4096> part{};
   errno = 0;
-  file.read(contents.data(), static_cast<std::streamsize>(contents.size()));
+  do {
+    file.read(part.data(), part.size());
+    contents.append(part.data(), static_cast<std::size_t>(file.gcount()));
+  } while (file && contents.size() <= kMaxBytes);
   if (!file.is_open() || file.bad() || errno != 0) {
     throw std::runtime_error(path + ": " + std::generic_category().message(errno));
   }
-  contents.resize(static_cast<std::size_t>(file.gcount()));
   if (contents.size() > kMaxBytes) throw std::runtime_error(path + ": larger than 1 MiB");
   return contents;
 }

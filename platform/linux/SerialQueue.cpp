@@ -63,10 +63,12 @@ SerialQueue::SerialQueue(std::shared_ptr<Log> log)
 SerialQueue::~SerialQueue() { close(); }
 
 void SerialQueue::post(std::function<void()> task) {
-  const std::lock_guard lock(state_->mutex);
-  if (state_->closed) return;
-  state_->tasks.push_back(std::move(task));
-  state_->changed.notify_all();
+  {
+    const std::lock_guard lock(state_->mutex);
+    if (state_->closed) return;
+    state_->tasks.push_back(std::move(task));
+  }
+  state_->changed.notify_all();  // not under the lock, for which the thread would only wait again
 }
 
 void SerialQueue::close() {

@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
+#include <new>
 #include <utility>
 
 #include "platform/linux/JSONWriter.h"
@@ -14,6 +16,9 @@ namespace {
 
 constexpr std::size_t kMaxDepth = 512;
 constexpr std::size_t kMaxBytes = SIZE_MAX;
+/// A parser needs some ten times the bytes it reads. What texts up to this size need is kept, as
+/// nearly all are so short.
+constexpr std::size_t kKeptBytes = 4096;
 
 JSONValue convert(simdjson::dom::element element);
 
@@ -53,23 +58,54 @@ JSONValue convert(simdjson::dom::element element) {
   return {};
 }
 
-/// The outermost value, which lives in `parser`.
-simdjson::simdjson_result<simdjson::dom::element> parse(simdjson::dom::parser& parser,
-                                                        std::string_view bytes) {
-  if (const auto error = parser.allocate(bytes.size(), kMaxDepth)) return error;
-  return parser.parse(bytes.data(), bytes.size());
+std::variant<JSONValue, JSONError> valueOf(
+    const simdjson::simdjson_result<simdjson::dom::element>& root) {
+  if (root.error()) return JSONError{simdjson::error_message(root.error())};
+  if (!root.is_object() && !root.is_array()) return JSONError{"neither an object nor a list"};
+  return convert(root.value_unsafe());
 }
 
 }  // namespace
 
+struct SimdJSON::Parser {
+  /// The outermost value of `bytes`, which lives in this parser.
+  simdjson::simdjson_result<simdjson::dom::element> parse(std::string_view bytes) {
+    if (bytes.size() > dom.capacity()) {
+      if (const auto error = dom.allocate(bytes.size(), kMaxDepth)) return error;
+    }
+    return dom.parse(bytes.data(), bytes.size());
+  }
+
+  /// Gives back what a large text took, but keeps the implementation: simdjson makes those with
+  /// statics that are gone while a process ends, when a reply may still come.
+  void shrink() {
+    if (dom.capacity() <= kKeptBytes) return;
+    auto implementation = std::move(dom.implementation);
+    dom = simdjson::dom::parser(kMaxBytes);
+    dom.implementation = std::move(implementation);
+    [[maybe_unused]] const auto error = dom.allocate(kKeptBytes, kMaxDepth);  // else tried again
+  }
+
+  std::mutex mutex;
+  simdjson::dom::parser dom{kMaxBytes};
+};
+
+SimdJSON::SimdJSON() : parser_(std::make_unique<Parser>()) {
+  if (parser_->dom.allocate(kKeptBytes, kMaxDepth)) throw std::bad_alloc();
+}
+
+SimdJSON::~SimdJSON() = default;
+
 std::variant<JSONValue, JSONError> SimdJSON::read(std::string_view bytes) const {
   if (bytes.empty()) return JSONError{"nothing to read"};  // not even a place to read it from
-  simdjson::dom::parser parser(kMaxBytes);
-  auto root = parse(parser, bytes);
-  if (root.error() == simdjson::NUMBER_ERROR) root = parse(parser, withLongIntegersAsReals(bytes));
-  if (root.error()) return JSONError{simdjson::error_message(root.error())};
-  if (!root.is_object() && !root.is_array()) return JSONError{"neither an object nor a list"};
-  return convert(root.value_unsafe());
+  const std::lock_guard lock(parser_->mutex);
+  auto root = parser_->parse(bytes);
+  if (root.error() == simdjson::NUMBER_ERROR) {
+    root = parser_->parse(withLongIntegersAsReals(bytes));
+  }
+  auto value = valueOf(root);
+  parser_->shrink();
+  return value;
 }
 
 std::variant<std::string, JSONError> SimdJSON::write(const JSONValue& value) const {

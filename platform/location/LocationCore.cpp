@@ -51,10 +51,15 @@ struct LocationCore::State {
   void deliver();
   /// Begins what was started, now. Without the lock.
   void begin();
+  /// Moves the time, if that is all there is to do until then; false if not.
+  bool passQuietly(Instant to);
 
   mutable std::mutex mutex;
   Options options;
   Instant now{};
+  /// Nothing is due before this: most frames change nothing, so that most times only pass. In the
+  /// past while something may have changed.
+  Instant quietUntil = Instant::min();
   bool scanning = true;
   std::vector<std::weak_ptr<Manager>> managers;
   std::deque<Report> reports;
@@ -63,7 +68,9 @@ struct LocationCore::State {
 /// One operation of a manager: holds the lock, then tells of it.
 class LocationCore::Operation {
  public:
-  explicit Operation(State& state) : state_(state), lock_(state.mutex) {}
+  explicit Operation(State& state) : state_(state), lock_(state.mutex) {
+    state_.quietUntil = Instant::min();
+  }
   ~Operation() {
     lock_.unlock();
     if (state_.options.onOperation) state_.options.onOperation();
@@ -318,7 +325,19 @@ void forEach(Managers& managers, Use use) {
 
 void LocationCore::State::begin() {
   const std::lock_guard lock(mutex);
-  forEach(managers, [](Manager& manager) { manager.begin(); });
+  std::optional<Instant> due;
+  forEach(managers, [&due](Manager& manager) {
+    manager.begin();
+    due = earlier(due, manager.deadline());
+  });
+  quietUntil = reports.empty() ? due.value_or(Instant::max()) : Instant::min();
+}
+
+bool LocationCore::State::passQuietly(Instant to) {
+  const std::lock_guard lock(mutex);
+  if (to >= quietUntil) return false;
+  now = std::max(now, to);
+  return true;
 }
 
 void LocationCore::State::deliver() {
@@ -351,6 +370,7 @@ void LocationCore::hear(const Advertisement& advertisement, Instant now) {
     const std::lock_guard lock(state_->mutex);
     forEach(state_->managers,
             [&](Manager& manager) { manager.hear(*frame, advertisement.rssi, state_->now); });
+    if (state_->reports.empty()) return;
   }
   state_->deliver();
   state_->begin();
@@ -370,6 +390,7 @@ void LocationCore::setScanning(bool scanning, Instant now) {
   advance(now);
   const std::lock_guard lock(state_->mutex);
   state_->scanning = scanning;
+  state_->quietUntil = Instant::min();
   forEach(state_->managers, [&](Manager& manager) { manager.setScanning(scanning, state_->now); });
 }
 
@@ -400,6 +421,7 @@ void LocationCore::failPositions(const std::string& error) {
 }
 
 void LocationCore::advance(Instant now) {
+  if (state_->passQuietly(now)) return;
   state_->deliver();
   // Deadline by deadline: what a delegate does at one decides about the next.
   for (auto due = nextDeadline(); due && *due <= now; due = nextDeadline()) {
@@ -427,6 +449,8 @@ LocationCore::Wanted LocationCore::wanted() const {
 
 std::optional<Instant> LocationCore::nextDeadline() const {
   const std::lock_guard lock(state_->mutex);
+  if (state_->quietUntil == Instant::max()) return std::nullopt;
+  if (state_->quietUntil != Instant::min()) return state_->quietUntil;
   std::optional<Instant> earliest;
   forEach(state_->managers,
           [&](const Manager& manager) { earliest = earlier(earliest, manager.deadline()); });
@@ -447,6 +471,7 @@ std::shared_ptr<CLLocationManager> LocationCore::createManager() {
   auto manager = std::make_shared<Manager>(state_);
   const std::lock_guard lock(state_->mutex);
   state_->managers.push_back(manager);
+  state_->quietUntil = Instant::min();
   manager->queueAuthorization();
   return manager;
 }

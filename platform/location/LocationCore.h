@@ -67,7 +67,8 @@ class BRIVANE_EXPORT LocationCore final : public LocationService {
   /// Time has passed: reports what is due and what was asked for.
   void advance(Instant now);
 
-  /// When the next report is due; absent when none is.
+  /// When the next report may be due; absent when none is. Frames may put it off meanwhile, which
+  /// is found out then.
   std::optional<Instant> nextDeadline() const;
 
   /// Any thread.

@@ -79,9 +79,7 @@ bool ReplayLocationService::advanceTo(Instant time) {
     if (!clock_.moveTo(*due)) return false;
     core_.advance(*due);
   }
-  if (!clock_.moveTo(time)) return false;
-  core_.advance(time);
-  return true;
+  return clock_.moveTo(time);
 }
 
 }  // namespace platform

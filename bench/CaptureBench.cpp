@@ -1,0 +1,108 @@
+// A capture's frames to ranging reports, beside a loop that reads the file's records and finds the
+// company identifier in each.
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <cstdint>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "bench/Services.h"
+#include "bench/Walker.h"
+#include "platform/location/IBeaconFrame.h"
+#include "platform/replay/BtsnoopWriter.h"
+#include "platform/replay/ReplayLocationService.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int kFrames = 200'000;
+constexpr int kBeacons = 20;
+/// Each beacon sends ten frames a second.
+constexpr platform::Instant kBetweenFrames = 1s / (10 * kBeacons);
+
+platform::Advertisement frame(int i) {
+  const platform::CLBeacon beacon = bench::beacon(i % kBeacons);
+  platform::Advertisement frame{
+      .company = platform::IBeaconFrame::kCompany,
+      .data = {},
+      .rssi = -60 - i % 7,
+      .address = {0xC0, 0, 0, 0, 0, static_cast<std::uint8_t>(i % kBeacons)}};
+  frame.data = {0x02, 0x15};
+  for (const std::uint8_t byte : beacon.proximityUUID.bytes()) frame.data.push_back(byte);
+  for (const std::int32_t number : {beacon.major, beacon.minor}) {
+    frame.data.push_back(static_cast<std::uint8_t>(number >> 8));
+    frame.data.push_back(static_cast<std::uint8_t>(number));
+  }
+  frame.data.push_back(0xC5);
+  return frame;
+}
+
+void write(const std::string& path) {
+  platform::BtsnoopWriter capture(path);
+  for (int i = 0; i < kFrames; ++i) capture.write(frame(i), i * kBetweenFrames);
+  capture.flush();
+}
+
+void replay(benchmark::State& state, const std::string& path) {
+  const auto region = platform::CLBeaconRegion::initWithProximityUUID_identifier(
+      bench::beacon(0).proximityUUID, "network");
+  for (auto _ : state) {
+    platform::ReplayLocationService::Options options;
+    options.capture = path;
+    platform::ReplayLocationService service(std::move(options));
+    const auto walker = std::make_shared<bench::Walker>();
+    const auto manager = service.createManager();
+    manager->setDelegate(walker);
+    manager->startMonitoringForRegion(region);
+    manager->startRangingBeaconsInRegion(region);
+    service.run();
+    const auto seconds = kFrames * kBetweenFrames / 1s;
+    if (walker->reports < seconds || walker->ranged < seconds * kBeacons) {
+      state.SkipWithError("reports are missing");
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * kFrames);
+}
+
+template <typename Number>
+Number bigEndian(const char* bytes) {
+  Number value = 0;
+  for (std::size_t i = 0; i < sizeof(Number); ++i) {
+    value = static_cast<Number>(value << 8U | static_cast<unsigned char>(bytes[i]));
+  }
+  return value;
+}
+
+/// What the shortest of scripts does: a record's header, its bytes, and a search in them.
+void search(benchmark::State& state, const std::string& path) {
+  for (auto _ : state) {
+    std::ifstream file(path, std::ios::binary);
+    file.ignore(16);
+    std::array<char, 24> header{};
+    std::string packet;
+    std::int64_t found = 0;
+    while (file.read(header.data(), header.size())) {
+      packet.resize(bigEndian<std::uint32_t>(&header[4]));
+      file.read(packet.data(), static_cast<std::streamsize>(packet.size()));
+      if (packet.find("\xFF\x4C\x00\x02\x15", 0, 5) != std::string::npos) ++found;
+    }
+    if (found != kFrames) state.SkipWithError("frames are missing");
+  }
+  state.SetItemsProcessed(state.iterations() * kFrames);
+}
+
+}  // namespace
+
+/// usage: CaptureBench [--benchmark…] FILE, which it writes.
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  if (argc != 2) return 2;
+  const std::string path = argv[1];
+  write(path);
+  benchmark::RegisterBenchmark("Replay", replay, path)->Unit(benchmark::kMillisecond);
+  benchmark::RegisterBenchmark("Search", search, path)->Unit(benchmark::kMillisecond);
+  benchmark::RunSpecifiedBenchmarks();
+}
