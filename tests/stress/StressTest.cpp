@@ -1,0 +1,253 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <random>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "BrivaneSDK/BVManager.h"
+#include "platform/PropertyList.h"
+#include "platform/Services.h"
+#include "platform/linux/CurlHTTPClient.h"
+#include "platform/linux/KeyFilePreferences.h"
+#include "platform/linux/SimdJSON.h"
+#include "platform/location/LocationCore.h"
+#include "service/Service.h"
+#include "soak/Street.h"
+#include "tests/location/Frames.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kNever = 60s;  // a wait that lasts so long has failed
+
+class Credentials final : public platform::PropertyList {
+  std::optional<std::string> objectForInfoDictionaryKey(std::string_view key) const override {
+    return key == "BrivaneAPIKey" ? "dev-key" : "dev-secret";
+  }
+};
+
+/// The library on real TLS and a radio that hears ten beacons of a street, until it is destroyed. Made once a process.
+class World {
+ public:
+  World() {
+    platform::install({.http = curl,
+                       .json = std::make_shared<platform::SimdJSON>(),
+                       .preferences = std::make_shared<platform::KeyFilePreferences>(folder_.path() / "preferences"),
+                       .propertyList = std::make_shared<Credentials>(),
+                       .location = location_});
+  }
+  ~World() {
+    silent_ = true;
+    radio_.join();
+    curl->shutdown();
+  }
+  World(const World&) = delete;
+  World& operator=(const World&) = delete;
+
+  std::uint16_t port() const { return service_.port(); }
+
+ private:
+  static service::Service::Options options(const service::Certificate& certificate) {
+    service::Service::Options options;
+    options.certificate = certificate;
+    options.apiHost = BRIVANE_API_HOST;
+    options.endpoints.network = soak::Street::network();
+    options.faults = {service::Fault::parse("drop=0.05"), service::Fault::parse("bad-json=0.05")};
+    return options;
+  }
+
+  void listen() {
+    for (platform::Instant now{}; !silent_; now += 100ms) {
+      for (std::uint16_t minor = 0; minor < 10; ++minor) location_->hear(beaconFrame(kNetwork, 0, minor, -60), now);
+      location_->locate({.coordinate = {40.0 + static_cast<double>(now.count() % 90) * 1e-3, -3.0}}, now);
+      location_->advance(now);
+      std::this_thread::sleep_for(1ms);
+    }
+  }
+
+  const TemporaryFolder folder_;
+  const service::Certificate certificate_ = service::makeCertificate(BRIVANE_API_HOST, -1h, 1h);
+  service::Service service_{options(certificate_)};
+
+ public:
+  const std::shared_ptr<platform::CurlHTTPClient> curl =
+      std::make_shared<platform::CurlHTTPClient>(platform::CurlHTTPClient::Options{
+          .connectTo = std::string(BRIVANE_API_HOST) + ":443:127.0.0.1:" + std::to_string(service_.port()),
+          .caFile = folder_.write("ca.pem", certificate_.certificatePEM)});
+
+ private:
+  const std::shared_ptr<platform::LocationCore> location_ = std::make_shared<platform::LocationCore>(
+      platform::LocationCore::Options{.authorization = platform::kCLAuthorizationStatusAuthorizedAlways});
+  std::atomic<bool> silent_ = false;
+  std::thread radio_{[this] { listen(); }};
+};
+
+/// Hosts that do on any thread, and inside any call, whatever comes to their mind with managers that they share.
+class WildHosts {
+ public:
+  void act(unsigned choice) {
+    auto& slot = slots_.at(choice / 16 % slots_.size());
+    const auto manager = take(slot);
+    if (choice % 16 == 0) return put(slot, nullptr);
+    if (choice % 16 == 1 || !manager) return put(slot, BVManager::initWithDelegate(std::make_shared<Host>(*this)));
+    if (choice % 16 < 6) manager->startDetection();
+    if (choice % 16 == 6) manager->stopDetection();
+    if (choice % 16 == 7) manager->setDelegate(choice % 3 == 0 ? nullptr : std::make_shared<Host>(*this));
+    if (choice % 16 == 8) manager->setEnabledGPS(choice % 3 != 0);
+    if (choice % 16 == 9) manager->getNearestAtLat_andLng_insideRadius(40, -3, 10);
+    if (choice % 16 == 10) manager->setPayload_forWaybeacon({}, nullptr);
+    if (choice % 16 == 11) std::this_thread::sleep_for(2ms);
+    if (choice % 16 == 12) throw std::runtime_error("a host's own");
+    manager->isScanning();
+  }
+
+  /// A thread of a host's.
+  void live(unsigned seed, int steps) {
+    std::mt19937 random(seed);
+    for (int step = 0; step < steps; ++step) {
+      try {
+        act(static_cast<unsigned>(random()));
+      } catch (const std::runtime_error&) {
+      }
+    }
+  }
+
+ private:
+  class Host final : public BVManagerDelegate {
+   public:
+    explicit Host(WildHosts& all) : all_(all) {}
+
+   private:
+    void react() {
+      // Seldom something that makes more calls, or they would never end.
+      const unsigned call = all_.calls_++;
+      if (call % 8 == 0) all_.act(call / 8 * 2654435761U);
+    }
+    void didIsReady() override { react(); }
+    void didErrorFound(const std::shared_ptr<const BVError>& /*error*/) override { react(); }
+    void didBVMatch(const std::shared_ptr<const BVAPIResolve>& /*match*/) override { react(); }
+    void didNearestWaybeacons(const std::shared_ptr<const BVWaybeaconDistance::List>& /*places*/) override { react(); }
+
+    WildHosts& all_;
+  };
+  struct Slot {
+    std::mutex mutex;
+    std::shared_ptr<BVManager> manager;
+  };
+
+  static std::shared_ptr<BVManager> take(Slot& slot) {
+    const std::lock_guard lock(slot.mutex);
+    return slot.manager;
+  }
+  static void put(Slot& slot, std::shared_ptr<BVManager> manager) {
+    const std::lock_guard lock(slot.mutex);
+    std::swap(slot.manager, manager);
+  }
+
+  std::array<Slot, 2> slots_;
+  std::atomic<unsigned> calls_ = 0;
+};
+
+/// A host that only waits.
+class CalmHost final : public BVManagerDelegate {
+ public:
+  bool waitFor(bool CalmHost::*what) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, kNever, [&] { return this->*what; });
+  }
+  bool ready = false;
+  bool matched = false;
+
+ private:
+  void set(bool CalmHost::*what) {
+    const std::lock_guard lock(mutex_);
+    this->*what = true;
+    changed_.notify_all();
+  }
+  void didIsReady() override { set(&CalmHost::ready); }
+  void didErrorFound(const std::shared_ptr<const BVError>& /*error*/) override {}
+  void didBVMatch(const std::shared_ptr<const BVAPIResolve>& /*match*/) override { set(&CalmHost::matched); }
+  void didNearestWaybeacons(const std::shared_ptr<const BVWaybeaconDistance::List>& /*places*/) override {}
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+};
+
+/// Whether a new host gets ready and hears of a place. The service fails at times, so it may take several.
+bool worksForANewHost() {
+  for (int attempt = 0; attempt < 20; ++attempt) {
+    const auto host = std::make_shared<CalmHost>();
+    const auto manager = BVManager::initWithDelegate(host);
+    std::this_thread::sleep_for(attempt * 10ms);
+    if (manager->startDetection()) return host->waitFor(&CalmHost::ready) && host->waitFor(&CalmHost::matched);
+  }
+  return false;
+}
+
+TEST(Stress, HostsMayDoAnythingOnAnyThread) {
+  WildHosts hosts;
+  World world;
+  std::vector<std::thread> threads;
+  for (unsigned seed = 0; seed < 4; ++seed) threads.emplace_back([&hosts, seed] { hosts.live(seed, 500); });
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_TRUE(worksForANewHost());
+}
+
+TEST(Stress, AProcessMayEndInTheMiddleOfIt) {
+  EXPECT_EXIT(
+      {
+        auto* const hosts = new WildHosts;
+        new World;
+        for (unsigned seed = 0; seed < 4; ++seed) std::thread([=] { hosts->live(seed, 1'000'000); }).detach();
+        std::this_thread::sleep_for(200ms);
+        std::exit(7);
+      },
+      testing::ExitedWithCode(7), "");
+}
+
+/// The client's connections to `port` that a program would inherit.
+int inheritedConnections(std::uint16_t port) {
+  int count = 0;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    const int descriptor = std::stoi(entry.path().filename());
+    sockaddr_in peer{};
+    socklen_t size = sizeof peer;
+    const bool isConnection = getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) == 0 &&
+                              peer.sin_family == AF_INET && ntohs(peer.sin_port) == port;
+    if (isConnection && (fcntl(descriptor, F_GETFD) & FD_CLOEXEC) == 0) ++count;
+  }
+  return count;
+}
+
+TEST(Stress, AHostMayForkAndItsChildMayExit) {
+  WildHosts hosts;
+  World world;
+  std::thread thread([&hosts] { hosts.live(1, 500); });
+  for (int i = 0; i < 5; ++i) {
+    const pid_t child = fork();
+    if (child == 0) std::exit(3);  // as a child does whose program cannot be started
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(WEXITSTATUS(status), 3);
+  }
+  thread.join();
+  EXPECT_TRUE(worksForANewHost());
+  EXPECT_EQ(inheritedConnections(world.port()), 0);
+}
+
+}  // namespace
