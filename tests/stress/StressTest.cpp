@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,6 +10,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -41,36 +43,72 @@ class Credentials final : public platform::PropertyList {
   }
 };
 
-/// The library on real TLS and a radio that hears ten beacons of a street, until it is destroyed. Made once a process.
-class World {
+/// A service that knows a street, and fails at times; in a process of its own, as this one ends and forks.
+class Town {
  public:
-  World() {
-    platform::install({.http = curl,
-                       .json = std::make_shared<platform::SimdJSON>(),
-                       .preferences = std::make_shared<platform::KeyFilePreferences>(folder_.path() / "preferences"),
-                       .propertyList = std::make_shared<Credentials>(),
-                       .location = location_});
+  Town() {
+    int told[2];
+    if (pipe2(static_cast<int*>(told), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+    process_ = fork();
+    if (process_ == 0) serve(told[1]);
+    close(told[1]);
+    if (read(told[0], &port_, sizeof port_) != sizeof port_) throw std::runtime_error("no service");
+    close(told[0]);
   }
-  ~World() {
-    silent_ = true;
-    radio_.join();
-    curl->shutdown();
+  ~Town() {
+    kill(process_, SIGKILL);
+    waitpid(process_, nullptr, 0);
   }
-  World(const World&) = delete;
-  World& operator=(const World&) = delete;
+  Town(const Town&) = delete;
+  Town& operator=(const Town&) = delete;
 
-  std::uint16_t port() const { return service_.port(); }
+  std::uint16_t port() const { return port_; }
+  std::string file(const std::string& name) const { return folder_.path() / name; }
+  std::string certificateFile() const { return folder_.write("ca.pem", certificate_.certificatePEM); }
 
  private:
-  static service::Service::Options options(const service::Certificate& certificate) {
+  [[noreturn]] void serve(int toParent) const {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     service::Service::Options options;
-    options.certificate = certificate;
+    options.certificate = certificate_;
     options.apiHost = BRIVANE_API_HOST;
     options.endpoints.network = soak::Street::network();
     options.faults = {service::Fault::parse("drop=0.05"), service::Fault::parse("bad-json=0.05")};
-    return options;
+    const service::Service service(options);
+    const std::uint16_t port = service.port();
+    if (write(toParent, &port, sizeof port) != sizeof port) _exit(1);
+    for (;;) pause();
   }
 
+  const TemporaryFolder folder_;
+  const service::Certificate certificate_ = service::makeCertificate(BRIVANE_API_HOST, -1h, 1h);
+  pid_t process_ = 0;
+  std::uint16_t port_ = 0;
+};
+
+/// The library in the town, on real TLS, with a radio that hears ten beacons. Made once a process.
+class Phone {
+ public:
+  explicit Phone(const Town& town)
+      : curl_(std::make_shared<platform::CurlHTTPClient>(platform::CurlHTTPClient::Options{
+            .connectTo = std::string(BRIVANE_API_HOST) + ":443:127.0.0.1:" + std::to_string(town.port()),
+            .caFile = town.certificateFile()})),
+        radio_([this] { listen(); }) {
+    platform::install({.http = curl_,
+                       .json = std::make_shared<platform::SimdJSON>(),
+                       .preferences = std::make_shared<platform::KeyFilePreferences>(town.file("preferences")),
+                       .propertyList = std::make_shared<Credentials>(),
+                       .location = location_});
+  }
+  ~Phone() {
+    silent_ = true;
+    radio_.join();
+    curl_->shutdown();
+  }
+  Phone(const Phone&) = delete;
+  Phone& operator=(const Phone&) = delete;
+
+ private:
   void listen() {
     for (platform::Instant now{}; !silent_; now += 100ms) {
       for (std::uint16_t minor = 0; minor < 10; ++minor) location_->hear(beaconFrame(kNetwork, 0, minor, -60), now);
@@ -80,21 +118,11 @@ class World {
     }
   }
 
-  const TemporaryFolder folder_;
-  const service::Certificate certificate_ = service::makeCertificate(BRIVANE_API_HOST, -1h, 1h);
-  service::Service service_{options(certificate_)};
-
- public:
-  const std::shared_ptr<platform::CurlHTTPClient> curl =
-      std::make_shared<platform::CurlHTTPClient>(platform::CurlHTTPClient::Options{
-          .connectTo = std::string(BRIVANE_API_HOST) + ":443:127.0.0.1:" + std::to_string(service_.port()),
-          .caFile = folder_.write("ca.pem", certificate_.certificatePEM)});
-
- private:
+  const std::shared_ptr<platform::CurlHTTPClient> curl_;
   const std::shared_ptr<platform::LocationCore> location_ = std::make_shared<platform::LocationCore>(
       platform::LocationCore::Options{.authorization = platform::kCLAuthorizationStatusAuthorizedAlways});
   std::atomic<bool> silent_ = false;
-  std::thread radio_{[this] { listen(); }};
+  std::thread radio_;
 };
 
 /// Hosts that do on any thread, and inside any call, whatever comes to their mind with managers that they share.
@@ -201,18 +229,20 @@ bool worksForANewHost() {
 
 TEST(Stress, HostsMayDoAnythingOnAnyThread) {
   WildHosts hosts;
-  World world;
+  const Town town;
+  const Phone phone(town);
   std::vector<std::thread> threads;
-  for (unsigned seed = 0; seed < 4; ++seed) threads.emplace_back([&hosts, seed] { hosts.live(seed, 500); });
+  for (unsigned seed = 0; seed < 4; ++seed) threads.emplace_back([&hosts, seed] { hosts.live(seed, 2000); });
   for (std::thread& thread : threads) thread.join();
   EXPECT_TRUE(worksForANewHost());
 }
 
 TEST(Stress, AProcessMayEndInTheMiddleOfIt) {
+  const Town town;
   EXPECT_EXIT(
       {
         auto* const hosts = new WildHosts;
-        new World;
+        new Phone(town);
         for (unsigned seed = 0; seed < 4; ++seed) std::thread([=] { hosts->live(seed, 1'000'000); }).detach();
         std::this_thread::sleep_for(200ms);
         std::exit(7);
@@ -236,7 +266,8 @@ int inheritedConnections(std::uint16_t port) {
 
 TEST(Stress, AHostMayForkAndItsChildMayExit) {
   WildHosts hosts;
-  World world;
+  const Town town;
+  const Phone phone(town);
   std::thread thread([&hosts] { hosts.live(1, 500); });
   for (int i = 0; i < 5; ++i) {
     const pid_t child = fork();
@@ -247,7 +278,7 @@ TEST(Stress, AHostMayForkAndItsChildMayExit) {
   }
   thread.join();
   EXPECT_TRUE(worksForANewHost());
-  EXPECT_EQ(inheritedConnections(world.port()), 0);
+  EXPECT_EQ(inheritedConnections(town.port()), 0);
 }
 
 }  // namespace
