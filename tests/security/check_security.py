@@ -27,8 +27,9 @@ class Security(unittest.TestCase):
             for claim in (r"Type: +DYN \(Pos", r"GNU_RELRO", r"FLAGS.*NOW", r"GNU_STACK .* RW +0x"):
                 self.assertRegex(shown, claim, program)
             symbols = output_of("nm", "--undefined-only", program)
-            for claim in (r"__stack_chk_fail", r"__\w+_chk(@|$)"):
-                self.assertRegex(symbols, re.compile(claim, re.MULTILINE), program)
+            self.assertIn("__stack_chk_fail", symbols, program)
+            if os.environ["BRIVANE_HARDENED"] == "GNU":  # Clang finds no call here that the C library would check
+                self.assertRegex(symbols, r"__\w+_chk@", program)
             if os.uname().machine == "x86_64":
                 main = output_of("objdump", "--disassemble=main", "--no-show-raw-insn", program)
                 self.assertIn("endbr64", main, program)
