@@ -4,10 +4,6 @@
 
 namespace {
 
-using platform::CLBeacon;
-
-const char* const kKnown = R"({"status":true,"beacon":{"match":"m","rssi":-50}})";
-
 class Manager : public testing::Test {
  protected:
   /// A manager that is logged in and synced, with what led there forgotten.
@@ -21,20 +17,6 @@ class Manager : public testing::Test {
   void forget() {
     services.take();
     services.requests.clear();
-  }
-
-  CLBeacon beacon(std::int32_t major, std::int32_t minor) const {
-    return {.proximityUUID = platform::UUID::initWithUUIDString(BVNetwork::proximityUUID()).value(),
-            .major = major,
-            .minor = minor,
-            .rssi = -60};
-  }
-
-  /// What a ranging report leads to.
-  std::string range(BVManager& manager, const std::vector<CLBeacon>& beacons) {
-    services.take();
-    manager.locationManager_didRangeBeacons_inRegion(services, beacons, *manager.getRegion());
-    return services.take();
   }
 
   FakeServices& services = FakeServices::get();
@@ -85,16 +67,6 @@ TEST_F(Manager, BecomesReadyWithTheSyncReply) {
   EXPECT_EQ(services.take(), R"(DATA: {"offline":1,"pubkey":"k"}|Sync done|Received sync callback!!!|-> Status: 0|)"
                              "-> Offline: 1|-> Internal: 0|-> Public key: k");
   EXPECT_EQ(host->ready, 1);
-  manager->locationManager_didChangeAuthorizationStatus(services, 3);
-  EXPECT_EQ(host->ready, 1);
-  // A second manager takes over and is told again.
-  services.offersAlways = false;
-  services.take();
-  const auto second = BVManager::initWithDelegate(host);
-  EXPECT_EQ(services.take(), "Init with delegate!|API Key: key - API Secret: secret|>create|>delegate");
-  EXPECT_EQ(second->getRegion(), manager->getRegion());
-  services.replyToLoginAndSync();
-  EXPECT_EQ(host->ready, 2);
 }
 
 TEST_F(Manager, LogsDatesInUniversalTime) {
@@ -107,33 +79,19 @@ TEST_F(Manager, LogsDatesInUniversalTime) {
   }
 }
 
-TEST_F(Manager, AsksOnceAndThenAnswersFromTheCache) {
-  const auto manager = BVManager::initWithDelegate(host);
-  const std::string heard = "Ranging beacons ok|-> Major: 1 - Minor: 2";
-  EXPECT_EQ(range(*manager, {}), "Ranging beacons ok");
-  EXPECT_EQ(range(*manager, {beacon(1, 2)}), heard);  // before the sync: nothing more
-  services.replyToLoginAndSync();
-  forget();
-  EXPECT_EQ(range(*manager, {beacon(1, 2), beacon(65535, 65535)}),
-            heard + "|Cache miss, goes to API|Resolving...|-> Major: 65535 - Minor: 65535");
-  ASSERT_EQ(services.requests.size(), 1U);
-  EXPECT_EQ(FakeServices::fields(services.requests.front())["rssi"], "-60");
-  services.reply(kKnown);
-  EXPECT_EQ(range(*manager, {beacon(1, 2)}), heard + "|Cache hit|Received resolve!!!");
-  ASSERT_EQ(host->matches.size(), 2U);
-  EXPECT_EQ(host->matches[0], host->matches[1]);  // the same object, the service's rssi in it
-  EXPECT_EQ(host->matches[1]->rssi(), -50);
-
-  // A later reply for the key replaces the record; one without a delegate is cached all the same.
-  manager->setDelegate(nullptr);
+TEST_F(Manager, TellsTheHostTheCachedRecordWhicheverCameLast) {
+  const auto manager = synced();
   const auto request = BVAPIResolveRequest::initWithUUID_withMajor_withMinor(BVNetwork::proximityUUID(), 1, 2);
-  const auto replacement = BVAPIResolve::parse("{}");
-  manager->receivedResolve_forRequest(replacement, request);
+  manager->setDelegate(nullptr);
+  for (const char* body : {"{}", R"({"rssi":-50})"}) {
+    manager->receivedResolve_forRequest(BVAPIResolve::parse(body), request);
+  }
   manager->setDelegate(host);
   manager->receivedResolve_forRequest(nullptr, request);  // handed on, not cached
   EXPECT_EQ(host->matches.back(), nullptr);
-  range(*manager, {beacon(1, 2)});
-  EXPECT_EQ(host->matches.back(), replacement);
+  const platform::CLBeacon heard{.proximityUUID = manager->getRegion()->proximityUUID(), .major = 1, .minor = 2};
+  manager->locationManager_didRangeBeacons_inRegion(services, {heard}, *manager->getRegion());
+  EXPECT_EQ(host->matches.back()->rssi(), -50);
   EXPECT_THROW(manager->setLocationManager(nullptr), std::invalid_argument);
 }
 
