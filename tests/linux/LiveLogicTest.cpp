@@ -136,28 +136,25 @@ TEST(BlueZDevices, CountsSightingsAndNothingElse) {
 
 TEST(Permission, FollowsWhatIsGranted) {
   using Grant = PositionGrant;
-  struct Row {
-    bool withPositions, asked;
-    std::optional<bool> bluetoothRefused;
-    Grant positions;
-    int status;
-  };
-  const Row rows[] = {
-      {false, false, false, Grant::kPending, 0}, {false, true, std::nullopt, Grant::kPending, 0},
-      {false, true, false, Grant::kPending, 3},  {false, true, true, Grant::kPending, 2},
-      {true, true, false, Grant::kPending, 0},   {true, true, false, Grant::kGranted, 3},
-      {true, true, false, Grant::kDenied, 2},    {true, true, false, Grant::kRestricted, 1},
-      {true, true, true, Grant::kGranted, 2},    {true, true, false, Grant::kSwitchedOff, 3},
-  };
-  for (const Row& row : rows) {
-    LocationPermission permission(row.withPositions);
-    if (row.asked) permission.ask();
-    if (row.bluetoothRefused) permission.setBluetoothRefused(*row.bluetoothRefused);
-    permission.setPositions(row.positions);
+  const auto statusOf = [](bool withPositions, Grant positions, std::optional<bool> bluetoothRefused = false) {
+    LocationPermission permission(withPositions);
+    EXPECT_EQ(permission.current().status, 0);  // nobody has asked
+    permission.ask();
+    if (bluetoothRefused) permission.setBluetoothRefused(*bluetoothRefused);
+    permission.setPositions(positions);
     permission.setPositions(Grant::kPending);  // nothing new
-    EXPECT_EQ(permission.current().status, row.status) << &row - rows;
-    EXPECT_EQ(permission.current().servicesEnabled, row.positions != Grant::kSwitchedOff) << &row - rows;
-  }
+    EXPECT_EQ(permission.current().servicesEnabled, positions != Grant::kSwitchedOff);
+    return permission.current().status;
+  };
+  EXPECT_EQ(statusOf(false, Grant::kPending, std::nullopt), 0);
+  EXPECT_EQ(statusOf(false, Grant::kPending), 3);
+  EXPECT_EQ(statusOf(false, Grant::kPending, true), 2);
+  EXPECT_EQ(statusOf(true, Grant::kPending), 0);
+  EXPECT_EQ(statusOf(true, Grant::kGranted), 3);
+  EXPECT_EQ(statusOf(true, Grant::kDenied), 2);
+  EXPECT_EQ(statusOf(true, Grant::kRestricted), 1);
+  EXPECT_EQ(statusOf(true, Grant::kGranted, true), 2);
+  EXPECT_EQ(statusOf(true, Grant::kSwitchedOff), 3);
 }
 
 TEST(GeoClue, ReadsRefusalsAndPositions) {

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cmath>
 #include <functional>
 #include <map>
@@ -11,8 +10,8 @@
 #include <thread>
 
 #include "platform/location/Distance.h"
+#include "platform/location/IBeaconFrame.h"
 #include "platform/location/LocationCore.h"
-#include "platform/location/RangingWindow.h"
 #include "tests/location/Frames.h"
 #include "tests/location/RecordingDelegate.h"
 
@@ -39,35 +38,12 @@ TEST(Frame, IsAnIBeaconOfTheRightSizeOrNothing) {
   }
 }
 
-TEST(Ranging, ReportsMeansNearestFirstAndSilentOnesLast) {
-  RangingWindow window(0s);
-  const auto hear = [&window](std::uint16_t minor, int rssi, Instant at) {
-    window.hear(*IBeaconFrame::parse(beaconFrame(kNetwork, 1, minor, rssi)), rssi, at);
-  };
-  const auto report = [&window] {
-    std::ostringstream text;
-    for (const CLBeacon& beacon : window.report()) {
-      text << beacon.minor << ':' << beacon.rssi << ':' << beacon.proximity << ' ';
-    }
-    return text.str();
-  };
-  EXPECT_EQ(report(), "");
-  hear(1, -80, 1100ms);
-  hear(1, -70, 1200ms);
-  hear(2, -60, 1300ms);
-  hear(3, 127, 1400ms);  // there, but without a reading
-  hear(4, -50, 1500ms);
-  EXPECT_EQ(report(), "4:-50:1 2:-60:2 1:-75:3 3:0:0 ");
-  hear(1, -90, 2500ms);
-  EXPECT_EQ(report(), "1:-90:3 2:0:0 3:0:0 4:0:0 ");
-  for (int second = 4; second <= 6; ++second) report();
-  EXPECT_EQ(report(), "1:0:0 ");
-  EXPECT_EQ(report(), "");
-}
-
 TEST(Distances, AreWhatTheyAreOnTheGround) {
   EXPECT_DOUBLE_EQ(estimatedDistance(-59, -59), 1.0);
   EXPECT_NEAR(estimatedDistance(-59, -84), 10.0, 1e-9);
+  EXPECT_EQ(proximityAt(0.49), 1);
+  EXPECT_EQ(proximityAt(3.9), 2);
+  EXPECT_EQ(proximityAt(4.0), 3);
   EXPECT_NEAR(distanceBetween({0, 0}, {0, 1}), 111195, 1);
   EXPECT_NEAR(distanceBetween({0, 179.5}, {0, -179.5}), 111195, 1);
   EXPECT_NEAR(distanceBetween({90, 0}, {-90, 77}), 20015114, 1);
@@ -81,7 +57,8 @@ class Core : public testing::Test {
   }
 
   /// Plays words one by one and gives what the delegate heard, each behind its word. "2.5" lets that time come, at
-  /// "2.5+" the beacon is heard, "@0.1" is a position on that latitude; the others are deeds.
+  /// "2.5+" the beacon is heard, "2.5+7/-60" is another and its strength, "@0.1" is a position on that latitude; the
+  /// others are deeds.
   std::string play(const std::string& script) {
     std::istringstream words(script);
     while (words >> word) {
@@ -91,7 +68,14 @@ class Core : public testing::Test {
         core.locate({.coordinate = {std::stod(word.substr(1)), 0}, .horizontalAccuracy = 5}, now);
       } else {
         now = std::chrono::milliseconds(std::lround(std::stod(word) * 1000));
-        if (word.back() == '+') core.hear(beaconFrame(kNetwork, 1, 1, -60), now);
+        const std::size_t plus = word.find('+');
+        const std::size_t slash = word.find('/');
+        if (slash != std::string::npos) {
+          const auto minor = static_cast<std::uint16_t>(std::stoi(word.substr(plus + 1)));
+          core.hear(beaconFrame(kNetwork, 1, minor, std::stoi(word.substr(slash + 1))), now);
+        } else if (plus != std::string::npos) {
+          core.hear(beaconFrame(kNetwork, 1, 1, -60), now);
+        }
         core.advance(now);
       }
     }
@@ -150,6 +134,12 @@ TEST_F(Core, LeavesARegionAfterAWholeExitPeriodOfSilence) {
             "0:auth0 30:state2 100+:enter 100+:state1 610:exit 610:state2 612+:enter 612+:state1 730:exit 730:state2");
 }
 
+TEST_F(Core, RangesMeansNearestFirstAndSilentOnesLast) {
+  EXPECT_EQ(
+      play("0 range 0 0.1+1/-80 0.2+1/-70 0.3+2/-60 0.4+3/127 0.5+4/-50 1 1.5+1/-90 2 5 6 7"),
+      "0:auth0 1:range-50,-60,-75,0 2:range-90,0,0,0 5:range0,0,0,0 5:range0,0,0,0 5:range0,0,0,0 6:range0 7:range");
+}
+
 TEST_F(Core, BeginsAtTheTimeThatIsFedNext) {
   EXPECT_EQ(play("1 monitor range 1000 1001 unrange 1030"), "1:auth0 1001:range 1030:state2");
 }
@@ -190,21 +180,15 @@ TEST_F(Core, OutlivesWhatDelegatesDo) {
 }
 
 TEST_F(Core, IsAskedOnOneThreadAndFedOnAnother) {
-  std::atomic<bool> over = false;
-  std::thread asking([&] {
-    while (!over) {
-      manager->startMonitoringForRegion(region);
-      manager->startRangingBeaconsInRegion(region);
-      manager->stopMonitoringForRegion(*region);
-      manager->stopRangingBeaconsInRegion(*region);
+  std::jthread asking([this](const std::stop_token& end) {
+    while (!end.stop_requested()) {
+      for (const char* deed : {"monitor", "range", "unmonitor", "unrange"}) deeds.at(deed)();
     }
   });
   for (int i = 0; i < 20000; ++i) {
     core.hear(beaconFrame(kNetwork, 1, 1, -60), Instant(i));
     core.setScanning(i % 2 == 0, Instant(i));
   }
-  over = true;
-  asking.join();
   EXPECT_TRUE(listener->take().starts_with(":auth0"));
 }
 
