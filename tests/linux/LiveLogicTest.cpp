@@ -78,8 +78,8 @@ TEST(BlueZDiscovery, KeepsItselfRunning) {
        "70:renew 70:filter 70:start + 150:renew 150:filter 150:start + 310:renew 310:filter 310:start + "
        "630:renew 630:filter 630:start + 950:renew 950:filter 950:start + "},
       // Something heard ends that.
-      {"0:on 29:heard 35:heard 46:end",
-       "0:filter 0:start + 10:stop 10:filter 10:start + 45:stop 45:filter 45:start + "},
+      {"0:on 29:heard 35:heard 66:end",
+       "0:filter 0:start + 10:stop 10:filter 10:start + 45:stop 45:filter 45:start + 65:renew 65:filter 65:start + "},
       // BlueZ's word that it stopped is checked soon, unless something is heard.
       {"0:on 1:idle 4:end", "0:filter 0:start + 3:stop 3:filter 3:start + "},
       {"0:on 1:idle 2:heard 11:end", "0:filter 0:start + "},

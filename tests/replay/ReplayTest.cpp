@@ -8,6 +8,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include "platform/replay/BtsnoopReader.h"
 #include "platform/replay/BtsnoopWriter.h"
@@ -89,10 +90,7 @@ TEST(Btsnoop, ReadsEveryFramingAndNamesTheFaultAndItsPlace) {
   const TemporaryFolder folder;
   const std::string heard = "1:76.1.7.-70.5 ";
   const std::string good = header(2001) + record(0x10003, legacy(kData));
-  struct Row {
-    std::string capture, contents;
-  };
-  const Row rows[] = {
+  const std::pair<std::string, std::string> rows[] = {
       {good, heard},
       {header(1001) + record(2, legacy(kData)) + record(3, extended("00")), heard},
       {header(1002) + record(2, "01030c00") + record(3, "04" + legacy(kData)), heard},
@@ -239,6 +237,7 @@ TEST(Lockstep, SendsOneAtATimeInOrderOnceReleased) {
   ask("b", [] { throw std::runtime_error("b"); });
   ask("c", [] {});
   EXPECT_EQ(slow->sent, "");
+  client.release();
   client.release();
   EXPECT_EQ(slow->sent, "a");
   endOne();
