@@ -45,12 +45,12 @@ class Machine:
         self.folder.cleanup()
 
     def start_bus(self):
-        self.spawn("bus", "dbus-daemon", f"--config-file={self.folder.name}/bus.conf", "--nofork", "--print-address")
+        self.spawn("bus", "dbus-daemon", f"--config-file={self.folder.name}/bus.conf", "--nofork", "--print-address",
+                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         self.processes["bus"].stdout.readline()  # it listens by now
 
-    def spawn(self, name, *command):
-        output = subprocess.PIPE if name == "bus" else subprocess.DEVNULL
-        self.processes[name] = subprocess.Popen(command, env=self.environment, stdout=output)
+    def spawn(self, name, *command, stdout=subprocess.DEVNULL, stderr=None):
+        self.processes[name] = subprocess.Popen(command, env=self.environment, stdout=stdout, stderr=stderr)
 
     def kill(self, name):
         process = self.processes.pop(name)

@@ -22,12 +22,10 @@ using namespace platform;
 
 TEST(Frame, IsAnIBeaconOfTheRightSizeOrNothing) {
   const Advertisement good = beaconFrame(kNetwork, 0x0102, 0xFFFE, -60);
-  const auto frame = IBeaconFrame::parse(good);
-  ASSERT_TRUE(frame);
-  EXPECT_EQ(frame->identity.uuid, kNetwork);
-  EXPECT_EQ(frame->identity.major, 0x0102);
-  EXPECT_EQ(frame->identity.minor, 0xFFFE);
-  EXPECT_EQ(frame->measuredPower, -59);
+  const auto frame = IBeaconFrame::parse(good).value();
+  EXPECT_EQ(frame.identity.uuid, kNetwork);
+  EXPECT_EQ(frame.identity.major << 16 | frame.identity.minor, 0x0102FFFE);
+  EXPECT_EQ(frame.measuredPower, -59);
   const std::function<void(Advertisement&)> spoilers[] = {
       [](auto& a) { a.company = 0x004D; }, [](auto& a) { a.data[0] = 0x03; },    [](auto& a) { a.data[1] = 0x16; },
       [](auto& a) { a.data.pop_back(); },  [](auto& a) { a.data.push_back(0); }, [](auto& a) { a.data.clear(); }};
