@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <sstream>
 #include <string>
 
 #include "platform/linux/BlueZDevices.h"
@@ -15,224 +16,168 @@ using namespace platform;
 
 Variant parse(const std::string& text) { return Variant(g_variant_ref_sink(g_variant_new_parsed(text.c_str()))); }
 
-/// What a discovery calls at each time at which something happens to it: "3:stop" for a call three seconds
-/// after the beginning; a "+" stands behind the time while it listens.
+/// What a discovery calls while events happen to it: "3:stop" for a call three seconds after the beginning; a "+"
+/// stands behind a call since which it listens. An event stands behind its second as well: the adapter is "on" or
+/// "off", something is "heard", BlueZ says that it is "idle". "start=busy" is how each start ends from there on;
+/// after a start that is "quiet" BlueZ does not say that it discovers.
 class Story {
  public:
-  using Outcome = BlueZDiscovery::Outcome;
-
-  explicit Story(std::map<std::string, Outcome> outcomes) : outcomes_(std::move(outcomes)) {}
-
-  Story& usable(bool usable, Instant at) {
-    passUntil(at);
-    discovery_.setUsable(usable, at);
-    return settle(at);
-  }
-  Story& hear(Instant at) {
-    passUntil(at);
-    discovery_.hear(at);
-    return settle(at);
-  }
-  Story& discovering(bool discovering, Instant at) {
-    passUntil(at);
-    discovery_.setDiscovering(discovering, at);
-    return settle(at);
-  }
-  /// BlueZ never says that it discovers.
-  Story& saysNothing() {
-    saysSo_ = false;
-    return *this;
-  }
-  Story& succeed() {
-    outcomes_.clear();
-    return *this;
-  }
-  std::string until(Instant end) {
-    passUntil(end);
+  std::string tell(const std::string& events) {
+    std::istringstream words(events);
+    for (std::string word; words >> word;) {
+      const std::size_t equals = word.find('=');
+      if (equals != std::string::npos) {
+        endings_[word.substr(0, equals)] = word.substr(equals + 1);
+      } else {
+        happen(word.substr(word.find(':') + 1), std::chrono::seconds(std::stoi(word)));
+      }
+    }
     return told_;
   }
 
  private:
-  void passUntil(Instant end) {
-    for (auto due = discovery_.deadline(); due && *due <= end; due = discovery_.deadline()) settle(*due);
+  void happen(const std::string& event, Instant at) {
+    for (auto due = discovery_.deadline(); due && *due <= at; due = discovery_.deadline()) settle(*due);
+    if (event == "on" || event == "off") discovery_.setUsable(event == "on", at);
+    if (event == "heard") discovery_.hear(at);
+    if (event == "idle") discovery_.setDiscovering(false, at);
+    settle(at);
   }
-  Story& settle(Instant now) {
-    static const std::map<BlueZDiscovery::Call, std::string> names = {
-        {BlueZDiscovery::Call::kSetFilter, "filter"},
-        {BlueZDiscovery::Call::kStart, "start"},
-        {BlueZDiscovery::Call::kStop, "stop"},
-        {BlueZDiscovery::Call::kRenewConnection, "renew"}};
+  void settle(Instant now) {
+    using Outcome = BlueZDiscovery::Outcome;
+    static const std::map<std::string, Outcome> outcomes = {
+        {"", Outcome::kDone},     {"quiet", Outcome::kDone},      {"busy", Outcome::kBusy},
+        {"lost", Outcome::kLost}, {"refused", Outcome::kRefused}, {"failed", Outcome::kFailed}};
+    static const char* const names[] = {"filter", "start", "stop", "renew"};
     while (const auto call = discovery_.next(now)) {
-      const std::string& name = names.at(*call);
+      const std::string name = names[static_cast<int>(*call)];
       told_ += std::to_string(now / 1s) + ":" + name + " ";
       if (name == "renew") {
         discovery_.setUsable(false, now);
         discovery_.setUsable(true, now);
-      } else {
-        discovery_.finish(outcomes_.contains(name) ? outcomes_.at(name) : Outcome::kDone, now);
-        if (name == "start" && saysSo_) discovery_.setDiscovering(true, now);
+        continue;
       }
+      discovery_.finish(outcomes.at(endings_[name]), now);
+      if (name == "start" && endings_[name].empty()) discovery_.setDiscovering(true, now);
       if (discovery_.isListening()) told_ += "+ ";
     }
-    return *this;
   }
 
-  std::map<std::string, Outcome> outcomes_;
-  bool saysSo_ = true;
+  std::map<std::string, std::string> endings_;
   BlueZDiscovery discovery_;
   std::string told_;
 };
 
 TEST(BlueZDiscovery, KeepsItselfRunning) {
-  using Outcome = Story::Outcome;
-  // Nothing without power; the filter first, then the start; gone with the power and back with it.
-  EXPECT_EQ(Story({}).usable(true, 1s).hear(5s).usable(false, 7s).usable(true, 9s).until(18s),
-            "1:filter 1:start + 9:filter 9:start + ");
-  // Silence: stop and start, then a new connection each time, twice as long apart, at most 320 seconds.
-  EXPECT_EQ(Story({}).usable(true, 0s).until(1000s),
-            "0:filter 0:start + 10:stop 10:filter 10:start + 30:renew 30:filter 30:start + "
-            "70:renew 70:filter 70:start + 150:renew 150:filter 150:start + 310:renew 310:filter 310:start + "
-            "630:renew 630:filter 630:start + 950:renew 950:filter 950:start + ");
-  // Something heard ends that.
-  EXPECT_EQ(Story({}).usable(true, 0s).hear(29s).hear(35s).until(46s),
-            "0:filter 0:start + 10:stop 10:filter 10:start + 45:stop 45:filter 45:start + ");
-  // BlueZ's word that it stopped is checked soon, unless something is heard.
-  EXPECT_EQ(Story({}).usable(true, 0s).discovering(false, 1s).until(4s),
-            "0:filter 0:start + 3:stop 3:filter 3:start + ");
-  EXPECT_EQ(Story({}).usable(true, 0s).discovering(false, 1s).hear(2s).until(11s), "0:filter 0:start + ");
-  EXPECT_EQ(Story({}).saysNothing().usable(true, 0s).until(20s),
-            "0:filter 0:start + 2:stop 2:filter 2:start + 6:renew 6:filter 6:start + 14:renew 14:filter 14:start + ");
-  // An answer that is lost: on a new connection.
-  EXPECT_EQ(Story({{"start", Outcome::kLost}}).usable(true, 3s).succeed().until(4s),
-            "3:filter 3:start 3:renew 3:filter 3:start + ");
-  // What a stop answers is of no interest.
-  EXPECT_EQ(Story({{"stop", Outcome::kFailed}}).usable(true, 0s).discovering(false, 0s).until(2s),
-            "0:filter 0:start + 2:stop 2:filter 2:start + ");
+  const std::pair<const char*, const char*> rows[] = {
+      // Nothing without power; the filter first, then the start; gone with the power and back with it.
+      {"1:on 5:heard 7:off 9:on 18:end", "1:filter 1:start + 9:filter 9:start + "},
+      // Silence: stop and start, then a new connection each time, twice as long apart, at most 320 seconds.
+      {"0:on 1000:end",
+       "0:filter 0:start + 10:stop 10:filter 10:start + 30:renew 30:filter 30:start + "
+       "70:renew 70:filter 70:start + 150:renew 150:filter 150:start + 310:renew 310:filter 310:start + "
+       "630:renew 630:filter 630:start + 950:renew 950:filter 950:start + "},
+      // Something heard ends that.
+      {"0:on 29:heard 35:heard 66:end",
+       "0:filter 0:start + 10:stop 10:filter 10:start + 45:stop 45:filter 45:start + 65:renew 65:filter 65:start + "},
+      // BlueZ's word that it stopped is checked soon, unless something is heard.
+      {"0:on 1:idle 4:end", "0:filter 0:start + 3:stop 3:filter 3:start + "},
+      {"0:on 1:idle 2:heard 11:end", "0:filter 0:start + "},
+      {"start=quiet 0:on 7:end", "0:filter 0:start + 2:stop 2:filter 2:start + 6:renew 6:filter 6:start + "},
+      // An answer that is lost: on a new connection. What a stop answers is of no interest.
+      {"start=lost 3:on start= 4:end", "3:filter 3:start 3:renew 3:filter 3:start + "},
+      {"stop=failed 0:on 0:idle 2:end", "0:filter 0:start + 2:stop 2:filter 2:start + "},
+      // Refused: seldom. Failed: ever more seldom.
+      {"filter=refused 0:on 60:end", "0:filter 30:filter 60:filter "},
+      {"filter=failed 0:on 50:end", "0:filter 0:filter 1:filter 3:filter 7:filter 15:filter 31:filter 47:filter "},
+  };
+  for (const auto& [events, told] : rows) EXPECT_EQ(Story().tell(events), told) << events;
   // Busy: each half second, after ten a new connection.
-  const std::string busy = Story({{"start", Outcome::kBusy}}).usable(true, 0s).until(10s);
-  EXPECT_EQ(busy.substr(0, 54), "0:filter 0:start 0:filter 0:start 1:filter 1:start 1:f");
+  const std::string busy = Story().tell("start=busy 0:on 10:end");
+  EXPECT_TRUE(busy.starts_with("0:filter 0:start 0:filter 0:start 1:filter 1:start 1:f")) << busy;
   EXPECT_TRUE(busy.ends_with("9:filter 9:start 10:renew 10:filter 10:start ")) << busy;
-  // Refused: seldom. Failed: ever more seldom.
-  EXPECT_EQ(Story({{"filter", Outcome::kRefused}}).usable(true, 0s).until(60s), "0:filter 30:filter 60:filter ");
-  EXPECT_EQ(Story({{"start", Outcome::kFailed}}).usable(true, 0s).succeed().until(9s),
-            "0:filter 0:start 0:filter 0:start + ");
-  EXPECT_EQ(Story({{"filter", Outcome::kFailed}}).usable(true, 0s).until(50s),
-            "0:filter 0:filter 1:filter 3:filter 7:filter 15:filter 31:filter 47:filter ");
 }
 
 TEST(BlueZDevices, CountsSightingsAndNothingElse) {
-  const std::string uuid = "0x5c,0x8e,0x3d,0x7a,0x41,0xb2,0x4f,0x60,0x9e,0x0b,0x27,0xd1,0xa6,0xc4,0xf3,0x85";
-  const std::string frame = "[byte 0x02,0x15," + uuid + ",0,1,0,2,0xc5]";
+  const std::string frame =
+      "<[byte 0x02,0x15,0x5c,0x8e,0x3d,0x7a,0x41,0xb2,0x4f,0x60,0x9e,0x0b,0x27,0xd1,0xa6,0xc4,0xf3,0x85,0,1,0,2,0xc5]>";
   const auto data = [](const std::string& entries) { return "'ManufacturerData': <@a{qv} {" + entries + "}>"; };
-  const std::string good = data("76: <" + frame + ">");
-  struct Row {
-    const char* what;
-    std::string changed;
-    std::string invalidated;
-    std::string heard;
-  };
-  const Row rows[] = {
-      {"both, as BlueZ sends each frame", good + ", 'RSSI': <int16 -60>", "", "-60"},
-      {"the same again", good + ", 'RSSI': <int16 -60>", "", "-60"},
-      {"only the strength", "'RSSI': <int16 -61>", "", "-61"},
-      {"only the frame", good, "", "-61"},
-      {"the end of discovery", "", "'RSSI', 'TxPower'", ""},
-      {"a frame behind that", good, "", "0"},
-      {"something else", "'Connected': <true>", "", ""},
-      {"a strength of the wrong type", "'RSSI': <'-60'>", "", ""},
-      {"another company beside", data("6: <[byte 1]>, 76: <" + frame + ">"), "", "0"},
-      {"another company alone", data("6: <" + frame + ">"), "", ""},
-      {"a strength behind that", "'RSSI': <int16 -62>", "", ""},
-      {"a frame too short", data("76: <[byte 2, 0x15, 1]>"), "", ""},
-      {"data of the wrong type", data("76: <'text'>"), "", ""},
-      {"no data", data(""), "", ""},
-      {"another type altogether", "'ManufacturerData': <'text'>", "", ""},
-  };
+  const std::string good = data("76: " + frame);
   BlueZDevices devices;
   const std::string path = "/org/bluez/hci0/dev_C0_01_02_0A_0b_FF";
   const auto textOf = [](const std::optional<Advertisement>& heard) {
-    return heard ? std::to_string(heard->rssi) : "";
+    return heard ? std::to_string(heard->rssi) + "/" + std::to_string(heard->address[3]) : "";
   };
-  for (const Row& row : rows) {
-    const auto heard =
-        devices.change(path, parse("@a{sv} {" + row.changed + "}").get(), parse("@as [" + row.invalidated + "]").get());
-    EXPECT_EQ(textOf(heard), row.heard) << row.what;
-    if (!heard) continue;
-    EXPECT_EQ(heard->data.size(), 23U);
-    EXPECT_EQ(heard->address, (std::array<std::uint8_t, 6>{0xC0, 1, 2, 10, 11, 255}));
-  }
+  const auto change = [&](const std::string& changed, const std::string& invalidated) {
+    return textOf(
+        devices.change(path, parse("@a{sv} {" + changed + "}").get(), parse("@as [" + invalidated + "]").get()));
+  };
+  struct Row {
+    std::string changed, invalidated, heard;
+  };
+  const Row rows[] = {
+      {good + ", 'RSSI': <int16 -60>", "", "-60/10"},
+      {"'RSSI': <int16 -61>", "", "-61/10"},
+      {good, "", "-61/10"},
+      {"", "'RSSI', 'TxPower'", ""},  // the end of discovery
+      {good, "", "0/10"},
+      {"'Connected': <true>", "", ""},
+      {data("6: <[byte 1]>, 76: " + frame), "", "0/10"},
+      {data("6: " + frame), "", ""},
+      {"'RSSI': <int16 -62>", "", ""},  // nothing is left that it could be of
+  };
+  for (const Row& row : rows) EXPECT_EQ(change(row.changed, row.invalidated), row.heard) << row.changed;
   const Variant found = parse("{" + good + ", 'RSSI': <int16 -50>}");
-  const Variant stronger = parse("{'RSSI': <int16 -49>}");
-  const Variant none = parse("@as []");
-  devices.know(path, found.get());
-  EXPECT_EQ(textOf(devices.change(path, stronger.get(), none.get())), "-49");
+  EXPECT_EQ(textOf(devices.find(path, found.get())), "-50/10");
   devices.forget(path);
-  EXPECT_FALSE(devices.change(path, stronger.get(), none.get()));
-  EXPECT_EQ(textOf(devices.find(path, found.get())), "-50");
-  EXPECT_FALSE(devices.find("/x", parse("@a{sv} {}").get()));
-  EXPECT_EQ(devices.find("/org/bluez/hci0/dev_nonsense_here", found.get())->address, (std::array<std::uint8_t, 6>{}));
+  EXPECT_EQ(change("'RSSI': <int16 -49>", ""), "");
+  EXPECT_EQ(textOf(devices.find("/org/bluez/hci0/dev_nonsense_here", found.get())), "-50/0");
 }
 
 TEST(Permission, FollowsWhatIsGranted) {
   using Grant = PositionGrant;
-  struct Row {
-    bool withPositions;
-    bool asked;
-    std::optional<bool> bluetoothRefused;
-    Grant positions;
-    int status;
-    bool enabled;
-  };
-  const Row rows[] = {
-      {false, false, false, Grant::kPending, 0, true}, {false, true, std::nullopt, Grant::kPending, 0, true},
-      {false, true, false, Grant::kPending, 3, true},  {false, true, true, Grant::kPending, 2, true},
-      {true, true, false, Grant::kPending, 0, true},   {true, true, false, Grant::kGranted, 3, true},
-      {true, true, false, Grant::kDenied, 2, true},    {true, true, false, Grant::kRestricted, 1, true},
-      {true, true, true, Grant::kGranted, 2, true},    {true, true, false, Grant::kSwitchedOff, 3, false},
-  };
-  for (const Row& row : rows) {
-    LocationPermission permission(row.withPositions);
-    if (row.asked) permission.ask();
-    if (row.bluetoothRefused) permission.setBluetoothRefused(*row.bluetoothRefused);
-    permission.setPositions(row.positions);
+  const auto statusOf = [](bool withPositions, Grant positions, std::optional<bool> bluetoothRefused = false) {
+    LocationPermission permission(withPositions);
+    EXPECT_EQ(permission.current().status, 0);  // nobody has asked
+    permission.ask();
+    if (bluetoothRefused) permission.setBluetoothRefused(*bluetoothRefused);
+    permission.setPositions(positions);
     permission.setPositions(Grant::kPending);  // nothing new
-    EXPECT_EQ(permission.current().status, row.status) << &row - rows;
-    EXPECT_EQ(permission.current().servicesEnabled, row.enabled) << &row - rows;
-  }
+    EXPECT_EQ(permission.current().servicesEnabled, positions != Grant::kSwitchedOff);
+    return permission.current().status;
+  };
+  EXPECT_EQ(statusOf(false, Grant::kPending, std::nullopt), 0);
+  EXPECT_EQ(statusOf(false, Grant::kPending), 3);
+  EXPECT_EQ(statusOf(false, Grant::kPending, true), 2);
+  EXPECT_EQ(statusOf(true, Grant::kPending), 0);
+  EXPECT_EQ(statusOf(true, Grant::kGranted), 3);
+  EXPECT_EQ(statusOf(true, Grant::kDenied), 2);
+  EXPECT_EQ(statusOf(true, Grant::kRestricted), 1);
+  EXPECT_EQ(statusOf(true, Grant::kGranted, true), 2);
+  EXPECT_EQ(statusOf(true, Grant::kSwitchedOff), 3);
 }
 
 TEST(GeoClue, ReadsRefusalsAndPositions) {
-  const std::string denied = "org.freedesktop.DBus.Error.AccessDenied";
-  struct Row {
-    std::string error;
-    const char* message;
-    PositionGrant grant;
+  const auto grantOf = [](const std::string& error, const std::string& message) {
+    return positionGrantOf("org.freedesktop.DBus.Error." + error, message);
   };
-  const Row rows[] = {
-      {denied, "'brivane' disallowed by configuration for UID 1000", PositionGrant::kRestricted},
-      {denied, "'brivane' disallowed, no agent for UID 1000", PositionGrant::kRestricted},
-      {denied, "Geolocation disabled for UID 1000", PositionGrant::kSwitchedOff},
-      {denied, "Access denied", PositionGrant::kDenied},
-      {"org.freedesktop.DBus.Error.ServiceUnknown", "not provided", PositionGrant::kSwitchedOff},
-      {"org.freedesktop.DBus.Error.NoReply", "timeout", PositionGrant::kPending},
-      {"", "no bus", PositionGrant::kSwitchedOff},
-  };
-  for (const Row& row : rows) EXPECT_EQ(positionGrantOf(row.error, row.message), row.grant) << row.message;
+  EXPECT_EQ(grantOf("AccessDenied", "disallowed by configuration"), PositionGrant::kRestricted);
+  EXPECT_EQ(grantOf("AccessDenied", "disallowed, no agent"), PositionGrant::kRestricted);
+  EXPECT_EQ(grantOf("AccessDenied", "Geolocation disabled"), PositionGrant::kSwitchedOff);
+  EXPECT_EQ(grantOf("AccessDenied", "Access denied"), PositionGrant::kDenied);
+  EXPECT_EQ(grantOf("ServiceUnknown", ""), PositionGrant::kSwitchedOff);
+  EXPECT_EQ(grantOf("NoReply", ""), PositionGrant::kPending);
   const auto read = [](const std::string& properties) {
-    return positionIn(parse("@a{sv} {" + properties + "}").get(), 1'000'000'000);
+    const auto position = positionIn(parse("{" + properties + "}").get(), 1'000'000'000);
+    return position ? position->coordinate.latitude * 1000 + position->horizontalAccuracy : 0;
   };
   const std::string place = "'Latitude': <41.5>, 'Longitude': <-4.7>, 'Accuracy': <12.0>";
-  const auto position = read(place + ", 'Timestamp': <(uint64 970, uint64 5)>");
-  ASSERT_TRUE(position);
-  EXPECT_EQ(position->coordinate.latitude, 41.5);
-  EXPECT_EQ(position->coordinate.longitude, -4.7);
-  EXPECT_EQ(position->horizontalAccuracy, 12.0);
-  EXPECT_TRUE(read(place + ", 'Timestamp': <(uint64 99999, uint64 0)>"));  // a clock ahead of ours
-  EXPECT_TRUE(read(place));
-  EXPECT_FALSE(read(place + ", 'Timestamp': <(uint64 969, uint64 0)>"));
-  EXPECT_FALSE(read("'Latitude': <41.5>, 'Longitude': <-4.7>"));
-  EXPECT_FALSE(read("'Latitude': <95.0>, 'Longitude': <-4.7>, 'Accuracy': <12.0>"));
-  EXPECT_FALSE(read("'Latitude': <'x'>, 'Longitude': <-4.7>, 'Accuracy': <12.0>"));
+  EXPECT_EQ(read(place), 41512);
+  EXPECT_EQ(read(place + ", 'Timestamp': <(uint64 970, uint64 5)>"), 41512);
+  EXPECT_EQ(read(place + ", 'Timestamp': <(uint64 99999, uint64 0)>"), 41512);  // a clock ahead of ours
+  EXPECT_EQ(read(place + ", 'Timestamp': <(uint64 969, uint64 0)>"), 0);
+  EXPECT_EQ(read("'Latitude': <41.5>, 'Longitude': <-4.7>"), 0);
+  EXPECT_EQ(read("'Latitude': <41.5>, 'Longitude': <-184.7>, 'Accuracy': <12.0>"), 0);
 }
 
 }  // namespace

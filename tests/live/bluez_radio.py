@@ -25,8 +25,8 @@ def hear_all(mock):
             continue
         # Without this filter BlueZ tells of a beacon once.
         if (properties.get("DiscoveryFilter") or {}).get("DuplicateData"):
-            for minor, rssi in mock.beacons:
-                hear(mock, path, minor, rssi)
+            for beacon in mock.beacons:
+                hear(mock, path, *beacon)
     return True
 
 
@@ -42,10 +42,9 @@ def hear(mock, adapter, minor, rssi):
                                           [DEVICE_IFACE, dbus.Dictionary(properties, "sv"), []])
 
 
-@dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="a(yn)")
-def PutOnAir(mock, beacons):
-    """Beacons of the network, by minor and RSSI."""
-    mock.beacons = [(int(minor), int(rssi)) for minor, rssi in beacons]
+@dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="yn")
+def PutOnAir(mock, minor, rssi):
+    mock.beacons.append((int(minor), int(rssi)))
 
 
 @dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="b")
@@ -69,8 +68,7 @@ def Power(_mock, adapter, powered):
 def Fail(_mock, adapter, method, error, times):
     """Has the adapter refuse the next calls of a method."""
     adapter = mockobject.objects[f"/org/bluez/{adapter}"]
-    works = {"StartDiscovery": StartDiscovery, "StopDiscovery": StopDiscovery,  # noqa: F405
-             "SetDiscoveryFilter": SetDiscoveryFilter}[method]  # noqa: F405
+    works = globals()[method]
     left = [times]
 
     def refuse(self, *arguments):
@@ -85,9 +83,9 @@ def Fail(_mock, adapter, method, error, times):
 
 @dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="ss")
 def OfferMonitors(mock, adapter, error):
-    """Lets the adapter take advertisement monitors, and never activate them; or refuse them with `error`."""
+    """Lets the adapter take advertisement monitors, and never activate them; or refuse them unless `error` is "-"."""
     def register(_self, _application):
-        if error:
+        if error != "-":
             raise dbus.exceptions.DBusException("as the test wishes", name=error)
 
     path = f"/org/bluez/{adapter}"

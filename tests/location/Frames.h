@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <vector>
 
 #include "platform/UUID.h"
 #include "platform/location/Advertisement.h"
@@ -11,16 +13,13 @@ inline const platform::UUID kNetwork =
 /// An iBeacon frame with a measured power of -59 dBm, as a radio heard it.
 inline platform::Advertisement beaconFrame(const platform::UUID& uuid, std::uint16_t major, std::uint16_t minor,
                                            int rssi) {
-  const auto high = [](std::uint16_t number) { return static_cast<std::uint8_t>(number >> 8U); };
-  const auto low = [](std::uint16_t number) { return static_cast<std::uint8_t>(number & 0xFFU); };
-  platform::Advertisement heard{.company = 0x004C, .data = {}, .rssi = rssi};
-  heard.data.reserve(23);
-  heard.data.push_back(0x02);
-  heard.data.push_back(0x15);
-  for (const std::uint8_t byte : uuid.bytes()) heard.data.push_back(byte);
-  for (const std::uint8_t byte : {high(major), low(major), high(minor), low(minor)}) {
-    heard.data.push_back(byte);
-  }
-  heard.data.push_back(0xC5);
+  platform::Advertisement heard{.company = 0x004C, .data = std::vector<std::uint8_t>(23, 0xC5), .rssi = rssi};
+  heard.data[0] = 0x02;
+  heard.data[1] = 0x15;
+  std::copy(uuid.bytes().begin(), uuid.bytes().end(), heard.data.begin() + 2);
+  heard.data[18] = static_cast<std::uint8_t>(major >> 8U);
+  heard.data[19] = static_cast<std::uint8_t>(major & 0xFFU);
+  heard.data[20] = static_cast<std::uint8_t>(minor >> 8U);
+  heard.data[21] = static_cast<std::uint8_t>(minor & 0xFFU);
   return heard;
 }

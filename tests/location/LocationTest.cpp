@@ -1,15 +1,17 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <cmath>
 #include <functional>
+#include <map>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
+#include <string>
 #include <thread>
 
 #include "platform/location/Distance.h"
+#include "platform/location/IBeaconFrame.h"
 #include "platform/location/LocationCore.h"
-#include "platform/location/RangingWindow.h"
 #include "tests/location/Frames.h"
 #include "tests/location/RecordingDelegate.h"
 
@@ -20,12 +22,10 @@ using namespace platform;
 
 TEST(Frame, IsAnIBeaconOfTheRightSizeOrNothing) {
   const Advertisement good = beaconFrame(kNetwork, 0x0102, 0xFFFE, -60);
-  const auto frame = IBeaconFrame::parse(good);
-  ASSERT_TRUE(frame);
-  EXPECT_EQ(frame->identity.uuid, kNetwork);
-  EXPECT_EQ(frame->identity.major, 0x0102);
-  EXPECT_EQ(frame->identity.minor, 0xFFFE);
-  EXPECT_EQ(frame->measuredPower, -59);
+  const auto frame = IBeaconFrame::parse(good).value();
+  EXPECT_EQ(frame.identity.uuid, kNetwork);
+  EXPECT_EQ(frame.identity.major << 16 | frame.identity.minor, 0x0102FFFE);
+  EXPECT_EQ(frame.measuredPower, -59);
   const std::function<void(Advertisement&)> spoilers[] = {
       [](auto& a) { a.company = 0x004D; }, [](auto& a) { a.data[0] = 0x03; },    [](auto& a) { a.data[1] = 0x16; },
       [](auto& a) { a.data.pop_back(); },  [](auto& a) { a.data.push_back(0); }, [](auto& a) { a.data.clear(); }};
@@ -36,35 +36,12 @@ TEST(Frame, IsAnIBeaconOfTheRightSizeOrNothing) {
   }
 }
 
-TEST(Ranging, ReportsMeansNearestFirstAndSilentOnesLast) {
-  RangingWindow window(0s);
-  const auto hear = [&window](std::uint16_t minor, int rssi, Instant at) {
-    window.hear(*IBeaconFrame::parse(beaconFrame(kNetwork, 1, minor, rssi)), rssi, at);
-  };
-  const auto report = [&window] {
-    std::ostringstream text;
-    for (const CLBeacon& beacon : window.report()) {
-      text << beacon.minor << ':' << beacon.rssi << ':' << beacon.proximity << ' ';
-    }
-    return text.str();
-  };
-  EXPECT_EQ(report(), "");
-  hear(1, -80, 1100ms);
-  hear(1, -70, 1200ms);
-  hear(2, -60, 1300ms);
-  hear(3, 127, 1400ms);  // there, but without a reading
-  hear(4, -50, 1500ms);
-  EXPECT_EQ(report(), "4:-50:1 2:-60:2 1:-75:3 3:0:0 ");
-  hear(1, -90, 2500ms);
-  EXPECT_EQ(report(), "1:-90:3 2:0:0 3:0:0 4:0:0 ");
-  for (int second = 4; second <= 6; ++second) report();
-  EXPECT_EQ(report(), "1:0:0 ");
-  EXPECT_EQ(report(), "");
-}
-
 TEST(Distances, AreWhatTheyAreOnTheGround) {
   EXPECT_DOUBLE_EQ(estimatedDistance(-59, -59), 1.0);
   EXPECT_NEAR(estimatedDistance(-59, -84), 10.0, 1e-9);
+  EXPECT_EQ(proximityAt(0.49), 1);
+  EXPECT_EQ(proximityAt(3.9), 2);
+  EXPECT_EQ(proximityAt(4.0), 3);
   EXPECT_NEAR(distanceBetween({0, 0}, {0, 1}), 111195, 1);
   EXPECT_NEAR(distanceBetween({0, 179.5}, {0, -179.5}), 111195, 1);
   EXPECT_NEAR(distanceBetween({90, 0}, {-90, 77}), 20015114, 1);
@@ -72,175 +49,145 @@ TEST(Distances, AreWhatTheyAreOnTheGround) {
 
 class Core : public testing::Test {
  protected:
-  Core() { manager->setDelegate(listener); }
-
-  std::string hear(Instant at) {
-    core.hear(beaconFrame(kNetwork, 1, 1, -60), at);
-    return listener->take();
-  }
-  std::string advance(Instant at) {
-    core.advance(at);
-    return listener->take();
+  Core() {
+    manager->setDelegate(listener);
+    listener->prefix = [this] { return word + ":"; };
   }
 
-  LocationCore core{{}};
+  /// Plays words one by one and gives what the delegate heard, each behind its word. "2.5" lets that time come, at
+  /// "2.5+" the beacon is heard, "2.5+7/-60" is another and its strength, "@0.1" is a position on that latitude; the
+  /// others are deeds.
+  std::string play(const std::string& script) {
+    std::istringstream words(script);
+    while (words >> word) {
+      if (const auto deed = deeds.find(word); deed != deeds.end()) {
+        deed->second();
+      } else if (word[0] == '@') {
+        core.locate({.coordinate = {std::stod(word.substr(1)), 0}, .horizontalAccuracy = 5}, now);
+      } else {
+        now = std::chrono::milliseconds(std::lround(std::stod(word) * 1000));
+        const std::size_t plus = word.find('+');
+        const std::size_t slash = word.find('/');
+        if (slash != std::string::npos) {
+          const auto minor = static_cast<std::uint16_t>(std::stoi(word.substr(plus + 1)));
+          core.hear(beaconFrame(kNetwork, 1, minor, std::stoi(word.substr(slash + 1))), now);
+        } else if (plus != std::string::npos) {
+          core.hear(beaconFrame(kNetwork, 1, 1, -60), now);
+        }
+        core.advance(now);
+      }
+    }
+    return listener->take();
+  }
+
+  int operations = 0;
+  LocationCore core{{.onOperation = [this] { ++operations; }}};
   std::shared_ptr<CLLocationManager> manager = core.createManager();
   std::shared_ptr<RecordingDelegate> listener = std::make_shared<RecordingDelegate>();
   std::shared_ptr<CLBeaconRegion> region = CLBeaconRegion::initWithProximityUUID_identifier(kNetwork, "r");
+  std::string word;
+  Instant now{};
+  const std::map<std::string, std::function<void()>> deeds = {
+      {"authorize", [this] { manager->requestAlwaysAuthorization(); }},
+      {"monitor", [this] { manager->startMonitoringForRegion(region); }},
+      {"unmonitor", [this] { manager->stopMonitoringForRegion(*region); }},
+      {"range", [this] { manager->startRangingBeaconsInRegion(region); }},
+      {"unrange", [this] { manager->stopRangingBeaconsInRegion(*region); }},
+      {"ask", [this] { manager->requestStateForRegion(region); }},
+      {"update", [this] { manager->startUpdatingLocation(); }},
+      {"pause", [this] { manager->stopUpdatingLocation(); }},
+      {"coarse", [this] { manager->setDesiredAccuracy(100); }},
+      {"filter20", [this] { manager->setDistanceFilter(20); }},
+      {"drop", [this] { manager.reset(); }},
+      {"silence", [this] { manager->setDelegate({}); }},
+      {"throw", [this] { throw std::runtime_error(word); }},
+      {"stranger", [this] { core.hear(beaconFrame(UUID(), 1, 1, -60), now); }},
+      {"deaf", [this] { core.setScanning(false, now); }},
+      {"scan", [this] { core.setScanning(true, now); }},
+      {"grant", [this] { core.setAuthorization(kCLAuthorizationStatusAuthorizedAlways, false); }},
+      {"failBeacons", [this] { core.failBeacons("beacons"); }},
+      {"failPositions", [this] { core.failPositions("positions"); }},
+  };
 };
 
 TEST_F(Core, ReportsWhatWasAskedForAndNothingElse) {
-  EXPECT_EQ(listener->take(), "");  // never from inside a call to the manager
-  EXPECT_EQ(advance(0s), "auth0");
-  EXPECT_EQ(hear(1s), "");
-  manager->requestStateForRegion(region);
-  EXPECT_EQ(advance(1s), "state0");
-  manager->startMonitoringForRegion(region);
-  manager->requestStateForRegion(region);
-  manager->startRangingBeaconsInRegion(region);
+  EXPECT_EQ(play("0 1+ ask 1"), "0:auth0 1:state0");  // never from inside a call to the manager
+  EXPECT_EQ(play("monitor ask range"), "");
   EXPECT_EQ(core.nextDeadline(), std::nullopt);  // nobody has said yet when that was
-  EXPECT_EQ(advance(1s), "state0");
+  EXPECT_EQ(play("1"), "1:state0");
   EXPECT_EQ(core.nextDeadline(), Instant(2s));
-  EXPECT_EQ(hear(1500ms), "enter state1");
-  manager->requestStateForRegion(region);
-  EXPECT_EQ(hear(2500ms), "state1 range-60");
-  core.hear(beaconFrame(UUID(), 1, 1, -60), 2600ms);  // of another network
-  EXPECT_EQ(advance(4s), "range-60 range0");
-  manager->stopRangingBeaconsInRegion(*region);
-  EXPECT_EQ(advance(32s), "");
-  EXPECT_EQ(advance(33s), "exit state2");
+  EXPECT_EQ(play("1.5+ ask 2.5+ stranger 4 unrange 32 33"),
+            "1.5+:enter 1.5+:state1 2.5+:state1 2.5+:range-60 4:range-60 4:range0 33:exit 33:state2");
   EXPECT_EQ(core.nextDeadline(), std::nullopt);
   region->setNotifyOnEntry(false);
-  EXPECT_EQ(hear(40s), "state1");
-  core.setScanning(false, 41s);
-  EXPECT_EQ(advance(500s), "");
-  manager->startMonitoringForRegion(region);  // replaces the one under the same identifier
-  core.setScanning(true, 501s);
-  EXPECT_EQ(advance(531s), "state2");
-  core.setAuthorization(kCLAuthorizationStatusAuthorizedAlways, false);
-  EXPECT_EQ(listener->take(), "auth3");
+  // A region replaces the one under the same identifier.
+  EXPECT_EQ(play("40+ 41 deaf 500 monitor 501 scan 531 grant"), "40+:state1 531:state2 grant:auth3");
   EXPECT_EQ(core.authorizationStatus(), 3);
   EXPECT_FALSE(core.locationServicesEnabled());
 }
 
 TEST_F(Core, LeavesARegionAfterAWholeExitPeriodOfSilence) {
-  manager->startMonitoringForRegion(region);
-  EXPECT_EQ(advance(0s), "auth0");
-  EXPECT_EQ(advance(29s), "");
-  EXPECT_EQ(advance(30s), "state2");  // it was unknown, so that is no exit
-  EXPECT_EQ(advance(99s), "");
-  EXPECT_EQ(hear(100s), "enter state1");
-  EXPECT_EQ(hear(120s), "");
-  core.setScanning(false, 140s);  // the period stands still
-  core.setScanning(false, 145s);
-  EXPECT_EQ(advance(500s), "");
-  core.setScanning(true, 600s);
-  EXPECT_EQ(advance(609s), "");
-  EXPECT_EQ(advance(610s), "exit state2");
-  core.setScanning(false, 611s);
-  EXPECT_EQ(hear(612s), "enter state1");  // a late frame
-  core.setScanning(true, 700s);
-  EXPECT_EQ(advance(729s), "");
-  EXPECT_EQ(advance(730s), "exit state2");
+  // What was unknown is not left. The period stands still while nothing listens, also after a late frame.
+  EXPECT_EQ(play("monitor 0 29 30 99 100+ 120+ 140 deaf 145 deaf 500 600 scan 609 610 611 deaf 612+ 700 scan 729 730"),
+            "0:auth0 30:state2 100+:enter 100+:state1 610:exit 610:state2 612+:enter 612+:state1 730:exit 730:state2");
+}
+
+TEST_F(Core, RangesMeansNearestFirstAndSilentOnesLast) {
+  EXPECT_EQ(
+      play("0 range 0 0.1+1/-80 0.2+1/-70 0.3+2/-60 0.4+3/127 0.5+4/-50 1 1.5+1/-90 2 5 6 7"),
+      "0:auth0 1:range-50,-60,-75,0 2:range-90,0,0,0 5:range0,0,0,0 5:range0,0,0,0 5:range0,0,0,0 6:range0 7:range");
 }
 
 TEST_F(Core, BeginsAtTheTimeThatIsFedNext) {
-  advance(1s);
-  manager->startMonitoringForRegion(region);
-  manager->startRangingBeaconsInRegion(region);
-  EXPECT_EQ(advance(1000s), "");
-  EXPECT_EQ(advance(1001s), "range");
-  manager->stopRangingBeaconsInRegion(*region);
-  EXPECT_EQ(advance(1030s), "state2");
+  EXPECT_EQ(play("1 monitor range 1000 1001 unrange 1030"), "1:auth0 1001:range 1030:state2");
+}
+
+TEST_F(Core, DeliversPositionsThroughTheDistanceFilter) {
+  // 11 m each; measured from the last that passed; a new start begins anew.
+  EXPECT_EQ(play("0 @1 update @0 @0.0 filter20 @0.0001 @0.0002 @0.0003 pause @2 update @0.00030"),
+            "0:auth0 @0:at @0.0:at @0.0002:at @0.00030:at");
+}
+
+TEST_F(Core, SaysWhatItNeedsAndTellsWhatFails) {
+  EXPECT_EQ(play("0 failBeacons failPositions"), "0:auth0");
+  EXPECT_TRUE(core.wanted().beacons.empty());
+  EXPECT_TRUE(manager->offersRequestAlwaysAuthorization());
+  EXPECT_FALSE(LocationCore({}).createManager()->offersRequestAlwaysAuthorization());
+  EXPECT_EQ(play("authorize monitor failBeacons range coarse update failBeacons failPositions"),
+            "failBeacons:beacons failBeacons:beacons failPositions:positions");
+  EXPECT_EQ(operations, 6);  // one is that of the fixture
+  const auto other = core.createManager();
+  other->setDesiredAccuracy(20);
+  other->startUpdatingLocation();
+  EXPECT_EQ(core.wanted().beacons, std::set<UUID>{kNetwork});
+  EXPECT_EQ(core.wanted().accuracy, 20);
+  EXPECT_TRUE(core.wanted().authorization);
+  manager.reset();
+  EXPECT_TRUE(core.wanted().beacons.empty() && core.wanted().positions);
+}
+
+TEST_F(Core, OutlivesWhatDelegatesDo) {
+  for (const std::string deed : {"unmonitor", "drop", "silence", "throw"}) {
+    manager = core.createManager();
+    manager->setDelegate(listener);
+    listener->onEach = [&](auto&, const std::string& call) {
+      if (call == "enter") deeds.at(deed)();
+    };
+    EXPECT_EQ(play("monitor 1+"), std::string("1+:auth0 1+:enter") + (deed == "throw" ? " 1+:state1" : "")) << deed;
+  }
 }
 
 TEST_F(Core, IsAskedOnOneThreadAndFedOnAnother) {
-  std::atomic<bool> over = false;
-  std::thread asking([&] {
-    while (!over) {
-      manager->startMonitoringForRegion(region);
-      manager->startRangingBeaconsInRegion(region);
-      manager->stopMonitoringForRegion(*region);
-      manager->stopRangingBeaconsInRegion(*region);
+  std::jthread asking([this](const std::stop_token& end) {
+    while (!end.stop_requested()) {
+      for (const char* deed : {"monitor", "range", "unmonitor", "unrange"}) deeds.at(deed)();
     }
   });
   for (int i = 0; i < 20000; ++i) {
     core.hear(beaconFrame(kNetwork, 1, 1, -60), Instant(i));
     core.setScanning(i % 2 == 0, Instant(i));
   }
-  over = true;
-  asking.join();
-  EXPECT_TRUE(listener->take().starts_with("auth0"));
-}
-
-TEST_F(Core, SaysWhatItNeedsAndTellsWhatFails) {
-  int operations = 0;
-  LocationCore asking({.onOperation = [&operations] { ++operations; }});
-  manager = asking.createManager();
-  manager->setDelegate(listener);
-  const auto fail = [&] {
-    asking.failBeacons("beacons");
-    asking.failPositions("positions");
-    return listener->take();
-  };
-  EXPECT_EQ(fail(), "auth0");
-  EXPECT_TRUE(asking.wanted().beacons.empty());
-  EXPECT_TRUE(manager->offersRequestAlwaysAuthorization());
-  EXPECT_FALSE(core.createManager()->offersRequestAlwaysAuthorization());
-  manager->requestAlwaysAuthorization();
-  manager->startMonitoringForRegion(region);
-  EXPECT_EQ(fail(), "beacons");
-  manager->startRangingBeaconsInRegion(region);
-  manager->setDesiredAccuracy(100);
-  manager->startUpdatingLocation();
-  EXPECT_EQ(operations, 6);
-  EXPECT_EQ(fail(), "beacons positions");
-  const auto other = asking.createManager();
-  other->setDesiredAccuracy(20);
-  other->startUpdatingLocation();
-  EXPECT_EQ(asking.wanted().beacons, std::set<UUID>{kNetwork});
-  EXPECT_EQ(asking.wanted().accuracy, 20);
-  EXPECT_TRUE(asking.wanted().authorization);
-  manager.reset();
-  EXPECT_TRUE(asking.wanted().beacons.empty() && asking.wanted().positions);
-}
-
-TEST_F(Core, DeliversPositionsThroughTheDistanceFilter) {
-  advance(0s);
-  const auto locate = [this](double latitude) {
-    core.locate({.coordinate = {latitude, 0}, .horizontalAccuracy = 5}, 1s);
-    return listener->take();
-  };
-  EXPECT_EQ(locate(0), "");
-  manager->startUpdatingLocation();
-  EXPECT_EQ(locate(0) + locate(0), "atat");  // no filter at first
-  manager->setDistanceFilter(20.0);
-  EXPECT_EQ(locate(0.0001), "");  // 11 m
-  EXPECT_EQ(locate(0.0002), "at");
-  EXPECT_EQ(locate(0.0003), "");  // measured from the last that passed
-  manager->stopUpdatingLocation();
-  EXPECT_EQ(locate(1), "");
-  manager->startUpdatingLocation();
-  EXPECT_EQ(locate(0.0003), "at");  // a new start begins anew
-}
-
-TEST_F(Core, OutlivesWhatDelegatesDo) {
-  const std::function<void(const std::string&)> deeds[] = {
-      [this](auto&) { manager->stopMonitoringForRegion(*region); },
-      [this](auto&) { manager.reset(); },
-      [this](auto&) { manager->setDelegate({}); },
-      [](auto& call) { throw std::runtime_error(call); },
-  };
-  const char* const heard[] = {"auth0 enter", "auth0 enter", "auth0 enter", "auth0 enter state1"};
-  for (std::size_t i = 0; i < std::size(deeds); ++i) {
-    manager = core.createManager();
-    manager->setDelegate(listener);
-    manager->startMonitoringForRegion(region);
-    listener->onEach = [&](auto&, const std::string& call) {
-      if (call == "enter") deeds[i](call);
-    };
-    EXPECT_EQ(hear(Instant(1s) * (i + 1)), heard[i]);
-  }
+  EXPECT_TRUE(listener->take().starts_with(":auth0"));
 }
 
 }  // namespace

@@ -35,7 +35,9 @@ class RecordingDelegate final : public platform::CLLocationManagerDelegate {
   void locationManager_didExitRegion(Manager& m, const Region&) override { note(m, "exit"); }
   void locationManager_didRangeBeacons_inRegion(Manager& m, const std::vector<platform::CLBeacon>& beacons,
                                                 const Region&) override {
-    note(m, std::string("range").append(beacons.empty() ? "" : std::to_string(beacons[0].rssi)));
+    std::string readings;
+    for (const auto& beacon : beacons) readings += (readings.empty() ? "" : ",") + std::to_string(beacon.rssi);
+    note(m, "range" + readings);
   }
   void locationManager_didUpdateLocations(Manager& m, const std::vector<platform::CLLocation>&) override {
     note(m, "at");

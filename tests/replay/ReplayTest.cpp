@@ -1,23 +1,23 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <deque>
+#include <fstream>
 #include <functional>
+#include <iomanip>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include "platform/replay/BtsnoopReader.h"
 #include "platform/replay/BtsnoopWriter.h"
 #include "platform/replay/CaptureError.h"
 #include "platform/replay/GpxTrack.h"
-#include "platform/replay/HCIEvent.h"
 #include "platform/replay/LockstepHTTPClient.h"
 #include "platform/replay/ReplayLocationService.h"
 #include "tests/location/Frames.h"
 #include "tests/location/RecordingDelegate.h"
-#include "tests/replay/CaptureWriter.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -25,168 +25,140 @@ namespace {
 using namespace std::chrono_literals;
 using namespace platform;
 
-constexpr double kMorning = 1778320800.0;  // 2026-05-09 10:00:00, and the captures' first second
-
+/// What was said behind the file's name.
 std::string faultOf(const std::function<void()>& deed) {
   try {
     deed();
   } catch (const CaptureError& fault) {
     const std::string what = fault.what();
-    return what.substr(what.rfind('/') + 1);
+    return what.substr(what.find(": ") + 2);
   }
   return "";
 }
 
-TEST(Btsnoop, ReadsAdvertisementsOfEveryFraming) {
-  const TemporaryFolder folder;
-  for (const std::uint32_t datalink : {1001U, 1002U, 2001U}) {
-    for (const bool extended : {false, true}) {
-      CaptureWriter capture(datalink);
-      capture.addPacket(kMorning, "\x01\x03\x0C", 2);                     // a command
-      capture.add(kMorning, std::string("\x0E\x04\x01\x03\x0C\x00", 6));  // another event
-      capture.add(kMorning + 1, CaptureWriter::event(beaconFrame(kNetwork, 1, 2, -70), extended));
-      capture.add(kMorning, CaptureWriter::event({0x004D, {1}, 127}, extended));         // clock went back
-      if (extended) capture.add(kMorning, CaptureWriter::event({1, {1}, -1}, true, 1));  // in pieces
-      BtsnoopReader reader(folder.write("a.btsnoop", capture.bytes));
-      const auto first = reader.next();
-      ASSERT_TRUE(first) << datalink;
-      EXPECT_EQ(first->time, Instant(std::chrono::seconds(static_cast<long>(kMorning) + 1)));
-      EXPECT_EQ(first->advertisements.at(0).data, beaconFrame(kNetwork, 1, 2, -70).data);
-      EXPECT_EQ(first->advertisements.at(0).rssi, -70);
-      const auto second = reader.next();
-      EXPECT_EQ(second->advertisements.at(0).company, 0x004D);
-      EXPECT_EQ(second->time, first->time);
-      EXPECT_FALSE(reader.next());
-      EXPECT_EQ(reader.fractionRead(), 1.0);
+/// What stands in a capture, an advertisement a word, and the fault that it ends with: its second, and the company,
+/// how many bytes and the last of them, the strength and the address's last byte.
+std::string contentsOf(const std::string& path) {
+  std::ostringstream text;
+  const std::string fault = faultOf([&] {
+    BtsnoopReader reader(path);
+    while (const auto record = reader.next()) {
+      for (const Advertisement& heard : record->advertisements) {
+        text << record->time / 1s << ':' << heard.company << '.' << heard.data.size() << '.' << +heard.data.back()
+             << '.' << heard.rssi << '.' << +heard.address[5] << ' ';
+      }
     }
-  }
+  });
+  return text.str() + fault;
 }
 
-TEST(Btsnoop, NamesTheFaultAndItsPlaceAfterAllThatIsSound) {
+std::string hex(std::uint64_t value, int digits) {
+  std::ostringstream text;
+  text << std::hex << std::setfill('0') << std::setw(digits) << value;
+  return text.str();
+}
+
+std::string bytesOf(const std::string& hexadecimal) {
+  std::string bytes;
+  for (std::size_t i = 0; i < hexadecimal.size(); i += 2) {
+    bytes += static_cast<char>(std::stoi(hexadecimal.substr(i, 2), nullptr, 16));
+  }
+  return bytes;
+}
+
+// Parts of captures, in hexadecimal.
+
+std::string header(int datalink) { return "6274736e6f6f700000000001" + hex(static_cast<unsigned>(datalink), 8); }
+
+std::string record(unsigned flags, const std::string& packet, std::uint64_t second = 1) {
+  const std::string size = hex(packet.size() / 2, 8);
+  return size + size + hex(flags, 8) + hex(0, 8) + hex(0x00DCDDB30F2F8000 + second * 1'000'000, 16) + packet;
+}
+
+std::string legacy(const std::string& data) {
+  const std::string body = "02010000050403020100" + hex(data.size() / 2, 2) + data + "ba";
+  return "3e" + hex(body.size() / 2, 2) + body;
+}
+
+const std::string kData = "02010604ff4c0007";
+
+std::string extended(const std::string& type) {
+  return "3e220d01" + type + "000005040302010000000000ba" + hex(0, 18) + "08" + kData;
+}
+
+TEST(Btsnoop, ReadsEveryFramingAndNamesTheFaultAndItsPlace) {
   const TemporaryFolder folder;
-  CaptureWriter sound(2001);
-  sound.add(kMorning, CaptureWriter::event(beaconFrame(kNetwork, 1, 2, -70)));
-  const std::string& good = sound.bytes;
-  const std::string place = std::to_string(good.size());
-  const auto with = [&good](std::size_t at, const std::string& bytes) {
-    return std::string(good).replace(at, bytes.size(), bytes);
+  const std::string heard = "1:76.1.7.-70.5 ";
+  const std::string good = header(2001) + record(0x10003, legacy(kData));
+  const std::pair<std::string, std::string> rows[] = {
+      {good, heard},
+      {header(1001) + record(2, legacy(kData)) + record(3, extended("00")), heard},
+      {header(1002) + record(2, "01030c00") + record(3, "04" + legacy(kData)), heard},
+      {header(2001) + record(2, legacy(kData)) + record(3, "0e0401030c00") + record(3, extended("00")), heard},
+      {header(2001) + record(3, extended("20")), ""},  // in pieces
+      // The clock goes back.
+      {header(2001) + record(3, legacy(kData)) + record(3, legacy(kData), 0), heard + heard},
+      // What the air malforms: no whole company, past the end, an early end.
+      {header(2001) + record(3, legacy("02ff01")), ""},
+      {header(2001) + record(3, legacy("04ff4c000709ff0200")), heard},
+      {header(2001) + record(3, legacy("0004ff4c0007")), ""},
+      {"70" + header(2001).substr(2), "byte 0: not a btsnoop capture"},
+      {"6274736e6f6f700000000002000007d1", "byte 8: not version 1 of btsnoop"},
+      {header(1003), "byte 12: datalink 1003 is none of 1001, 1002 and 2001"},
+      {good + hex(0, 10), heard + "byte 62: the file ends inside a record's header"},
+      {good + record(3, "3e00").substr(0, 50), heard + "byte 62: the file ends inside a record"},
+      {good + "ffffffffffffffff" + hex(0, 32), heard + "byte 62: a record of 4294967295 bytes cannot be"},
+      {good + record(3, "3e", 1'000'000'000'000), heard + "byte 62: a record of such a time cannot be"},
+      {good + record(3, "3e7f02"), heard + "byte 62: an HCI event's length is not that of its record"},
+      {good + record(3, "3e03020501"), heard + "byte 62: an HCI event ends inside a field"},
   };
-  const auto then = [sound](double second, const std::string& event) {
-    CaptureWriter longer = sound;
-    longer.add(second, event);
-    return longer.bytes;
-  };
-  struct Row {
-    std::string bytes;
-    int records;
-    std::string fault;
-  };
-  const Row rows[] = {
-      {"", 0, "byte 0: not a btsnoop capture"},
-      {"btsnoop", 0, "byte 0: not a btsnoop capture"},
-      {with(0, "pcapng"), 0, "byte 0: not a btsnoop capture"},
-      {with(8, CaptureWriter::number(2, 4)), 0, "byte 8: not version 1 of btsnoop"},
-      {with(12, CaptureWriter::number(1003, 4)), 0, "byte 12: datalink 1003 is none of 1001, 1002 and 2001"},
-      {good + "12345", 1, "byte " + place + ": the file ends inside a record's header"},
-      {good + good.substr(16, 30), 1, "byte " + place + ": the file ends inside a record"},
-      {good + CaptureWriter::number(~0ULL, 8) + std::string(16, '\0'), 1,
-       "byte " + place + ": a record of 4294967295 bytes cannot be"},
-      {then(1e12, "\x3E"), 1, "byte " + place + ": a record of such a time cannot be"},
-      {then(kMorning, "\x3E\x7F\x02"), 1, "byte " + place + ": an HCI event's length is not that of its record"},
-      {then(kMorning, std::string("\x3E\x03\x02\x05\x01", 5)), 1,
-       "byte " + place + ": an HCI event ends inside a field"},
-  };
-  for (const Row& row : rows) {
-    int records = 0;
-    const std::string path = folder.write("a.btsnoop", row.bytes);
-    EXPECT_EQ(faultOf([&] {
-                BtsnoopReader reader(path);
-                while (reader.next()) ++records;
-              }),
-              "a.btsnoop: " + row.fault);
-    EXPECT_EQ(records, row.records);
+  for (const auto& [capture, contents] : rows) {
+    EXPECT_EQ(contentsOf(folder.write("a.btsnoop", bytesOf(capture))), contents) << capture;
   }
-  EXPECT_EQ(faultOf([] { BtsnoopReader("/nowhere/b"); }), "b: No such file or directory");
-}
-
-TEST(Btsnoop, ReadsWhatItWrites) {
-  const TemporaryFolder folder;
-  const std::string path = folder.path() / "w.btsnoop";
-  Advertisement heard = beaconFrame(kNetwork, 1, 2, -70);
-  heard.address = {0xC0, 1, 2, 3, 4, 5};
-  {
-    BtsnoopWriter writer(path);
-    writer.write(heard, 5s);
-    writer.write({.company = 1, .data = std::vector<std::uint8_t>(28), .rssi = -1}, 6s);  // too long for a report
-    EXPECT_EQ(writer.count(), 1U);
-  }
-  BtsnoopReader reader(path);
-  const auto record = reader.next();
-  ASSERT_TRUE(record);
-  EXPECT_EQ(record->time, Instant(5s));
-  EXPECT_EQ(record->advertisements.at(0).address, heard.address);
-  EXPECT_EQ(record->advertisements.at(0).data, heard.data);
-  EXPECT_EQ(record->advertisements.at(0).rssi, -70);
-  EXPECT_FALSE(reader.next());
-  EXPECT_EQ(faultOf([&] { BtsnoopWriter again(path); }), "w.btsnoop: File exists");
-}
-
-TEST(HCI, PassesOverWhatTheAirMalforms) {
-  const auto count = [](std::string data) {
-    std::string body = std::string{0x02, 1} + std::string(8, 'x') + static_cast<char>(data.size()) + data + '\xC0';
-    const std::string event = std::string{'\x3E', static_cast<char>(body.size())} + body;
-    return advertisementsIn({reinterpret_cast<const std::uint8_t*>(event.data()), event.size()}).size();
-  };
-  EXPECT_EQ(count(""), 0U);
-  EXPECT_EQ(count({2, '\xFF', 1}), 0U);                                   // no whole company
-  EXPECT_EQ(count({3, '\xFF', 1, 0, 3, '\xFF', 2, 0}), 2U);               // two companies
-  EXPECT_EQ(count({3, '\xFF', 1, 0, 9, '\xFF', 2, 0}), 1U);               // runs past the end
-  EXPECT_EQ(count(std::string{0} + std::string({3, '\xFF', 1, 0})), 0U);  // ends early
 }
 
 TEST(Gpx, ReadsPointsByTimeOrNamesTheFault) {
   const TemporaryFolder folder;
-  const auto track = [&folder](const std::string& points) {
-    return folder.write("t.gpx", "<gpx><trk><trkseg>" + points + "</trkseg></trk></gpx>");
+  const auto read = [&folder](const std::string& file) {
+    std::ostringstream text;
+    const std::string fault = faultOf([&] {
+      for (const auto& [time, location] : readGpxTrack(folder.write("t.gpx", file))) {
+        text << time.count() << ':' << location.coordinate.latitude << '/' << location.horizontalAccuracy << ' ';
+      }
+    });
+    return text.str() + fault;
   };
-  const std::string early = R"(<trkpt lat="-1.5" lon="2"><time>2026-05-09T10:00:00.25Z</time></trkpt>)";
-  const std::string late = R"(<trkpt lat="1" lon="2"><time>2026-05-09T12:00:01+01:30</time><hdop>2</hdop></trkpt>)";
-  const auto points = readGpxTrack(track(late + early));
-  ASSERT_EQ(points.size(), 2U);
-  EXPECT_EQ(points[0].time, Instant(1778320800250000));
-  EXPECT_EQ(points[0].location.coordinate.latitude, -1.5);
-  EXPECT_EQ(points[0].location.horizontalAccuracy, 5.0);
-  EXPECT_EQ(points[1].time, Instant(1778322601000000));
-  EXPECT_EQ(points[1].location.horizontalAccuracy, 10.0);
-  const char* const time = "t.gpx: byte 19: a track point without a time";
-  const char* const where = "t.gpx: byte 19: a track point without a latitude and a longitude";
-  const std::pair<std::string, std::string> faults[] = {
-      {R"(<trkpt lat="1" lon="2"/>)", time},
-      {R"(<trkpt lat="1" lon="2"><time>2026-05-09</time></trkpt>)", time},
-      {R"(<trkpt lat="1" lon="2"><time>2026-02-30T10:00:00Z</time></trkpt>)", time},
-      {R"(<trkpt lat="1" lon="2"><time>2026-05-09T24:00:00Z</time></trkpt>)", time},
-      {R"(<trkpt lat="1" lon="2"><time>2026-05-09T10:00:00Zx</time></trkpt>)", time},
-      {R"(<trkpt lat="1,5" lon="2"><time>2026-05-09T10:00:00Z</time></trkpt>)", where},
-      {R"(<trkpt lat="91" lon="2"><time>2026-05-09T10:00:00Z</time></trkpt>)", where},
-      {R"(<trkpt lon="2"><time>2026-05-09T10:00:00Z</time></trkpt>)", where},
+  const auto point = [](const std::string& where, const std::string& time) {
+    return "<gpx><trk><trkseg><trkpt " + where + "><time>" + time + "</time></trkpt></trkseg></trk></gpx>";
   };
-  for (const auto& [point, fault] : faults) {
-    const std::string path = track(point);
-    EXPECT_EQ(faultOf([&path] { readGpxTrack(path); }), fault) << point;
+  EXPECT_EQ(read(R"(<gpx><trk><trkseg>
+                    <trkpt lat="1" lon="2"><time>2026-05-09T12:00:01+01:30</time><hdop>2</hdop></trkpt>
+                    <trkpt lat="-1.5" lon="2"><time>2026-05-09T10:00:00.25Z</time></trkpt></trkseg></trk></gpx>)"),
+            "1778320800250000:-1.5/5 1778322601000000:1/10 ");
+  const std::string place = R"(lat="1" lon="2")";
+  for (const char* time : {"2026-05-09", "2026-02-30T10:00:00Z", "2026-05-09T24:00:00Z", "2026-05-09T10:00:00Zx"}) {
+    EXPECT_EQ(read(point(place, time)), "byte 19: a track point without a time") << time;
   }
-  EXPECT_EQ(faultOf([&] { readGpxTrack(folder.write("t.gpx", "<kml/>")); }), "t.gpx: byte 0: not a GPX file");
-  EXPECT_NE(faultOf([&] { readGpxTrack(folder.write("t.gpx", "<gpx><trk>")); }).find("byte"), std::string::npos);
-  EXPECT_EQ(faultOf([] { readGpxTrack("/nowhere/t.gpx"); }), "t.gpx: No such file or directory");
+  for (const char* where : {R"(lat="1,5" lon="2")", R"(lat="91" lon="2")", R"(lon="2")"}) {
+    EXPECT_EQ(read(point(where, "2026-05-09T10:00:00Z")), "byte 19: a track point without a latitude and a longitude")
+        << where;
+  }
+  EXPECT_EQ(read("<kml/>"), "byte 0: not a GPX file");
+  EXPECT_EQ(faultOf([] { readGpxTrack("/nowhere/t.gpx"); }), "No such file or directory");
 }
 
 class Replay : public testing::Test {
  protected:
   Replay() {
-    CaptureWriter capture(2001);
-    capture.add(kMorning + 1, CaptureWriter::event(beaconFrame(kNetwork, 1, 2, -70)));
-    capture.add(kMorning + 1.5, CaptureWriter::event(beaconFrame(kNetwork, 1, 2, -70)));
-    capture.add(kMorning + 2.5, CaptureWriter::event(beaconFrame(kNetwork, 1, 2, -60)));
-    bytes = capture.bytes;
+    BtsnoopWriter writer(capture);
+    constexpr Instant kMorning = 1778320800s;  // 2026-05-09 10:00:00
+    Advertisement beacon = beaconFrame(kNetwork, 1, 2, -70);
+    beacon.address = {0xC0, 1, 2, 3, 4, 5};
+    writer.write(beacon, kMorning + 1s);
+    writer.write(beacon, kMorning + 1500ms);
+    writer.write({.company = 1, .data = std::vector<std::uint8_t>(28), .rssi = -1}, kMorning + 2s);
+    writer.write(beaconFrame(kNetwork, 1, 2, -60), kMorning + 2500ms);
+    EXPECT_EQ(writer.count(), 3U);  // one is too long for a report
   }
 
   /// What is heard in a replay, and the fault that it ends with.
@@ -195,7 +167,7 @@ class Replay : public testing::Test {
     ReplayLocationService::Options options;
     options.speed = speed;
     options.waitUntilIdle = std::move(waitUntilIdle);
-    options.capture = folder.write("w.btsnoop", bytes);
+    options.capture = capture;
     options.track = folder.write("w.gpx", R"(<gpx><trk><trkseg><trkpt lat="7" lon="2"><time>2026-05-09T10:00:00Z</time>
                  </trkpt><trkpt lat="8" lon="2"><time>2026-05-09T10:01:00Z</time></trkpt></trkseg></trk></gpx>)");
     ReplayLocationService replay(std::move(options));
@@ -216,7 +188,7 @@ class Replay : public testing::Test {
   }
 
   const TemporaryFolder folder;
-  std::string bytes;
+  const std::string capture = folder.path() / "w.btsnoop";
   std::atomic<ReplayLocationService*> running = nullptr;
   const std::string heard = "0:auth3 0:at 1:enter 1:state1 2:range-70 3:range-60";
 };
@@ -226,8 +198,9 @@ TEST_F(Replay, IsTheSameAtEverySpeed) {
   EXPECT_EQ(play(50.0, 3s), heard);
   EXPECT_NE(play(std::nullopt).find(" 60:at"), std::string::npos);
   EXPECT_EQ(play(std::nullopt, 2s), "0:auth3 0:at 1:enter 1:state1 2:range-70");
-  bytes += "cut";
-  EXPECT_TRUE(play(std::nullopt).starts_with(heard + "w.btsnoop: byte "));
+  EXPECT_EQ(contentsOf(capture), "1778320801:76.23.197.-70.5 1778320801:76.23.197.-70.5 1778320802:76.23.197.-60.0 ");
+  std::ofstream(capture, std::ios::app) << "cut";
+  EXPECT_TRUE(play(std::nullopt).starts_with(heard + "byte "));
 }
 
 TEST_F(Replay, WaitsBeforeTheClockMovesAndStopsWhenTold) {
@@ -245,47 +218,35 @@ TEST_F(Replay, WaitsBeforeTheClockMovesAndStopsWhenTold) {
   EXPECT_EQ(play(1e-300).find("state1"), std::string::npos);  // or this would last for ever
 }
 
-/// Keeps requests until a test lets them end.
-class SlowClient final : public HTTPClient {
- public:
-  void execute(HTTPRequest request, Completion completion) override {
-    sent += request.url + " ";
-    waiting.push_back(std::move(completion));
-  }
-  void endOne() {
-    const Completion completion = std::move(waiting.front());
-    waiting.pop_front();
-    completion(std::nullopt, std::nullopt);
-  }
-
-  std::string sent;
-  std::deque<Completion> waiting;
-};
-
 TEST(Lockstep, SendsOneAtATimeInOrderOnceReleased) {
+  struct SlowClient final : HTTPClient {
+    void execute(HTTPRequest request, Completion completion) override {
+      sent += request.url;
+      latest = std::move(completion);
+    }
+    std::string sent;
+    Completion latest;
+  };
   const auto slow = std::make_shared<SlowClient>();
   LockstepHTTPClient client(slow);
-  std::string ended;
   const auto ask = [&](const std::string& url, const std::function<void()>& then) {
-    client.execute({.url = url, .method = "POST", .headers = {}, .body = {}}, [&ended, url, then](auto, auto) {
-      ended += url + " ";
-      if (then) then();
-    });
+    client.execute({.url = url, .method = "POST", .headers = {}, .body = {}}, [then](auto, auto) { then(); });
   };
-  ask("a", [&] { ask("d", nullptr); });
+  const auto endOne = [&] { std::exchange(slow->latest, nullptr)(std::nullopt, std::nullopt); };
+  ask("a", [&] { ask("d", [] {}); });
   ask("b", [] { throw std::runtime_error("b"); });
-  ask("c", nullptr);
+  ask("c", [] {});
   EXPECT_EQ(slow->sent, "");
   client.release();
-  EXPECT_EQ(slow->sent, "a ");
-  slow->endOne();
-  EXPECT_EQ(slow->sent, "a b ");
-  EXPECT_THROW(slow->endOne(), std::runtime_error);
-  EXPECT_EQ(slow->sent, "a b c ");
-  std::exchange(slow->waiting, {}).clear();  // dropped, as by a client that was shut down
-  EXPECT_EQ(slow->sent, "a b c d ");
-  slow->endOne();
-  EXPECT_EQ(ended, "a b d ");
+  client.release();
+  EXPECT_EQ(slow->sent, "a");
+  endOne();
+  EXPECT_EQ(slow->sent, "ab");
+  EXPECT_THROW(endOne(), std::runtime_error);
+  EXPECT_EQ(slow->sent, "abc");
+  static_cast<void>(std::exchange(slow->latest, nullptr));  // dropped, as by a client that was shut down
+  EXPECT_EQ(slow->sent, "abcd");
+  endOne();
 }
 
 }  // namespace
