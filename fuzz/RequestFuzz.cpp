@@ -35,8 +35,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   require(std::ranges::all_of(request.body, isASCII));
   require(request.headers.back() == std::pair<std::string, std::string>(
                                         "Content-Length", std::to_string(request.body.size())));
-  if (std::ranges::all_of(text, isASCII))
+  if (std::ranges::all_of(text, isASCII)) {
     require(service::parseFormBody(request.body, {"value"}).at("value") == text);
+  }
   requireFailure(request.url);
   requireFailure(text);
   return 0;

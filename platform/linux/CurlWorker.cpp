@@ -50,8 +50,8 @@ class LiveWorkers {
   }
 
   void stopAll() {
-    if (getpid() != process_)
-      return;  // a child of the host's, without threads and with locks as they were
+    // A child of the host's has none of these threads, and their locks as they were.
+    if (getpid() != process_) return;
     const std::lock_guard lock(mutex_);
     for (CurlWorker* worker : workers_) worker->stop();
   }

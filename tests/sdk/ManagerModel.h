@@ -154,7 +154,7 @@ class ManagerModel {
     if (!tracking_) return see("Location update while not running");
     if (!ready_) return see("API not ready");
     see("URL: https://api.brivane.example/api/v1/tracker/");
-    post({"tracker/", client_, ""}, " " + std::to_string(count) + ".000000 -1");
+    post({"tracker/", client_, ""}, " " + std::to_string(count) + ".000000 0.000000 -1");
   }
 
   void reply(std::size_t index, const Answer& answer) {

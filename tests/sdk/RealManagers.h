@@ -28,12 +28,12 @@ class RealManagers {
 
   std::vector<std::string> takeRequests() {
     std::vector<std::string> sent;
+    sent.reserve(services_.requests.size());
     for (const auto& request : std::exchange(services_.requests, {})) {
       std::string text = request.url.substr(request.url.rfind("/v1/") + 4);
       auto fields = FakeServices::fields(request);
       for (const char* name : {"major", "minor", "rssi", "lat", "lng", "radius"}) {
-        if (fields.contains(name) && !(fields.contains("speed") && name == std::string("lng")))
-          text += " " + fields[name];
+        if (fields.contains(name)) text += " " + fields[name];
       }
       for (const auto& [name, value] : request.headers) {
         if (name == "Authorization") text += " " + value;
