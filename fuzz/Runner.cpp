@@ -29,8 +29,9 @@ std::vector<Bytes> readSeeds(const char* const* first, const char* const* last) 
   std::vector<Bytes> seeds = {{}};
   for (; first != last; ++first) {
     if (!std::filesystem::is_directory(*first)) continue;
-    for (const auto& file : std::filesystem::directory_iterator(*first))
+    for (const auto& file : std::filesystem::directory_iterator(*first)) {
       seeds.push_back(read(file));
+    }
   }
   std::ranges::sort(seeds);  // folders are read in any order
   return seeds;
@@ -57,16 +58,17 @@ class Mutator {
     if (kind == 3) bytes.insert(at, other.begin(), other.end());
   }
 
-  std::mt19937 random_;
+  std::mt19937 random_;  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same each time
 };
 
 }  // namespace
 
 int main(int argc, char** argv) {
   std::size_t runs = 0;
-  if (argc < 2 ||
-      std::from_chars(argv[1], argv[1] + std::string_view(argv[1]).size(), runs).ec != std::errc())
+  if (argc < 2 || std::from_chars(argv[1], argv[1] + std::string_view(argv[1]).size(), runs).ec !=
+                      std::errc()) {
     return 2;
+  }
   const std::vector<Bytes> seeds = readSeeds(argv + 2, argv + argc);
   for (const Bytes& seed : seeds) LLVMFuzzerTestOneInput(seed.data(), seed.size());
   Mutator mutator;

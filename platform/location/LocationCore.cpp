@@ -45,7 +45,7 @@ struct LocationCore::State {
     Call call;
   };
 
-  explicit State(const Options& settings) : options(settings) {}
+  explicit State(Options settings) : options(std::move(settings)) {}
 
   /// Delivers what is queued, also what comes to it meanwhile. Without the lock.
   void deliver();

@@ -86,8 +86,9 @@ void BtsnoopWriter::write(const Advertisement& advertisement, Instant time) {
 }
 
 void BtsnoopWriter::flush() {
-  if (std::fflush(file_.get()) != 0)
+  if (std::fflush(file_.get()) != 0) {
     throw CaptureError(path_, std::generic_category().message(errno));
+  }
 }
 
 void BtsnoopWriter::put(const std::string& bytes) {

@@ -99,6 +99,7 @@ class RealManagers {
     if (!manager) return;
     const auto region = manager->getRegion();
     std::vector<platform::CLBeacon> heard;
+    heard.reserve(beacons.size());
     for (const HeardBeacon& beacon : beacons) {
       heard.push_back({.proximityUUID = region->proximityUUID(),
                        .major = beacon.major,
