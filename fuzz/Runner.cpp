@@ -37,6 +37,7 @@ std::vector<Bytes> readSeeds(const char* const* first, const char* const* last) 
   return seeds;
 }
 
+// NOLINTNEXTLINE(cert-msc32-c,cert-msc51-cpp): the same changes each time are wanted
 class Mutator {
  public:
   Bytes change(Bytes bytes, const Bytes& other) {
@@ -58,7 +59,7 @@ class Mutator {
     if (kind == 3) bytes.insert(at, other.begin(), other.end());
   }
 
-  std::mt19937 random_;  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same each time
+  std::mt19937 random_;
 };
 
 }  // namespace
