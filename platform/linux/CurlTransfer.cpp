@@ -40,6 +40,10 @@ std::string authority(const char* url) {
   return all;
 }
 
+bool leadsAway(const std::string& from, const std::string& to) {
+  return from != to && !isSame(authority(from.c_str()), authority(to.c_str()));
+}
+
 /// A program that the host starts must not hold the service's connections open.
 curl_socket_t openSocket(void* /*context*/, curlsocktype /*purpose*/, curl_sockaddr* address) {
   return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
@@ -153,8 +157,8 @@ int CurlTransfer::allow(void* transfer, char*, char*, int, int) {
   curl_easy_getinfo(self.handle(), CURLINFO_EFFECTIVE_URL, &url);
   curl_easy_getinfo(self.handle(), CURLINFO_EFFECTIVE_METHOD, &method);
   const bool takesBody = std::string_view(method) == "POST";
-  const bool leadsAway = !isSame(authority(url), authority(self.current_.request.url.c_str()));
-  return takesBody && leadsAway ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
+  return takesBody && leadsAway(self.current_.request.url, url) ? CURL_PREREQFUNC_ABORT
+                                                                : CURL_PREREQFUNC_OK;
 }
 
 void CurlTransfer::append(List& list, const std::string& item) {
