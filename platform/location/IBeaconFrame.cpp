@@ -24,7 +24,9 @@ std::optional<IBeaconFrame> IBeaconFrame::parse(const Advertisement& advertiseme
   }
   UUID::Bytes uuid{};
   std::copy_n(data.begin() + 2, uuid.size(), uuid.begin());
-  return IBeaconFrame{.identity = {UUID(uuid), bigEndian(&data[18]), bigEndian(&data[20])},
+  return IBeaconFrame{.proximityUUID = UUID(uuid),
+                      .major = bigEndian(&data[18]),
+                      .minor = bigEndian(&data[20]),
                       .measuredPower = static_cast<std::int8_t>(data[22])};
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -11,23 +10,16 @@
 
 namespace platform {
 
-/// Who a beacon is. Its address changes and says nothing.
-struct BeaconIdentity {
-  UUID uuid;
-  std::uint16_t major = 0;
-  std::uint16_t minor = 0;
-
-  // NOLINTNEXTLINE(modernize-use-nullptr): a false alarm
-  friend auto operator<=>(const BeaconIdentity&, const BeaconIdentity&) = default;
-};
-
 /// What a beacon sends.
 struct BRIVANE_EXPORT IBeaconFrame {
   /// Company identifier that its advertisement bears, and the bytes behind that.
   static constexpr std::uint16_t kCompany = 0x004C;
   static constexpr std::size_t kSize = 23;
 
-  BeaconIdentity identity;
+  // Who the beacon is. Its address changes and says nothing.
+  UUID proximityUUID;
+  std::uint16_t major = 0;
+  std::uint16_t minor = 0;
   /// Signal strength at one metre, dBm.
   int measuredPower = 0;
 

@@ -191,7 +191,7 @@ class LocationCore::Manager final : public CLLocationManager,
       monitored->monitor.emplace(state_->now, state_->options.exitPeriod, state_->scanning);
     }
     for (const auto& [identifier, ranged] : ranged_) {
-      if (!ranged->window) ranged->window.emplace(state_->now);
+      if (!ranged->window) ranged->window.emplace(ranged->region->proximityUUID(), state_->now);
     }
   }
 
@@ -219,12 +219,12 @@ class LocationCore::Manager final : public CLLocationManager,
   void hear(const IBeaconFrame& frame, int rssi, Instant now) {
     begin();  // what another thread started since the time was fed
     for (const auto& [identifier, monitored] : monitored_) {
-      if (monitored->region->proximityUUID() == frame.identity.uuid) {
+      if (monitored->region->proximityUUID() == frame.proximityUUID) {
         queueChange(monitored, monitored->monitor->hear(now));
       }
     }
     for (const auto& [identifier, ranged] : ranged_) {
-      if (ranged->region->proximityUUID() == frame.identity.uuid) {
+      if (ranged->region->proximityUUID() == frame.proximityUUID) {
         ranged->window->hear(frame, rssi, now);
       }
     }

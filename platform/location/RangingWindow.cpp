@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 #include "platform/location/Distance.h"
 
@@ -22,10 +23,11 @@ bool isNearer(const CLBeacon& a, const CLBeacon& b) {
 
 }  // namespace
 
-RangingWindow::RangingWindow(Instant now) : deadline_(now + kInterval) {}
+RangingWindow::RangingWindow(const UUID& proximityUUID, Instant now)
+    : proximityUUID_(proximityUUID), deadline_(now + kInterval) {}
 
 void RangingWindow::hear(const IBeaconFrame& frame, int rssi, Instant now) {
-  Heard& beacon = heard_[frame.identity];
+  Heard& beacon = heard_[{frame.major, frame.minor}];
   beacon.measuredPower = frame.measuredPower;
   beacon.last = now;
   if (!isReading(rssi)) return;
@@ -38,11 +40,10 @@ std::vector<CLBeacon> RangingWindow::report() {
                 [this](const auto& beacon) { return deadline_ - beacon.second.last > kLingering; });
   std::vector<CLBeacon> beacons;
   beacons.reserve(heard_.size());
-  for (auto& [identity, heard] : heard_) {
+  for (auto& [numbers, heard] : heard_) {
     CLBeacon& beacon = beacons.emplace_back();
-    beacon.proximityUUID = identity.uuid;
-    beacon.major = identity.major;
-    beacon.minor = identity.minor;
+    beacon.proximityUUID = proximityUUID_;
+    std::tie(beacon.major, beacon.minor) = numbers;
     if (heard.readings == 0) continue;
     const double mean = static_cast<double>(heard.sum) / static_cast<double>(heard.readings);
     beacon.rssi = static_cast<std::int32_t>(std::lround(mean));

@@ -2,10 +2,12 @@
 
 #include <cstdint>
 #include <map>
+#include <utility>
 #include <vector>
 
 #include "platform/Export.h"
 #include "platform/Location.h"
+#include "platform/UUID.h"
 #include "platform/location/IBeaconFrame.h"
 #include "platform/location/Instant.h"
 
@@ -14,7 +16,7 @@ namespace platform {
 /// The beacons of one ranged region, gathered for a report a second.
 class BRIVANE_EXPORT RangingWindow {
  public:
-  explicit RangingWindow(Instant now);
+  RangingWindow(const UUID& proximityUUID, Instant now);
 
   /// A frame of the region was heard.
   void hear(const IBeaconFrame& frame, int rssi, Instant now);
@@ -34,7 +36,8 @@ class BRIVANE_EXPORT RangingWindow {
     Instant last{};
   };
 
-  std::map<BeaconIdentity, Heard> heard_;
+  const UUID proximityUUID_;
+  std::map<std::pair<std::uint16_t, std::uint16_t>, Heard> heard_;  // by major and minor
   Instant deadline_;
 };
 

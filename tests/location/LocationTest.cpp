@@ -23,8 +23,8 @@ using namespace platform;
 TEST(Frame, IsAnIBeaconOfTheRightSizeOrNothing) {
   const Advertisement good = beaconFrame(kNetwork, 0x0102, 0xFFFE, -60);
   const auto frame = IBeaconFrame::parse(good).value();
-  EXPECT_EQ(frame.identity.uuid, kNetwork);
-  EXPECT_EQ(frame.identity.major << 16 | frame.identity.minor, 0x0102FFFE);
+  EXPECT_EQ(frame.proximityUUID, kNetwork);
+  EXPECT_EQ(frame.major << 16 | frame.minor, 0x0102FFFE);
   EXPECT_EQ(frame.measuredPower, -59);
   const std::function<void(Advertisement&)> spoilers[] = {
       [](auto& a) { a.company = 0x004D; }, [](auto& a) { a.data[0] = 0x03; },    [](auto& a) { a.data[1] = 0x16; },
