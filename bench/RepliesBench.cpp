@@ -18,6 +18,16 @@ void resolve(benchmark::State& state) {
   }
 }
 
+/// What that record takes by itself, however its texts were found.
+void resolveRecord(benchmark::State& state) {
+  const auto resolve = BVAPIResolve::parse(bench::resolveReply(1));
+  for (auto _ : state) {
+    auto copy = std::make_shared<BVAPIResolve>(*resolve);
+    copy->setWaybeacon(std::make_shared<const BVWaybeacon>(*resolve->waybeacon()));
+    benchmark::DoNotOptimize(copy);
+  }
+}
+
 void nearest(benchmark::State& state) {
   const std::optional<std::string> body = bench::nearestReply(kPlaces);
   for (auto _ : state) {
@@ -57,6 +67,7 @@ int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   bench::install(std::make_shared<bench::Http>());
   benchmark::RegisterBenchmark("Resolve", resolve);
+  benchmark::RegisterBenchmark("ResolveRecord", resolveRecord);
   benchmark::RegisterBenchmark("ResolveDom", dom, bench::resolveReply(1));
   benchmark::RegisterBenchmark("Nearest", nearest)->Unit(benchmark::kMillisecond);
   benchmark::RegisterBenchmark("NearestRecords", nearestRecords)->Unit(benchmark::kMillisecond);
