@@ -1,4 +1,4 @@
-// Run by check_live.py, on a bus where BlueZ hears a beacon ten times a second.
+// Run by check_live.py: Live on a bus where BlueZ hears a beacon ten times a second, Refused where it will not listen.
 #include <gio/gio.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -184,6 +184,14 @@ TEST(Live, ABlockedApplicationMissesReportsButLeavesNoRegion) {
   context.run(500ms);
   EXPECT_FALSE(walker.has("exit")) << walker.heard;
   EXPECT_LE(walker.heard.size(), std::string("range-60 ").size() * 2) << walker.heard;
+}
+
+TEST(Refused, IsToldAsADenialOfTheUsers) {
+  const OwnContext context;
+  LinuxLocationService service({});
+  const Walker walker(service);
+  EXPECT_TRUE(context.runUntil([&] { return walker.has("auth2"); })) << walker.heard;
+  EXPECT_EQ(service.authorizationStatus(), 2);
 }
 
 }  // namespace

@@ -143,6 +143,7 @@ class Live(unittest.TestCase):
                 wait_for(scan.hears)
             self.assertEqual([event["state"] for event in scan.of("state")], ["inside"])
             self.assertEqual(scan.status, 0)
+            self.assertEqual(scan.says("does not start"), "Failed" in str(end))  # a busy radio is waited for
             if "discovery is renewed" not in complaint:
                 self.assertTrue(scan.says("^brivane: listening again$"))
                 self.assertEqual(len([line for line in scan.lines if complaint in line]), 1)
@@ -215,9 +216,15 @@ class Live(unittest.TestCase):
             self.assertEqual(detect.status, status)
 
     def test_managers_on_every_thread_and_in_every_order(self):
+        self.check_managers("Live")
+
+    def test_a_bus_that_forbids_discovery_denies_it(self):
+        self.check_managers("Refused", "Fail hci0 StartDiscovery org.freedesktop.DBus.Error.AccessDenied 9")
+
+    def check_managers(self, suite, *steps):
         with Machine() as machine:
-            machine.do("start_bluez")
-            subprocess.run([LIVE_TEST], env=machine.environment, check=True, timeout=120)
+            machine.do("start_bluez", *steps)
+            subprocess.run([LIVE_TEST, f"--gtest_filter={suite}.*"], env=machine.environment, check=True, timeout=120)
 
 
 if __name__ == "__main__":
