@@ -1,10 +1,10 @@
 #include "host/Announcer.h"
 
-#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <utility>
 
+#include "host/ClockText.h"
 #include "host/RecordJSON.h"
 
 namespace host {
@@ -18,20 +18,11 @@ constexpr double kSecondsBetweenReports = 0.5;
 /// and midway between two beacons each report would name the other.
 constexpr int kReportsToLead = 3;
 
-std::string clockText(double seconds) {
-  char text[32];
-  const auto whole = static_cast<long>(seconds);
-  std::snprintf(text, sizeof text, "%3ld:%02ld", whole / 60, whole % 60);
-  return text;
-}
-
 /// The texts that there are, as one sentence after another.
 void appendSentence(std::string& line, const std::optional<std::string>& text) {
   if (!text || text->empty()) return;
   line.append(line.ends_with('.') ? " " : ". ").append(*text);
 }
-
-JSONValue roundedToMilliseconds(double seconds) { return std::round(seconds * 1000.0) / 1000.0; }
 
 }  // namespace
 
@@ -103,8 +94,7 @@ void Announcer::didNearestWaybeacons(
 }
 
 void Announcer::printEvent(const char* event, JSONValue::Object members) {
-  members.insert(members.begin(), {{"t", roundedToMilliseconds(options_.now())}, {"event", event}});
-  screen_.print(jsonLine(std::move(members)));
+  screen_.print(eventLine(options_.now(), event, std::move(members)));
 }
 
 void Announcer::printMatch(const char* news, const BVAPIResolve& match) {

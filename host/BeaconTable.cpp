@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "host/ClockText.h"
 #include "host/RecordJSON.h"
 #include "platform/JSONValue.h"
 
@@ -21,14 +22,12 @@ const char* nameOf(platform::CLProximity proximity) {
   return kProximities.at(static_cast<std::size_t>(proximity));
 }
 
-double rounded(double value, double steps) { return std::round(value * steps) / steps; }
-
 JSONValue beaconJSON(const platform::CLBeacon& beacon) {
   return JSONValue::Object{{"uuid", beacon.proximityUUID.UUIDString()},
                            {"major", beacon.major},
                            {"minor", beacon.minor},
                            {"rssi", beacon.rssi},
-                           {"metres", rounded(beacon.accuracy, 100.0)},
+                           {"metres", std::round(beacon.accuracy * 100.0) / 100.0},
                            {"proximity", nameOf(beacon.proximity)}};
 }
 
@@ -50,9 +49,8 @@ void BeaconTable::locationManager_didDetermineState_forRegion(Manager& /*manager
                                                               std::int64_t state,
                                                               const Region& /*region*/) {
   if (!options_.json) return;
-  screen_.print(jsonLine({{"t", rounded(options_.now(), 1000.0)},
-                          {"event", "state"},
-                          {"state", kStates.at(static_cast<std::size_t>(state))}}));
+  screen_.print(
+      eventLine(options_.now(), "state", {{"state", kStates.at(static_cast<std::size_t>(state))}}));
 }
 
 void BeaconTable::locationManager_didRangeBeacons_inRegion(Manager& /*manager*/,
@@ -61,35 +59,31 @@ void BeaconTable::locationManager_didRangeBeacons_inRegion(Manager& /*manager*/,
   if (options_.json) {
     JSONValue::List list;
     for (const auto& beacon : beacons) list.push_back(beaconJSON(beacon));
-    screen_.print(jsonLine({{"t", rounded(options_.now(), 1000.0)},
-                            {"event", "range"},
-                            {"beacons", std::move(list)}}));
-    return;
-  }
-  table_.clear();
-  for (const auto& beacon : beacons) {
-    if (!screen_.isWatched()) screen_.print(line(beacon));
-    table_.append(table_.empty() ? "" : "\n").append(line(beacon));
-  }
-  if (!screen_.isWatched()) {
-    table_.clear();
+    screen_.print(eventLine(options_.now(), "range", {{"beacons", std::move(list)}}));
+  } else if (screen_.isWatched()) {
+    showTable(beacons);
   } else {
-    screen_.showProgress(table_.empty() ? "no beacon of the network in range" : table_);
+    for (const auto& beacon : beacons) screen_.print(line(beacon));
   }
 }
 
-std::string BeaconTable::line(const platform::CLBeacon& beacon) const {
-  std::array<char, 96> text{};
-  const auto seconds = static_cast<long>(options_.now());
-  if (beacon.rssi == 0) {
-    std::snprintf(text.data(), text.size(), "%3ld:%02ld  %5d %5d  silent", seconds / 60,
-                  seconds % 60, beacon.major, beacon.minor);
-  } else {
-    std::snprintf(text.data(), text.size(), "%3ld:%02ld  %5d %5d  %4d dBm  %6.1f m  %s",
-                  seconds / 60, seconds % 60, beacon.major, beacon.minor, beacon.rssi,
-                  beacon.accuracy, nameOf(beacon.proximity));
+void BeaconTable::showTable(const Beacons& beacons) {
+  table_.clear();
+  for (const auto& beacon : beacons) {
+    table_.append(table_.empty() ? "" : "\n").append(line(beacon));
   }
-  return text.data();
+  screen_.showProgress(table_.empty() ? "no beacon of the network in range" : table_);
+}
+
+std::string BeaconTable::line(const platform::CLBeacon& beacon) const {
+  std::array<char, 64> text{};
+  if (beacon.rssi == 0) {
+    std::snprintf(text.data(), text.size(), "  %5d %5d  silent", beacon.major, beacon.minor);
+  } else {
+    std::snprintf(text.data(), text.size(), "  %5d %5d  %4d dBm  %6.1f m  %s", beacon.major,
+                  beacon.minor, beacon.rssi, beacon.accuracy, nameOf(beacon.proximity));
+  }
+  return clockText(options_.now()) + text.data();
 }
 
 }  // namespace host

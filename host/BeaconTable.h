@@ -44,6 +44,7 @@ class BeaconTable final : public platform::CLLocationManagerDelegate {
   void locationManager_rangingBeaconsDidFailForRegion_withError(Manager&, const Region&,
                                                                 const std::string&) override {}
 
+  void showTable(const Beacons& beacons);
   std::string line(const platform::CLBeacon& beacon) const;
 
   Screen& screen_;

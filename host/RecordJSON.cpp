@@ -53,4 +53,9 @@ std::string jsonLine(JSONValue::Object members) {
   return std::get<std::string>(platform::SimdJSON().write(JSONValue(std::move(members))));
 }
 
+std::string eventLine(double seconds, const char* event, JSONValue::Object members) {
+  members.insert(members.begin(), {{"t", std::round(seconds * 1000.0) / 1000.0}, {"event", event}});
+  return jsonLine(std::move(members));
+}
+
 }  // namespace host

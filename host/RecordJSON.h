@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "BrivaneSDK/BVAPIResolve.h"
 #include "BrivaneSDK/BVWaybeaconDistance.h"
 #include "platform/JSONValue.h"
@@ -12,5 +14,7 @@ platform::JSONValue::Object placeJSON(const BVWaybeaconDistance& place);
 
 /// One line of JSON. A number that JSON cannot hold has become null.
 std::string jsonLine(platform::JSONValue::Object members);
+/// What happened at a time, which is told to the millisecond, as one line of JSON.
+std::string eventLine(double seconds, const char* event, platform::JSONValue::Object members);
 
 }  // namespace host

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+namespace host {
+
+/// Minutes and seconds, as every line for a person begins.
+std::string clockText(double seconds);
+
+}  // namespace host
