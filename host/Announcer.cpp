@@ -39,9 +39,10 @@ bool Announcer::hasPlaces() const {
   return hasPlaces_;
 }
 
-std::size_t Announcer::matchedPlaces() const {
+std::string Announcer::summary() const {
   const std::lock_guard lock(mutex_);
-  return matched_.size();
+  return std::to_string(matched_.size()) + " places in " +
+         std::to_string(static_cast<long>(options_.now())) + " seconds.";
 }
 
 void Announcer::didIsReady() {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -34,8 +33,8 @@ class Announcer final : public BVManagerDelegate {
   bool isReady() const;
   /// Whether an answer about nearest places has come.
   bool hasPlaces() const;
-  /// How many different places were matched.
-  std::size_t matchedPlaces() const;
+  /// How many different places were matched, and in which time; one line for a person.
+  std::string summary() const;
 
  private:
   void didIsReady() override;

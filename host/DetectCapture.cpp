@@ -1,4 +1,3 @@
-#include <cstdio>
 #include <functional>
 #include <memory>
 #include <string>
@@ -37,12 +36,6 @@ std::shared_ptr<ReplayLocationService> openReplay(const DetectOptions& options,
   return std::make_shared<ReplayLocationService>(std::move(replay));
 }
 
-std::string summary(const Announcer& announcer, const ReplayLocationService& replay) {
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(replay.now()).count();
-  return std::to_string(announcer.matchedPlaces()) + " places in " + std::to_string(seconds) +
-         " seconds.";
-}
-
 }  // namespace
 
 void detectCapture(const DetectOptions& options) {
@@ -70,7 +63,7 @@ void detectCapture(const DetectOptions& options) {
   }
   session.waitUntilAnswered();
   manager->stopDetection();
-  if (!options.service.json) screen.print(summary(*announcer, *replay));
+  if (!options.service.json) screen.print(announcer->summary());
 }
 
 }  // namespace host

@@ -1,5 +1,4 @@
 #include <memory>
-#include <string>
 
 #include "host/Announcer.h"
 #include "host/Commands.h"
@@ -37,9 +36,7 @@ void detectLive(const DetectOptions& options) {
   manager->stopDetection();
   radio.failIfUseless();
   if (!session.isInterrupted()) session.waitUntilAnswered();
-  if (options.service.json) return;
-  screen.print(std::to_string(announcer->matchedPlaces()) + " places in " +
-               std::to_string(static_cast<long>(stopwatch.seconds())) + " seconds.");
+  if (!options.service.json) screen.print(announcer->summary());
 }
 
 }  // namespace host

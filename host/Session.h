@@ -53,13 +53,13 @@ class Session {
   bool isInterrupted() const { return interrupted_; }
 
  private:
-  const ServiceOptions options_;
-  const MainLoop* const loop_;
   /// Waits like `waitUntilAnswered`; false when `limit` ran out first.
   bool waitFor(std::chrono::seconds limit) const;
   /// Waits until the user has answered the question for authorisation; whether it was granted.
   bool waitForAuthorization() const;
 
+  const ServiceOptions options_;
+  const MainLoop* const loop_;
   const std::shared_ptr<platform::CurlHTTPClient> curl_;
   /// Null when requests are sent as they come.
   const std::shared_ptr<platform::LockstepHTTPClient> lockstep_;
