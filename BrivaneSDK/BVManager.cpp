@@ -32,10 +32,15 @@ bool isAuthorizedAlways() {
          platform::kCLAuthorizationStatusAuthorizedAlways;
 }
 
+const platform::UUID& networkUUID() {
+  static const platform::UUID only =
+      platform::UUID::initWithUUIDString(BVNetwork::proximityUUID()).value();
+  return only;
+}
+
 std::shared_ptr<platform::CLBeaconRegion> makeRegion() {
-  const auto uuid = platform::UUID::initWithUUIDString(BVNetwork::proximityUUID());
   auto region =
-      platform::CLBeaconRegion::initWithProximityUUID_identifier(uuid.value(), "BrivaneNetwork");
+      platform::CLBeaconRegion::initWithProximityUUID_identifier(networkUUID(), "BrivaneNetwork");
   region->setNotifyOnEntry(true);
   region->setNotifyOnExit(true);
   region->setNotifyEntryStateOnDisplay(true);
@@ -44,14 +49,10 @@ std::shared_ptr<platform::CLBeaconRegion> makeRegion() {
 
 /// The key of a ranged beacon. The network's UUID, which such a beacon has, is formatted only once.
 std::string keyOf(const platform::CLBeacon& beacon) {
-  struct Network {
-    platform::UUID uuid = platform::UUID::initWithUUIDString(BVNetwork::proximityUUID()).value();
-    std::string text = uuid.UUIDString();
-  };
-  static const auto& network = *new Network;  // kept for the life of the process
+  static const auto& network = *new auto(networkUUID().UUIDString());  // for the process's life
   const auto& uuid = beacon.proximityUUID;
-  return uuid == network.uuid
-             ? BVUtil::getHash_andMajor_andMinor(network.text, beacon.major, beacon.minor)
+  return uuid == networkUUID()
+             ? BVUtil::getHash_andMajor_andMinor(network, beacon.major, beacon.minor)
              : BVUtil::getHash_andMajor_andMinor(uuid.UUIDString(), beacon.major, beacon.minor);
 }
 

@@ -10,7 +10,6 @@
 
 #include "bench/Services.h"
 #include "bench/Walker.h"
-#include "platform/location/IBeaconFrame.h"
 #include "platform/replay/BtsnoopWriter.h"
 #include "platform/replay/ReplayLocationService.h"
 
@@ -23,26 +22,15 @@ constexpr int kBeacons = 20;
 /// Each beacon sends ten frames a second.
 constexpr platform::Instant kBetweenFrames = 1s / (10 * kBeacons);
 
-platform::Advertisement frame(int i) {
-  const platform::CLBeacon beacon = bench::beacon(i % kBeacons);
-  platform::Advertisement frame{
-      .company = platform::IBeaconFrame::kCompany,
-      .data = {},
-      .rssi = -60 - i % 7,
-      .address = {0xC0, 0, 0, 0, 0, static_cast<std::uint8_t>(i % kBeacons)}};
-  frame.data = {0x02, 0x15};
-  for (const std::uint8_t byte : beacon.proximityUUID.bytes()) frame.data.push_back(byte);
-  for (const std::int32_t number : {beacon.major, beacon.minor}) {
-    frame.data.push_back(static_cast<std::uint8_t>(number >> 8));
-    frame.data.push_back(static_cast<std::uint8_t>(number));
-  }
-  frame.data.push_back(0xC5);
+platform::Advertisement heard(int i) {
+  platform::Advertisement frame = bench::frame(i % kBeacons, -60 - i % 7);
+  frame.address = {0xC0, 0, 0, 0, 0, static_cast<std::uint8_t>(i % kBeacons)};
   return frame;
 }
 
 void write(const std::string& path) {
   platform::BtsnoopWriter capture(path);
-  for (int i = 0; i < kFrames; ++i) capture.write(frame(i), i * kBetweenFrames);
+  for (int i = 0; i < kFrames; ++i) capture.write(heard(i), i * kBetweenFrames);
   capture.flush();
 }
 

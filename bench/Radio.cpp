@@ -34,20 +34,13 @@ GVariant* objects() {
 
 /// What BlueZ signals for each frame.
 GVariant* heard(int i) {
-  const platform::CLBeacon beacon = bench::beacon(i % kBeacons);
-  std::string frame = "\x02\x15";
-  for (const std::uint8_t byte : beacon.proximityUUID.bytes()) frame += static_cast<char>(byte);
-  for (const std::int32_t number : {beacon.major, beacon.minor}) {
-    frame += static_cast<char>(number >> 8);
-    frame += static_cast<char>(number);
-  }
-  frame += '\xC5';
+  const platform::Advertisement frame = bench::frame(i % kBeacons, -60 - i % 7);
   GVariant* const bytes =
-      g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, frame.data(), frame.size(), 1);
+      g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, frame.data.data(), frame.data.size(), 1);
   return g_variant_new_parsed(
       "('org.bluez.Device1', {'ManufacturerData': <{uint16 76: <%@ay>}>, 'RSSI': <%n>},"
       " @as [])",
-      bytes, static_cast<gint16>(-60 - i % 7));
+      bytes, static_cast<gint16>(frame.rssi));
 }
 
 void hear(GDBusConnection* bus, guint32 frames) {

@@ -7,11 +7,13 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "BrivaneSDK/BrivaneSDK.h"
 #include "platform/Services.h"
 #include "platform/linux/SimdJSON.h"
 #include "platform/location/LocationCore.h"
+#include "tests/location/Frames.h"
 
 /// What the library's surroundings are in a benchmark: as cheap as they can be, so that its own
 /// cost shows. Services are installed once a process.
@@ -89,6 +91,13 @@ inline std::vector<platform::CLBeacon> beacons(int count) {
   std::vector<platform::CLBeacon> all;
   for (int i = 0; i < count; ++i) all.push_back(beacon(i));
   return all;
+}
+
+/// What the i-th beacon sends.
+inline platform::Advertisement frame(int i, int rssi) {
+  const platform::CLBeacon sender = beacon(i);
+  return beaconFrame(sender.proximityUUID, static_cast<std::uint16_t>(sender.major),
+                     static_cast<std::uint16_t>(sender.minor), rssi);
 }
 
 /// A host that counts what it hears.

@@ -131,7 +131,8 @@ def idle(folder, port, environment):
                 raise RuntimeError("the host did not get there")
             time.sleep(3)  # connections close by themselves in the service
             wakes, threads = wake_ups(host.pid)
-            row(f"{expected}: wake-ups in {IDLE_SECONDS} s, {threads} threads", wakes, "nothing", 0, "0", met=wakes == 0)
+            row(f"{expected}: wake-ups in {IDLE_SECONDS} s, {threads} threads", wakes, "nothing", 0, "0",
+                met=wakes == 0)
             host.stdin.write("\n")
             host.stdin.flush()
 
@@ -212,7 +213,8 @@ def main():
         comparison = compare(folder)
     table(["figure", "", "beside", "", "ratio", "aim", "met"],
           [[r["what"], f"{number(r['figure'])} {r['unit']}".strip(), r["beside"], number(r["limit"]),
-            "–" if r["ratio"] is None else f"{r['ratio']:.2f}", r["aim"], {True: "yes", False: "no"}.get(r["met"], "–")] for r in rows])
+            "–" if r["ratio"] is None else f"{r['ratio']:.2f}", r["aim"], {True: "yes", False: "no"}.get(r["met"], "–")]
+           for r in rows])
     print()
     table(list(comparison[0]), [[v if isinstance(v, str) else number(v) for v in c.values()] for c in comparison])
     machine = {"processors": os.cpu_count(), "system": platform.platform()}

@@ -5,8 +5,11 @@ import pathlib
 import re
 import socket
 import subprocess
+import sys
 import threading
-import time
+
+sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "tests/support"))
+from programs import bus_in, wait_for  # noqa: E402
 
 
 @contextlib.contextmanager
@@ -19,24 +22,13 @@ def process(command, **options):
             running.terminate()
 
 
-def wait_for(condition):
-    end = time.monotonic() + 30
-    while not condition():
-        if time.monotonic() > end:
-            raise TimeoutError("waited in vain")
-        time.sleep(0.02)
-
-
 @contextlib.contextmanager
 def radio(folder, program):
     """The environment in which the system bus is one with a radio."""
-    address = f"unix:path={folder}/bus"
-    config = pathlib.Path(folder, "bus.conf")
-    config.write_text(f"""<busconfig><type>system</type><listen>{address}</listen><policy context="default">
-        <allow user="*"/><allow own="*"/><allow send_destination="*"/><allow eavesdrop="true"/></policy></busconfig>""")
+    command, address = bus_in(folder)
     environment = {"DBUS_SYSTEM_BUS_ADDRESS": address}
-    with process(["dbus-daemon", f"--config-file={config}", "--nofork", "--nopidfile"], stderr=subprocess.DEVNULL):
-        wait_for(pathlib.Path(folder, "bus").exists)
+    with process(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as bus:
+        bus.stdout.readline()
         with process([program], env=environment, stdout=subprocess.PIPE) as running:
             running.stdout.readline()
             yield environment

@@ -50,7 +50,8 @@ JSONValue::Object placeJSON(const BVWaybeaconDistance& place) {
 }
 
 std::string jsonLine(JSONValue::Object members) {
-  return std::get<std::string>(platform::SimdJSON().write(JSONValue(std::move(members))));
+  static const platform::SimdJSON json;
+  return std::get<std::string>(json.write(JSONValue(std::move(members))));
 }
 
 std::string eventLine(double seconds, const char* event, JSONValue::Object members) {

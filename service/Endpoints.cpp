@@ -7,6 +7,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "service/JSONDepth.h"
+
 namespace service {
 namespace {
 
@@ -14,9 +16,6 @@ using nlohmann::ordered_json;
 
 /// A position may be this far from a beacon and still be at it, metres.
 constexpr double kAtABeacon = 50.0;
-
-/// Writing JSON takes stack for each level: a request must not choose how much.
-constexpr int kMaxPayloadDepth = 100;
 
 /// A field that a request lacks, or that cannot be read.
 class BadField : public std::runtime_error {
@@ -51,11 +50,6 @@ double degrees(const Fields& fields, const char* key, double limit) {
 
 Coordinate coordinate(const Fields& fields) {
   return {degrees(fields, "lat", 90.0), degrees(fields, "lng", 180.0)};
-}
-
-bool refuseDeepNesting(int depth, ordered_json::parse_event_t /*event*/, ordered_json& /*parsed*/) {
-  if (depth > kMaxPayloadDepth) throw BadField("payload is nested too deep");
-  return true;
 }
 
 const char* proximityAt(std::int64_t rssi) {
@@ -141,7 +135,8 @@ Reply Endpoints::payload(std::string_view body) {
   const Fields fields = parseFormBody(body, {"uuid", "payload"});
   const Network::Beacon* const beacon = settings_.network.find(text(fields, "uuid"));
   if (beacon == nullptr) return unknown();
-  const auto payload = ordered_json::parse(text(fields, "payload"), refuseDeepNesting, false);
+  const auto refuse = refuseDeepNesting([] { throw BadField("payload is nested too deep"); });
+  const auto payload = ordered_json::parse(text(fields, "payload"), refuse, false);
   if (!payload.is_object()) throw BadField("payload is not a JSON object");
   const std::lock_guard lock(mutex_);
   payloads_[beacon->uuid] = payload;

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/location/Distance.h"
+#include "service/JSONDepth.h"
 
 namespace service {
 namespace {
@@ -107,16 +108,11 @@ Network::Beacon readBeacon(const Node& node) {
   return beacon;
 }
 
-/// Writing JSON takes stack for each level.
-constexpr int kMaxDepth = 100;
-
 ordered_json parseJSON(const std::string& name, std::string_view text) {
-  const auto refuseDeepNesting = [&name](int depth, auto /*event*/, auto& /*parsed*/) {
-    if (depth > kMaxDepth) throw NetworkError(name + ": nested too deep");
-    return true;
-  };
+  const auto refuse =
+      refuseDeepNesting([&name] { throw NetworkError(name + ": nested too deep"); });
   try {
-    return ordered_json::parse(text, refuseDeepNesting);
+    return ordered_json::parse(text, refuse);
   } catch (const ordered_json::parse_error& fault) {
     const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min(fault.byte, text.size()));
     const auto line = std::count(text.begin(), end, '\n') + 1;

@@ -47,9 +47,10 @@ void Ledger::execute(platform::HTTPRequest request, Completion completion) {
 }
 
 void Ledger::write(std::string_view line) {
-  if (line == "Ranging beacons ok") closeReport();
+  const bool opensReport = line == "Ranging beacons ok";
+  if (opensReport) closeReport();
   const std::lock_guard lock(mutex_);
-  if (line == "Ranging beacons ok") ++reports_;
+  if (opensReport) ++reports_;
   const int major = numberBehind("-> Major: ", line);
   if (major < 0) return;
   Entry& entry =

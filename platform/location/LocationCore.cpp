@@ -51,8 +51,10 @@ struct LocationCore::State {
   void deliver();
   /// Begins what was started, now. Without the lock.
   void begin();
-  /// Moves the time, if that is all there is to do until then; false if not.
+  /// Moves the time, if that is all there is to do until then; false if not. Without the lock.
   bool passQuietly(Instant to);
+  /// The earliest of the managers' deadlines. Under the lock.
+  std::optional<Instant> deadline();
 
   mutable std::mutex mutex;
   Options options;
@@ -325,12 +327,15 @@ void forEach(Managers& managers, Use use) {
 
 void LocationCore::State::begin() {
   const std::lock_guard lock(mutex);
-  std::optional<Instant> due;
-  forEach(managers, [&due](Manager& manager) {
-    manager.begin();
-    due = earlier(due, manager.deadline());
-  });
-  quietUntil = reports.empty() ? due.value_or(Instant::max()) : Instant::min();
+  forEach(managers, [](Manager& manager) { manager.begin(); });
+  quietUntil = reports.empty() ? deadline().value_or(Instant::max()) : Instant::min();
+}
+
+std::optional<Instant> LocationCore::State::deadline() {
+  std::optional<Instant> earliest;
+  forEach(managers,
+          [&](const Manager& manager) { earliest = earlier(earliest, manager.deadline()); });
+  return earliest;
 }
 
 bool LocationCore::State::passQuietly(Instant to) {
@@ -451,10 +456,7 @@ std::optional<Instant> LocationCore::nextDeadline() const {
   const std::lock_guard lock(state_->mutex);
   if (state_->quietUntil == Instant::max()) return std::nullopt;
   if (state_->quietUntil != Instant::min()) return state_->quietUntil;
-  std::optional<Instant> earliest;
-  forEach(state_->managers,
-          [&](const Manager& manager) { earliest = earlier(earliest, manager.deadline()); });
-  return earliest;
+  return state_->deadline();
 }
 
 std::int32_t LocationCore::authorizationStatus() const {

@@ -18,7 +18,7 @@ import dbus
 BRIVANE, SERVICE, LIVE_TEST, WALKS = *sys.argv[1:4], pathlib.Path(sys.argv[4])
 HERE = pathlib.Path(__file__).parent
 sys.path.insert(0, str(HERE.parent / "support"))
-from programs import PATIENCE, Listener, start_service, wait_for  # noqa: E402
+from programs import PATIENCE, Listener, bus_in, start_service, wait_for  # noqa: E402
 
 
 class Machine:
@@ -26,13 +26,9 @@ class Machine:
 
     def __init__(self):
         self.folder = tempfile.TemporaryDirectory()
-        self.address = f"unix:path={self.folder.name}/bus"
+        self.bus, self.address = bus_in(self.folder.name)
         self.environment = {**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": self.address, "XDG_CONFIG_HOME": self.folder.name,
                             "XDG_STATE_HOME": self.folder.name}
-        config = pathlib.Path(self.folder.name, "bus.conf")
-        config.write_text(f"""<busconfig><type>system</type><listen>{self.address}</listen>
-            <policy context="default"><allow user="*"/><allow own="*"/><allow send_destination="*"/>
-            <allow eavesdrop="true"/></policy></busconfig>""")
         self.processes = {}
         self.start_bus()
 
@@ -45,8 +41,7 @@ class Machine:
         self.folder.cleanup()
 
     def start_bus(self):
-        self.spawn("bus", "dbus-daemon", f"--config-file={self.folder.name}/bus.conf", "--nofork", "--print-address",
-                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        self.spawn("bus", *self.bus, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         self.processes["bus"].stdout.readline()  # it listens by now
 
     def spawn(self, name, *command, stdout=subprocess.DEVNULL, stderr=None):
