@@ -313,9 +313,10 @@ void BlueZScan::make(BlueZDiscovery::Call call) {
 void BlueZScan::finish(BlueZDiscovery::Call call, const BusReply& reply) {
   using Outcome = BlueZDiscovery::Outcome;
   const Outcome outcome = outcomeOf(reply);
-  if (call != BlueZDiscovery::Call::kStop) {
-    const bool failed = outcome == Outcome::kRefused || outcome == Outcome::kFailed;
-    failure_ = failed ? "Bluetooth discovery does not start: " + reply.message : "";
+  const bool fails = outcome == Outcome::kRefused || outcome == Outcome::kFailed;
+  const bool starts = call == BlueZDiscovery::Call::kStart && outcome == Outcome::kDone;
+  if (call != BlueZDiscovery::Call::kStop && (fails || starts)) {
+    failure_ = fails ? "Bluetooth discovery does not start: " + reply.message : "";
     refused_ = outcome == Outcome::kRefused;
   }
   discovery_.finish(outcome, monotonicNow());
@@ -346,7 +347,8 @@ std::string BlueZScan::fault() const {
       return "the Bluetooth daemon does not run; start it (systemctl start bluetooth)";
     case Stage::kConnecting:
     case Stage::kAsking:
-      return failure_;
+      // What was wrong before stands until it is known to be over.
+      return failure_.empty() ? status_.fault : failure_;
     case Stage::kKnown:
       if (served == adapters_.end()) {
         if (monotonicNow() < adaptersDue_) return "";
