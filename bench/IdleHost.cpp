@@ -11,10 +11,10 @@
 
 #include "bench/RadioCall.h"
 #include "bench/Services.h"
-#include "platform/linux/CurlHTTPClient.h"
-#include "platform/linux/KeyFilePreferences.h"
+#include "platform/curl/CurlHTTPClient.h"
+#include "platform/files/KeyFilePreferences.h"
+#include "platform/files/PlistPropertyList.h"
 #include "platform/linux/LinuxLocationService.h"
-#include "platform/linux/PlistPropertyList.h"
 
 namespace {
 

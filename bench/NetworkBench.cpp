@@ -12,7 +12,7 @@
 #include "bench/Connections.h"
 #include "bench/PlainClient.h"
 #include "bench/Services.h"
-#include "platform/linux/CurlHTTPClient.h"
+#include "platform/curl/CurlHTTPClient.h"
 #include "tests/support/TLSServer.h"
 
 namespace {

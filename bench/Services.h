@@ -11,7 +11,7 @@
 
 #include "BrivaneSDK/BrivaneSDK.h"
 #include "platform/Services.h"
-#include "platform/linux/SimdJSON.h"
+#include "platform/json/SimdJSON.h"
 #include "platform/location/LocationCore.h"
 #include "tests/location/Frames.h"
 

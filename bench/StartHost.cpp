@@ -11,9 +11,9 @@
 
 #include "bench/PlainClient.h"
 #include "bench/Services.h"
-#include "platform/linux/CurlHTTPClient.h"
-#include "platform/linux/KeyFilePreferences.h"
-#include "platform/linux/PlistPropertyList.h"
+#include "platform/curl/CurlHTTPClient.h"
+#include "platform/files/KeyFilePreferences.h"
+#include "platform/files/PlistPropertyList.h"
 
 int main(int argc, char** argv) {
   const auto began = std::chrono::steady_clock::now().time_since_epoch();

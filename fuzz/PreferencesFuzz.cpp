@@ -1,7 +1,7 @@
 #include <stdexcept>
 
 #include "fuzz/Input.h"
-#include "platform/linux/KeyFilePreferences.h"
+#include "platform/files/KeyFilePreferences.h"
 
 /// Whatever stood in the file, what is stored is found again; a file that cannot be read is left
 /// alone.

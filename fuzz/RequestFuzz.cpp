@@ -2,7 +2,7 @@
 #include <future>
 
 #include "fuzz/Input.h"
-#include "platform/linux/CurlHTTPClient.h"
+#include "platform/curl/CurlHTTPClient.h"
 #include "service/FormBody.h"
 #include "tests/sdk/FakeServices.h"
 

@@ -10,9 +10,9 @@
 #include "host/Screen.h"
 #include "host/Session.h"
 #include "platform/Services.h"
-#include "platform/linux/CurlHTTPClient.h"
-#include "platform/linux/KeyFilePreferences.h"
-#include "platform/linux/SimdJSON.h"
+#include "platform/curl/CurlHTTPClient.h"
+#include "platform/files/KeyFilePreferences.h"
+#include "platform/json/SimdJSON.h"
 
 namespace host {
 namespace {

@@ -10,7 +10,7 @@
 #include "host/RecordJSON.h"
 #include "host/Screen.h"
 #include "host/Session.h"
-#include "platform/linux/SimdJSON.h"
+#include "platform/json/SimdJSON.h"
 
 namespace host {
 namespace {

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "host/Failure.h"
-#include "platform/linux/StandardErrorLog.h"
+#include "platform/files/StandardErrorLog.h"
 
 namespace host {
 

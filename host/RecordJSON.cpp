@@ -6,7 +6,7 @@
 #include <utility>
 #include <variant>
 
-#include "platform/linux/SimdJSON.h"
+#include "platform/json/SimdJSON.h"
 
 namespace host {
 namespace {

@@ -11,10 +11,10 @@
 #include "BrivaneSDK/BVNetwork.h"
 #include "host/Failure.h"
 #include "platform/Services.h"
-#include "platform/linux/KeyFilePreferences.h"
-#include "platform/linux/PlistPropertyList.h"
-#include "platform/linux/SimdJSON.h"
-#include "platform/linux/StandardErrorLog.h"
+#include "platform/files/KeyFilePreferences.h"
+#include "platform/files/PlistPropertyList.h"
+#include "platform/files/StandardErrorLog.h"
+#include "platform/json/SimdJSON.h"
 #include "platform/location/LocationCore.h"
 
 namespace host {

@@ -11,7 +11,7 @@
 #include "host/Options.h"
 #include "host/WatchedHTTPClient.h"
 #include "platform/Location.h"
-#include "platform/linux/CurlHTTPClient.h"
+#include "platform/curl/CurlHTTPClient.h"
 #include "platform/replay/LockstepHTTPClient.h"
 
 namespace host {

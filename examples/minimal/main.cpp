@@ -4,10 +4,10 @@
 
 #include <BrivaneSDK/BrivaneSDK.h>
 #include <platform/Services.h>
-#include <platform/linux/CurlHTTPClient.h>
-#include <platform/linux/KeyFilePreferences.h>
-#include <platform/linux/PlistPropertyList.h>
-#include <platform/linux/SimdJSON.h>
+#include <platform/curl/CurlHTTPClient.h>
+#include <platform/files/KeyFilePreferences.h>
+#include <platform/files/PlistPropertyList.h>
+#include <platform/json/SimdJSON.h>
 #include <platform/replay/ReplayLocationService.h>
 
 #include <atomic>

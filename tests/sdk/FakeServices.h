@@ -12,7 +12,7 @@
 
 #include "BrivaneSDK/BrivaneSDK.h"
 #include "platform/Services.h"
-#include "platform/linux/SimdJSON.h"
+#include "platform/json/SimdJSON.h"
 
 /// Services that record what the library asks of them and answer what a test says. One set a process, because services
 /// are installed for good.

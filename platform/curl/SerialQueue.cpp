@@ -1,4 +1,4 @@
-#include "platform/linux/SerialQueue.h"
+#include "platform/curl/SerialQueue.h"
 
 #include <condition_variable>
 #include <deque>

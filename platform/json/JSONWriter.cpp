@@ -1,4 +1,4 @@
-#include "platform/linux/JSONWriter.h"
+#include "platform/json/JSONWriter.h"
 
 #include <simdjson.h>
 

@@ -1,11 +1,11 @@
-#include "platform/linux/CurlHTTPClient.h"
+#include "platform/curl/CurlHTTPClient.h"
 
 #include <curl/curl.h>
 
 #include <utility>
 
-#include "platform/linux/CurlWorker.h"
-#include "platform/linux/SerialQueue.h"
+#include "platform/curl/CurlWorker.h"
+#include "platform/curl/SerialQueue.h"
 
 namespace platform {
 

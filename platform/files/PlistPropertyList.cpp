@@ -1,4 +1,4 @@
-#include "platform/linux/PlistPropertyList.h"
+#include "platform/files/PlistPropertyList.h"
 
 #include <plist/plist.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/KeyFilePreferences.h"
+#include "platform/files/KeyFilePreferences.h"
 
 #include <fcntl.h>
 #include <glib.h>

@@ -6,7 +6,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "tests/linux/CurlFixture.h"
+#include "tests/curl/CurlFixture.h"
 
 namespace {
 

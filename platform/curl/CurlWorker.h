@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/CurlTransfer.h"
+#include "platform/curl/CurlTransfer.h"
 
 namespace platform {
 

@@ -1,4 +1,4 @@
-#include "platform/linux/LongIntegers.h"
+#include "platform/json/LongIntegers.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <span>
 
-#include "tests/linux/CurlFixture.h"
+#include "tests/curl/CurlFixture.h"
 #include "tests/support/HTTP2.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "platform/HTTPClient.h"
-#include "platform/linux/CurlHTTPClient.h"
+#include "platform/curl/CurlHTTPClient.h"
 
 namespace platform {
 

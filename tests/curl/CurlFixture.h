@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/CurlHTTPClient.h"
+#include "platform/curl/CurlHTTPClient.h"
 #include "tests/support/TLSServer.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,4 +1,4 @@
-#include "platform/linux/SimdJSON.h"
+#include "platform/json/SimdJSON.h"
 
 #include <simdjson.h>
 
@@ -8,8 +8,8 @@
 #include <new>
 #include <utility>
 
-#include "platform/linux/JSONWriter.h"
-#include "platform/linux/LongIntegers.h"
+#include "platform/json/JSONWriter.h"
+#include "platform/json/LongIntegers.h"
 
 namespace platform {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/linux/CurlTransfer.h"
+#include "platform/curl/CurlTransfer.h"
 
 #include <strings.h>
 #include <sys/socket.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/StandardErrorLog.h"
+#include "platform/files/StandardErrorLog.h"
 
 #include <unistd.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/CurlWorker.h"
+#include "platform/curl/CurlWorker.h"
 
 #include <unistd.h>
 

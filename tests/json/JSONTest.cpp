@@ -1,0 +1,84 @@
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cmath>
+
+#include "platform/json/SimdJSON.h"
+
+namespace {
+
+using platform::JSONError;
+using platform::JSONValue;
+using platform::SimdJSON;
+
+std::string nested(int depth) {
+  return std::string(static_cast<std::size_t>(depth), '[') + std::string(static_cast<std::size_t>(depth), ']');
+}
+
+TEST(JSON, ReadsAndWritesTheSameCompactText) {
+  ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
+  const SimdJSON json;
+  const std::pair<std::string, std::string> rows[] = {
+      {"{}", "{}"},
+      {" [ ] \n", "[]"},
+      {R"({"b":[true,false,null],"a":{"":-1}})", R"({"b":[true,false,null],"a":{"":-1}})"},
+      {"[40.4168,1e21,1E5,100000.0,-0.0,0.00001]", "[40.4168,1e+21,100000,100000,-0,1e-05]"},
+      {"[9223372036854775807,-9223372036854775808]", "[9223372036854775807,-9223372036854775808]"},
+      {"[18446744073709551615]", "[1.8446744073709552e+19]"},  // larger ones become reals
+      {R"([123456789012345678901,-99999999999999999999,{"9999999999999999999999\"8":1.5,"e":false}])",
+       R"([1.2345678901234568e+20,-1e+20,{"9999999999999999999999\"8":1.5,"e":false}])"},
+      {"[\"" + std::string(16 << 20, 'x') + "\"]", "[\"" + std::string(16 << 20, 'x') + "\"]"},
+      {R"(["\u0041\u00f1\ud83d\ude00\/\"\\\b\f\n\r\t\u0001"])",
+       "[\"Añ\xF0\x9F\x98\x80/\\\"\\\\\\b\\f\\n\\r\\t\\u0001\"]"},
+      {nested(512), nested(512)},
+  };
+  for (const auto& [text, expected] : rows) {
+    const auto value = json.read(text);
+    ASSERT_TRUE(std::holds_alternative<JSONValue>(value)) << text;
+    EXPECT_EQ(std::get<std::string>(json.write(std::get<JSONValue>(value))), expected);
+  }
+  const auto twice = std::get<JSONValue>(json.read(R"({"k":1,"k":2})"));
+  EXPECT_EQ(twice.find("k")->integer(), 1);
+}
+
+TEST(JSON, RefusesAllElse) {
+  const SimdJSON json;
+  for (const std::string& text : std::vector<std::string>{"",
+                                                          " ",
+                                                          "1",
+                                                          "\"a\"",
+                                                          "null",
+                                                          "{",
+                                                          "[1,]",
+                                                          "{\"a\":}",
+                                                          "{'a':1}",
+                                                          "{}{}",
+                                                          "{} x",
+                                                          "[01]",
+                                                          "[.5]",
+                                                          "[NaN]",
+                                                          "[1e400]",
+                                                          "[" + std::string(400, '9') + "]",
+                                                          "[00000000000000000000001]",
+                                                          "[99999999999999999999",
+                                                          "[99999999999999999999,\"\\",
+                                                          "[\"\\ud800\"]",
+                                                          "[\"\xC3\"]",
+                                                          "[\"\xED\xA0\x80\"]",
+                                                          "[\"\n\"]",
+                                                          "\xEF\xBB\xBF{}",
+                                                          std::string("[\0]", 3),
+                                                          nested(513),
+                                                          nested(100000)}) {
+    EXPECT_TRUE(std::holds_alternative<JSONError>(json.read(text))) << text.substr(0, 20);
+  }
+  EXPECT_TRUE(std::holds_alternative<JSONError>(json.read({})));
+  JSONValue deep;
+  for (int i = 0; i < 513; ++i) deep = JSONValue::List{deep};
+  for (const JSONValue& value : {JSONValue(std::nan("")), JSONValue(JSONValue::List{HUGE_VAL}), JSONValue("\xFF"),
+                                 JSONValue(JSONValue::Object{{"\xC3", 1}}), deep}) {
+    EXPECT_TRUE(std::holds_alternative<JSONError>(json.write(value)));
+  }
+}
+
+}  // namespace
