@@ -1,7 +1,7 @@
 #include <stdexcept>
 
-#include "fuzz/Input.h"
 #include "platform/files/KeyFilePreferences.h"
+#include "tests/fuzz/Input.h"
 
 /// Whatever stood in the file, what is stored is found again; a file that cannot be read is left
 /// alone.

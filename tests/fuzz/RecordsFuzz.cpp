@@ -1,5 +1,5 @@
 #include "BrivaneSDK/BVInvalidReply.h"
-#include "fuzz/Input.h"
+#include "tests/fuzz/Input.h"
 #include "tests/sdk/FakeServices.h"
 
 /// A reply becomes a whole record, none, or a fault that says so.

@@ -1,8 +1,8 @@
 #include <stdexcept>
 
-#include "fuzz/Input.h"
 #include "platform/location/IBeaconFrame.h"
 #include "platform/replay/HCIEvent.h"
+#include "tests/fuzz/Input.h"
 
 /// Whatever a controller sends.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

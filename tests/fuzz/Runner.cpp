@@ -6,7 +6,7 @@
 #include <random>
 #include <vector>
 
-#include "fuzz/Input.h"
+#include "tests/fuzz/Input.h"
 
 // Stands in for libFuzzer in builds of any compiler: runs a target on its seeds as they are, and
 // then on so many changes of them, the same each time.
@@ -50,8 +50,7 @@ class Mutator {
  private:
   void changeOnce(Bytes& bytes, const Bytes& other) {
     const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(below(bytes.size() + 1));
-    const auto end =
-        at + static_cast<std::ptrdiff_t>(below(static_cast<std::size_t>(bytes.end() - at) + 1));
+    const auto end = at + static_cast<std::ptrdiff_t>(below(static_cast<std::size_t>(bytes.end() - at) + 1));
     const auto kind = below(4);
     if (kind == 0 && at != bytes.end()) *at ^= static_cast<std::uint8_t>(1U << below(8));
     if (kind == 1) bytes.insert(at, static_cast<std::uint8_t>("\xFF\x7F\0{[\"e9"[below(8)]));
@@ -66,16 +65,14 @@ class Mutator {
 
 int main(int argc, char** argv) {
   std::size_t runs = 0;
-  if (argc < 2 || std::from_chars(argv[1], argv[1] + std::string_view(argv[1]).size(), runs).ec !=
-                      std::errc()) {
+  if (argc < 2 || std::from_chars(argv[1], argv[1] + std::string_view(argv[1]).size(), runs).ec != std::errc()) {
     return 2;
   }
   const std::vector<Bytes> seeds = readSeeds(argv + 2, argv + argc);
   for (const Bytes& seed : seeds) LLVMFuzzerTestOneInput(seed.data(), seed.size());
   Mutator mutator;
   for (std::size_t run = 0; run < runs; ++run) {
-    const Bytes input =
-        mutator.change(seeds[mutator.below(seeds.size())], seeds[mutator.below(seeds.size())]);
+    const Bytes input = mutator.change(seeds[mutator.below(seeds.size())], seeds[mutator.below(seeds.size())]);
     LLVMFuzzerTestOneInput(input.data(), input.size());
   }
   std::cout << seeds.size() << " seeds and " << runs << " changes of them\n";

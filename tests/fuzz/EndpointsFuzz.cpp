@@ -1,5 +1,5 @@
-#include "fuzz/Input.h"
 #include "service/Endpoints.h"
+#include "tests/fuzz/Input.h"
 
 namespace {
 
@@ -15,9 +15,8 @@ service::Endpoints& endpoints() {
 }
 
 std::string token() {
-  const auto reply = endpoints().answer(
-      "oauth2/token/", "",
-      "grant_type=client_credentials&client_id=dev-key&client_secret=dev-secret");
+  const auto reply = endpoints().answer("oauth2/token/", "",
+                                        "grant_type=client_credentials&client_id=dev-key&client_secret=dev-secret");
   return "Bearer " + reply.body.at("access_token").get<std::string>();
 }
 
@@ -28,10 +27,8 @@ std::string token() {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const std::string authorization = token();
   if (size == 0) return 0;
-  constexpr const char* kEndpoints[] = {"oauth2/token/", "sync/",    "resolve/",
-                                        "tracker/",      "payload/", "nearest/"};
-  const auto reply =
-      endpoints().answer(kEndpoints[data[0] % 6], authorization, textOf(data + 1, size - 1));
+  constexpr const char* kEndpoints[] = {"oauth2/token/", "sync/", "resolve/", "tracker/", "payload/", "nearest/"};
+  const auto reply = endpoints().answer(kEndpoints[data[0] % 6], authorization, textOf(data + 1, size - 1));
   require(!reply.body.dump().empty());
   return 0;
 }

@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <future>
 
-#include "fuzz/Input.h"
 #include "platform/curl/CurlHTTPClient.h"
 #include "service/FormBody.h"
+#include "tests/fuzz/Input.h"
 #include "tests/sdk/FakeServices.h"
 
 namespace {
@@ -13,9 +13,7 @@ void requireFailure(const std::string& url) {
   static platform::CurlHTTPClient client({.connectTo = "::127.0.0.1:1"});
   std::promise<bool> answered;  // throws when it is set twice
   client.execute({.url = url, .method = "POST", .headers = {}, .body = "a=b"},
-                 [&answered](const auto& response, const auto& body) {
-                   answered.set_value(response || body);
-                 });
+                 [&answered](const auto& response, const auto& body) { answered.set_value(response || body); });
   require(!answered.get_future().get());
 }
 
@@ -26,15 +24,14 @@ void requireFailure(const std::string& url) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text(textOf(data, size));
   FakeServices& services = FakeServices::get();
-  BVAPI::init()->request_withData_withCallback(text, {{"value", text}},
-                                               [](const auto&, const auto&) {});
+  BVAPI::init()->request_withData_withCallback(text, {{"value", text}}, [](const auto&, const auto&) {});
   services.reply(std::nullopt);
   services.take();
   const platform::HTTPRequest request = std::exchange(services.requests, {}).back();
   const auto isASCII = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
   require(std::ranges::all_of(request.body, isASCII));
-  require(request.headers.back() == std::pair<std::string, std::string>(
-                                        "Content-Length", std::to_string(request.body.size())));
+  require(request.headers.back() ==
+          std::pair<std::string, std::string>("Content-Length", std::to_string(request.body.size())));
   if (std::ranges::all_of(text, isASCII)) {
     require(service::parseFormBody(request.body, {"value"}).at("value") == text);
   }

@@ -1,6 +1,6 @@
-#include "fuzz/Input.h"
 #include "platform/replay/CaptureError.h"
 #include "platform/replay/GpxTrack.h"
+#include "tests/fuzz/Input.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   try {

@@ -1,6 +1,6 @@
-#include "fuzz/Input.h"
 #include "platform/replay/BtsnoopReader.h"
 #include "platform/replay/CaptureError.h"
+#include "tests/fuzz/Input.h"
 
 /// Time never goes back, whatever stands in a capture.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -2,7 +2,7 @@
 #include <span>
 
 #include "BrivaneSDK/DetectionState.h"
-#include "fuzz/Input.h"
+#include "tests/fuzz/Input.h"
 #include "tests/sdk/ManagerPlay.h"
 
 namespace {
@@ -14,8 +14,7 @@ void beginAnew() {
   while (services.pending() > 1) services.reply(std::nullopt);
   services.reply("{}");  // no token, no session
   DetectionState& state = detectionState();
-  for (auto* flag :
-       {&state.isSync, &state.isReady, &state.isRunning, &state.isRanging, &state.isRunningGPS}) {
+  for (auto* flag : {&state.isSync, &state.isReady, &state.isRunning, &state.isRanging, &state.isRunningGPS}) {
     *flag = false;
   }
   state.cache.clear();

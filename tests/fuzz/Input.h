@@ -19,8 +19,7 @@ inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {
 
 /// The input as a file, for what reads files alone.
 inline std::string fileWith(const std::uint8_t* data, std::size_t size) {
-  static const std::string path =
-      std::filesystem::temp_directory_path() / ("brivane-fuzz-" + std::to_string(getpid()));
+  static const std::string path = std::filesystem::temp_directory_path() / ("brivane-fuzz-" + std::to_string(getpid()));
   std::ofstream(path, std::ios::binary) << textOf(data, size);
   return path;
 }

@@ -1,5 +1,5 @@
-#include "fuzz/Input.h"
 #include "platform/json/SimdJSON.h"
+#include "tests/fuzz/Input.h"
 
 std::string writeAgain(const platform::SimdJSON& json, const std::string& written) {
   const auto read = json.read(written);

@@ -1,7 +1,7 @@
 #include <stdexcept>
 
-#include "fuzz/Input.h"
 #include "platform/files/PlistPropertyList.h"
+#include "tests/fuzz/Input.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   try {
