@@ -129,9 +129,9 @@ void LiveLocation::updateBluetooth(const std::set<UUID>& networks) {
   }
   if (!needed || closed_) return;
   fault_.clear();
-  bluetooth_ = std::make_unique<BlueZScan>(
+  bluetooth_ = std::make_unique<BlueZRadio>(
       context_,
-      BlueZScan::Options{
+      BlueZRadio::Options{
           .adapter = options_.adapter,
           .networks = networks,
           .log = options_.log,
@@ -165,7 +165,7 @@ void LiveLocation::onHeard(const Advertisement& advertisement) {
   if (!closed_) core_.hear(advertisement, now());
 }
 
-void LiveLocation::onBluetooth(const BlueZScan::Status& status) {
+void LiveLocation::onBluetooth(const BlueZRadio::Status& status) {
   if (status.refused) {
     board_->update([&](auto& permission) { permission.setBluetoothRefused(*status.refused); });
     wake();

@@ -8,7 +8,7 @@
 
 #include "platform/Location.h"
 #include "platform/UUID.h"
-#include "platform/linux/BlueZScan.h"
+#include "platform/linux/BlueZRadio.h"
 #include "platform/linux/GeoCluePositions.h"
 #include "platform/linux/LinuxLocationService.h"
 #include "platform/linux/MainContext.h"
@@ -47,7 +47,7 @@ class LiveLocation : public std::enable_shared_from_this<LiveLocation> {
   void updateBluetooth(const std::set<UUID>& networks);
   void updatePositions();
   void tell(const Permission& permission);
-  void onBluetooth(const BlueZScan::Status& status);
+  void onBluetooth(const BlueZRadio::Status& status);
   void onHeard(const Advertisement& advertisement);
   void onGrant(PositionGrant grant, const std::string& reason);
 
@@ -77,7 +77,7 @@ class LiveLocation : public std::enable_shared_from_this<LiveLocation> {
   std::optional<Instant> armed_;
   Instant behind_{};
 
-  std::unique_ptr<BlueZScan> bluetooth_;
+  std::unique_ptr<BlueZRadio> bluetooth_;
   std::unique_ptr<GeoCluePositions> positions_;
 };
 

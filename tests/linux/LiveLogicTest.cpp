@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/linux/BlueZDevices.h"
-#include "platform/linux/BlueZDiscovery.h"
+#include "platform/linux/DiscoverySchedule.h"
 #include "platform/linux/GeoCluePositions.h"
 #include "platform/linux/LocationPermission.h"
 
@@ -44,7 +44,7 @@ class Story {
     settle(at);
   }
   void settle(Instant now) {
-    using Outcome = BlueZDiscovery::Outcome;
+    using Outcome = DiscoverySchedule::Outcome;
     static const std::map<std::string, Outcome> outcomes = {
         {"", Outcome::kDone},     {"quiet", Outcome::kDone},      {"busy", Outcome::kBusy},
         {"lost", Outcome::kLost}, {"refused", Outcome::kRefused}, {"failed", Outcome::kFailed}};
@@ -64,11 +64,11 @@ class Story {
   }
 
   std::map<std::string, std::string> endings_;
-  BlueZDiscovery discovery_;
+  DiscoverySchedule discovery_;
   std::string told_;
 };
 
-TEST(BlueZDiscovery, KeepsItselfRunning) {
+TEST(DiscoverySchedule, KeepsItselfRunning) {
   const std::pair<const char*, const char*> rows[] = {
       // Nothing without power; the filter first, then the start; gone with the power and back with it.
       {"1:on 5:heard 7:off 9:on 18:end", "1:filter 1:start + 9:filter 9:start + "},

@@ -9,7 +9,7 @@ namespace platform {
 /// Decides which call keeps BlueZ's discovery running: when to start it, to try again, to renew one
 /// that has fallen silent. Makes no call and reads no clock itself: told what happened and when, it
 /// says what to do next.
-class BlueZDiscovery {
+class DiscoverySchedule {
  public:
   enum class Call { kSetFilter, kStart, kStop, kRenewConnection };
   /// What became of a call.

@@ -1,4 +1,4 @@
-#include "platform/linux/BlueZDiscovery.h"
+#include "platform/linux/DiscoverySchedule.h"
 
 #include <algorithm>
 #include <utility>
@@ -23,7 +23,7 @@ Instant doubled(Instant time, int times) { return time * (1 << std::min(times, k
 
 }  // namespace
 
-void BlueZDiscovery::setUsable(bool usable, Instant now) {
+void DiscoverySchedule::setUsable(bool usable, Instant now) {
   listening_ = false;
   underWay_.reset();
   planned_.reset();
@@ -32,7 +32,7 @@ void BlueZDiscovery::setUsable(bool usable, Instant now) {
   due_ = now;
 }
 
-void BlueZDiscovery::finish(Outcome outcome, Instant now) {
+void DiscoverySchedule::finish(Outcome outcome, Instant now) {
   const auto call = std::exchange(underWay_, std::nullopt);
   if (!call) return;
   const bool done = outcome == Outcome::kDone || call == Call::kStop;
@@ -47,39 +47,39 @@ void BlueZDiscovery::finish(Outcome outcome, Instant now) {
   }
 }
 
-void BlueZDiscovery::hear(Instant now) {
+void DiscoverySchedule::hear(Instant now) {
   renewals_ = 0;
   if (!listening_) return;
   planned_ = Call::kStop;
   due_ = now + kSilence;
 }
 
-void BlueZDiscovery::setDiscovering(bool discovering, Instant now) {
+void DiscoverySchedule::setDiscovering(bool discovering, Instant now) {
   discovering_ = discovering;
   if (!listening_) return;
   const Instant silence = now + doubled(kSilence, renewals_);
   due_ = discovering ? silence : std::min(due_, now + doubled(kDoubtPause, renewals_));
 }
 
-std::optional<BlueZDiscovery::Call> BlueZDiscovery::next(Instant now) {
+std::optional<DiscoverySchedule::Call> DiscoverySchedule::next(Instant now) {
   if (!planned_ || underWay_ || now < due_) return std::nullopt;
   if (std::exchange(listening_, false)) ++renewals_;
   underWay_ = std::exchange(planned_, std::nullopt);
   return underWay_;
 }
 
-std::optional<Instant> BlueZDiscovery::deadline() const {
+std::optional<Instant> DiscoverySchedule::deadline() const {
   return planned_ && !underWay_ ? std::optional(due_) : std::nullopt;
 }
 
-void BlueZDiscovery::listen(Instant now) {
+void DiscoverySchedule::listen(Instant now) {
   listening_ = true;
   planned_ = renewals_ == 0 ? Call::kStop : Call::kRenewConnection;
   due_ = now + doubled(kSilence, renewals_);
   setDiscovering(discovering_, now);
 }
 
-void BlueZDiscovery::retry(Outcome outcome, Instant now) {
+void DiscoverySchedule::retry(Outcome outcome, Instant now) {
   planned_ = Call::kSetFilter;
   if (outcome == Outcome::kBusy) {
     due_ = now + kBusyPause;

@@ -11,8 +11,8 @@
 #include "platform/Log.h"
 #include "platform/UUID.h"
 #include "platform/linux/BlueZDevices.h"
-#include "platform/linux/BlueZDiscovery.h"
 #include "platform/linux/BlueZMonitor.h"
+#include "platform/linux/DiscoverySchedule.h"
 #include "platform/linux/MainContext.h"
 #include "platform/linux/SystemBus.h"
 #include "platform/location/Advertisement.h"
@@ -22,7 +22,7 @@ namespace platform {
 /// The radio: hears beacons through BlueZ's daemon for as long as it lives, and goes on by itself
 /// after anything that happens to the daemon, the adapter or the bus. Lives on the thread of its
 /// context; never destroyed from inside one of its own calls.
-class BlueZScan {
+class BlueZRadio {
  public:
   struct Status {
     bool listening = false;
@@ -46,7 +46,7 @@ class BlueZScan {
     std::function<void(const Status&)> onStatus;
   };
 
-  BlueZScan(MainContext context, Options options);
+  BlueZRadio(MainContext context, Options options);
 
   const std::set<UUID>& networks() const { return options_.networks; }
 
@@ -87,8 +87,8 @@ class BlueZScan {
   void startMonitor();
 
   void proceed();
-  void make(BlueZDiscovery::Call call);
-  void finish(BlueZDiscovery::Call call, const BusReply& reply);
+  void perform(DiscoverySchedule::Call call);
+  void finish(DiscoverySchedule::Call call, const BusReply& reply);
   void hear(const std::string& path, const std::optional<Advertisement>& advertisement);
   void publish();
   std::string fault() const;
@@ -98,7 +98,7 @@ class BlueZScan {
   const MainContext context_;
   const Options options_;
   Timer timer_;
-  BlueZDiscovery discovery_;
+  DiscoverySchedule schedule_;
   BlueZDevices devices_;
   Adapters adapters_;
   /// Path of the adapter that serves; empty when there is none.

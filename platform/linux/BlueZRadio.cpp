@@ -1,4 +1,4 @@
-#include "platform/linux/BlueZScan.h"
+#include "platform/linux/BlueZRadio.h"
 
 #include <glib.h>
 
@@ -30,8 +30,8 @@ bool isDenied(const std::string& error) {
          error == "org.bluez.Error.NotAuthorized" || error == "org.bluez.Error.NotPermitted";
 }
 
-BlueZDiscovery::Outcome outcomeOf(const BusReply& reply) {
-  using Outcome = BlueZDiscovery::Outcome;
+DiscoverySchedule::Outcome outcomeOf(const BusReply& reply) {
+  using Outcome = DiscoverySchedule::Outcome;
   if (reply.value) return Outcome::kDone;
   if (isDenied(reply.error)) return Outcome::kRefused;
   if (reply.error == "org.freedesktop.DBus.Error.NoReply") return Outcome::kLost;
@@ -53,14 +53,14 @@ bool isSameText(const std::string& a, const std::string& b) {
 
 }  // namespace
 
-BlueZScan::BlueZScan(MainContext context, Options options)
+BlueZRadio::BlueZRadio(MainContext context, Options options)
     : context_(std::move(context)),
       options_(std::move(options)),
       timer_(context_, [this] { onTimer(); }) {
   open();
 }
 
-void BlueZScan::close() {
+void BlueZRadio::close() {
   closed_ = true;
   forgetDaemon();
   watch_.reset();
@@ -68,7 +68,7 @@ void BlueZScan::close() {
   timer_.set(std::nullopt);
 }
 
-void BlueZScan::open() {
+void BlueZRadio::open() {
   forgetDaemon();
   watch_.reset();
   stage_ = Stage::kConnecting;
@@ -82,7 +82,7 @@ void BlueZScan::open() {
       [this](const std::string& fault) { onBusLost(fault); });
 }
 
-void BlueZScan::onTimer() {
+void BlueZRadio::onTimer() {
   armed_.reset();
   if (reopenAt_ && *reopenAt_ <= monotonicNow()) {
     reopenAt_.reset();
@@ -91,9 +91,9 @@ void BlueZScan::onTimer() {
   proceed();
 }
 
-void BlueZScan::reopenIn(Instant pause) { reopenAt_ = monotonicNow() + pause; }
+void BlueZRadio::reopenIn(Instant pause) { reopenAt_ = monotonicNow() + pause; }
 
-void BlueZScan::onBusLost(const std::string& fault) {
+void BlueZRadio::onBusLost(const std::string& fault) {
   forgetDaemon();
   stage_ = Stage::kNoBus;
   log("the system bus: " + fault);
@@ -102,7 +102,7 @@ void BlueZScan::onBusLost(const std::string& fault) {
   proceed();
 }
 
-void BlueZScan::onDaemonAppeared(const std::string& daemon) {
+void BlueZRadio::onDaemonAppeared(const std::string& daemon) {
   forgetDaemon();
   daemon_ = daemon;
   stage_ = Stage::kAsking;
@@ -132,14 +132,14 @@ void BlueZScan::onDaemonAppeared(const std::string& daemon) {
   proceed();
 }
 
-void BlueZScan::onDaemonVanished() {
+void BlueZRadio::onDaemonVanished() {
   forgetDaemon();
   stage_ = Stage::kNoDaemon;
   refused_ = false;
   proceed();
 }
 
-void BlueZScan::forgetDaemon() {
+void BlueZRadio::forgetDaemon() {
   ++epoch_;
   monitor_.reset();
   signals_.clear();
@@ -149,10 +149,10 @@ void BlueZScan::forgetDaemon() {
   devices_.forgetAll();
   usable_ = false;
   failure_.clear();
-  discovery_.setUsable(false, monotonicNow());
+  schedule_.setUsable(false, monotonicNow());
 }
 
-void BlueZScan::readObjects(const BusReply& reply) {
+void BlueZRadio::readObjects(const BusReply& reply) {
   const bool isRefused = isDenied(reply.error);
   refused_ = isRefused;
   if (!reply.value) {
@@ -174,7 +174,7 @@ void BlueZScan::readObjects(const BusReply& reply) {
   proceed();
 }
 
-void BlueZScan::readObject(const std::string& path, GVariant* interfaces) {
+void BlueZRadio::readObject(const std::string& path, GVariant* interfaces) {
   const Variant adapter(g_variant_lookup_value(interfaces, kAdapter, G_VARIANT_TYPE_VARDICT));
   const Variant manager(g_variant_lookup_value(interfaces, kMonitorManager, nullptr));
   const Variant device(g_variant_lookup_value(interfaces, kDevice, G_VARIANT_TYPE_VARDICT));
@@ -184,7 +184,7 @@ void BlueZScan::readObject(const std::string& path, GVariant* interfaces) {
   if (device) devices_.know(path, device.get());
 }
 
-void BlueZScan::onInterfacesAdded(GVariant* arguments) {
+void BlueZRadio::onInterfacesAdded(GVariant* arguments) {
   const gchar* path = nullptr;
   GVariant* raw = nullptr;
   g_variant_get(arguments, "(&o@a{sa{sv}})", &path, &raw);
@@ -199,7 +199,7 @@ void BlueZScan::onInterfacesAdded(GVariant* arguments) {
   proceed();
 }
 
-void BlueZScan::onInterfacesRemoved(GVariant* arguments) {
+void BlueZRadio::onInterfacesRemoved(GVariant* arguments) {
   const gchar* path = nullptr;
   const gchar** raw = nullptr;
   g_variant_get(arguments, "(&o^a&s)", &path, &raw);
@@ -211,13 +211,13 @@ void BlueZScan::onInterfacesRemoved(GVariant* arguments) {
   proceed();
 }
 
-void BlueZScan::onDeviceChanged(const std::string& path, GVariant* arguments) {
+void BlueZRadio::onDeviceChanged(const std::string& path, GVariant* arguments) {
   const Variant changed(g_variant_get_child_value(arguments, 1));
   const Variant invalidated(g_variant_get_child_value(arguments, 2));
   hear(path, devices_.change(path, changed.get(), invalidated.get()));
 }
 
-void BlueZScan::onAdapterChanged(const std::string& path, GVariant* arguments) {
+void BlueZRadio::onAdapterChanged(const std::string& path, GVariant* arguments) {
   if (!adapters_.contains(path)) return;
   const Variant changed(g_variant_get_child_value(arguments, 1));
   updateAdapter(path, changed.get());
@@ -225,7 +225,7 @@ void BlueZScan::onAdapterChanged(const std::string& path, GVariant* arguments) {
   proceed();
 }
 
-void BlueZScan::updateAdapter(const std::string& path, GVariant* properties) {
+void BlueZRadio::updateAdapter(const std::string& path, GVariant* properties) {
   Adapter& adapter = adapters_[path];
   const gchar* address = nullptr;
   if (g_variant_lookup(properties, "Address", "&s", &address) != FALSE) adapter.address = address;
@@ -236,11 +236,11 @@ void BlueZScan::updateAdapter(const std::string& path, GVariant* properties) {
   gboolean discovering = FALSE;
   if (g_variant_lookup(properties, "Discovering", "b", &discovering) != FALSE) {
     adapter.discovering = discovering != FALSE;
-    if (path == adapter_) discovery_.setDiscovering(adapter.discovering, monotonicNow());
+    if (path == adapter_) schedule_.setDiscovering(adapter.discovering, monotonicNow());
   }
 }
 
-std::optional<int> BlueZScan::rank(const Adapters::value_type& adapter) const {
+std::optional<int> BlueZRadio::rank(const Adapters::value_type& adapter) const {
   const auto& [path, properties] = adapter;
   const bool isProven = !address_.empty() && properties.address == address_;
   const bool isNamed = path == std::string(kAdapterPath) + options_.adapter ||
@@ -251,7 +251,7 @@ std::optional<int> BlueZScan::rank(const Adapters::value_type& adapter) const {
   return (isProven ? (chosen ? 4 : 1) : 0) + (properties.powered ? 2 : 0);
 }
 
-void BlueZScan::chooseAdapter() {
+void BlueZRadio::chooseAdapter() {
   const Adapters::value_type* best = nullptr;
   int bestRank = -1;
   for (const auto& adapter : adapters_) {
@@ -269,27 +269,27 @@ void BlueZScan::chooseAdapter() {
   provenHere_ = false;
   if (!options_.adapter.empty() && best != nullptr) address_ = best->second.address;
   failure_.clear();
-  discovery_.setUsable(usable, monotonicNow());
-  discovery_.setDiscovering(usable && best->second.discovering, monotonicNow());
+  schedule_.setUsable(usable, monotonicNow());
+  schedule_.setDiscovering(usable && best->second.discovering, monotonicNow());
   monitor_.reset();
   if (usable && best->second.offersMonitor) startMonitor();
 }
 
-void BlueZScan::startMonitor() {
+void BlueZRadio::startMonitor() {
   monitor_ = std::make_unique<BlueZMonitor>(
       *bus_, context_, daemon_, adapter_, options_.networks, [this](const std::string& reason) {
         log("no advertisement monitor, discovery goes on alone: " + reason);
       });
 }
 
-void BlueZScan::proceed() {
-  if (const auto call = discovery_.next(monotonicNow())) make(*call);
+void BlueZRadio::proceed() {
+  if (const auto call = schedule_.next(monotonicNow())) perform(*call);
   publish();
   if (!closed_) arm();
 }
 
-void BlueZScan::make(BlueZDiscovery::Call call) {
-  using Call = BlueZDiscovery::Call;
+void BlueZRadio::perform(DiscoverySchedule::Call call) {
+  using Call = DiscoverySchedule::Call;
   if (call == Call::kRenewConnection) {
     log("nothing is heard, the connection is renewed");
     reopenIn(0s);
@@ -310,34 +310,34 @@ void BlueZScan::make(BlueZDiscovery::Call call) {
              });
 }
 
-void BlueZScan::finish(BlueZDiscovery::Call call, const BusReply& reply) {
-  using Outcome = BlueZDiscovery::Outcome;
+void BlueZRadio::finish(DiscoverySchedule::Call call, const BusReply& reply) {
+  using Outcome = DiscoverySchedule::Outcome;
   const Outcome outcome = outcomeOf(reply);
   const bool fails = outcome == Outcome::kRefused || outcome == Outcome::kFailed;
-  const bool starts = call == BlueZDiscovery::Call::kStart && outcome == Outcome::kDone;
-  if (call != BlueZDiscovery::Call::kStop && (fails || starts)) {
+  const bool starts = call == DiscoverySchedule::Call::kStart && outcome == Outcome::kDone;
+  if (call != DiscoverySchedule::Call::kStop && (fails || starts)) {
     failure_ = fails ? "Bluetooth discovery does not start: " + reply.message : "";
     refused_ = outcome == Outcome::kRefused;
   }
-  discovery_.finish(outcome, monotonicNow());
+  schedule_.finish(outcome, monotonicNow());
   proceed();
 }
 
-void BlueZScan::hear(const std::string& path, const std::optional<Advertisement>& advertisement) {
+void BlueZRadio::hear(const std::string& path, const std::optional<Advertisement>& advertisement) {
   if (adapter_.empty() || !path.starts_with(adapter_ + "/")) return;
-  discovery_.hear(monotonicNow());
+  schedule_.hear(monotonicNow());
   if (!std::exchange(provenHere_, true)) address_ = adapters_.at(adapter_).address;
   if (advertisement) options_.onHeard(*advertisement);
 }
 
-void BlueZScan::publish() {
-  Status status{.listening = discovery_.isListening(), .fault = fault(), .refused = refused_};
+void BlueZRadio::publish() {
+  Status status{.listening = schedule_.isListening(), .fault = fault(), .refused = refused_};
   if (status == status_) return;
   status_ = std::move(status);
   options_.onStatus(status_);
 }
 
-std::string BlueZScan::fault() const {
+std::string BlueZRadio::fault() const {
   const std::string of = options_.adapter.empty() ? "" : " " + options_.adapter;
   const auto served = adapters_.find(adapter_);
   switch (stage_) {
@@ -365,8 +365,8 @@ std::string BlueZScan::fault() const {
 
 /// Wakes for what is due first. An earlier wake that was set for something since put off costs less
 /// than setting the timer at each frame.
-void BlueZScan::arm() {
-  auto due = earlier(reopenAt_, discovery_.deadline());
+void BlueZRadio::arm() {
+  auto due = earlier(reopenAt_, schedule_.deadline());
   if (stage_ == Stage::kKnown && adapter_.empty() && monotonicNow() < adaptersDue_) {
     due = earlier(due, adaptersDue_);
   }
@@ -375,7 +375,7 @@ void BlueZScan::arm() {
   timer_.set(due);
 }
 
-void BlueZScan::log(const std::string& line) const {
+void BlueZRadio::log(const std::string& line) const {
   if (options_.log) options_.log->write("Bluetooth: " + line);
 }
 
