@@ -9,18 +9,18 @@ constexpr std::int64_t kTryLimit = 5;
 }  // namespace
 
 std::shared_ptr<const BVAPIResolve> ResolutionCache::find(const std::string& key) const {
-  const std::lock_guard lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   const auto found = records_.find(key);
   return found == records_.end() ? nullptr : found->second;
 }
 
 void ResolutionCache::store(const std::string& key, std::shared_ptr<const BVAPIResolve> record) {
-  const std::lock_guard lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   records_[key] = std::move(record);
 }
 
 bool ResolutionCache::countTry(const std::string& key) {
-  const std::lock_guard lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   std::int64_t& count = tries_[key];
   if (count >= kTryLimit) return false;
   ++count;
@@ -28,7 +28,7 @@ bool ResolutionCache::countTry(const std::string& key) {
 }
 
 void ResolutionCache::clear() {
-  const std::lock_guard lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   records_.clear();
   tries_.clear();
 }

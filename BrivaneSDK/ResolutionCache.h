@@ -2,11 +2,11 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 
 #include "BrivaneSDK/BVAPIResolve.h"
+#include "platform/Mutex.h"
 
 /// What the service answered for each beacon, by the beacon's key, and how often it was asked. Any
 /// thread: a lock is held for each single access.
@@ -25,7 +25,8 @@ class ResolutionCache {
   void clear();
 
  private:
-  mutable std::mutex mutex_;
-  std::unordered_map<std::string, std::shared_ptr<const BVAPIResolve>> records_;
-  std::unordered_map<std::string, std::int64_t> tries_;
+  mutable platform::Mutex mutex_;
+  std::unordered_map<std::string, std::shared_ptr<const BVAPIResolve>> records_
+      BRIVANE_GUARDED_BY(mutex_);
+  std::unordered_map<std::string, std::int64_t> tries_ BRIVANE_GUARDED_BY(mutex_);
 };

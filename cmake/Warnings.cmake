@@ -1,6 +1,8 @@
 # Warnings are this project's own affair: they are set on its targets and never reach a host's build.
 add_library(BrivaneWarnings INTERFACE)
-target_compile_options(BrivaneWarnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+target_compile_options(BrivaneWarnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+                       # What platform/Mutex.h says of locks, which Clang alone checks.
+                       $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wthread-safety>)
 if(PROJECT_IS_TOP_LEVEL)
   target_compile_options(BrivaneWarnings INTERFACE -Werror)
 endif()
