@@ -13,7 +13,7 @@
 #include "platform/Services.h"
 #include "platform/json/SimdJSON.h"
 #include "platform/location/LocationCore.h"
-#include "tests/location/Frames.h"
+#include "tests/support/Frames.h"
 
 /// What the library's surroundings are in a benchmark: as cheap as they can be, so that its own
 /// cost shows. Services are installed once a process.

@@ -11,8 +11,8 @@
 #include <utility>
 
 #include "platform/linux/LinuxLocationService.h"
-#include "tests/location/Frames.h"
-#include "tests/location/RecordingDelegate.h"
+#include "tests/support/Frames.h"
+#include "tests/support/RecordingDelegate.h"
 
 namespace {
 

@@ -12,8 +12,8 @@
 #include "platform/location/Distance.h"
 #include "platform/location/IBeaconFrame.h"
 #include "platform/location/LocationCore.h"
-#include "tests/location/Frames.h"
-#include "tests/location/RecordingDelegate.h"
+#include "tests/support/Frames.h"
+#include "tests/support/RecordingDelegate.h"
 
 namespace {
 

@@ -16,8 +16,8 @@
 #include "platform/replay/GpxTrack.h"
 #include "platform/replay/LockstepHTTPClient.h"
 #include "platform/replay/ReplayLocationService.h"
-#include "tests/location/Frames.h"
-#include "tests/location/RecordingDelegate.h"
+#include "tests/support/Frames.h"
+#include "tests/support/RecordingDelegate.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {

@@ -27,8 +27,8 @@
 #include "platform/json/SimdJSON.h"
 #include "platform/location/LocationCore.h"
 #include "service/Service.h"
-#include "soak/Street.h"
-#include "tests/location/Frames.h"
+#include "tests/support/Street.h"
+#include "tests/support/Frames.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -72,7 +72,7 @@ class Town {
     service::Service::Options options;
     options.certificate = certificate_;
     options.apiHost = BRIVANE_API_HOST;
-    options.endpoints.network = soak::Street::network();
+    options.endpoints.network = Street::network();
     options.faults = {service::Fault::parse("drop=0.05"), service::Fault::parse("bad-json=0.05")};
     const service::Service service(options);
     const std::uint16_t port = service.port();

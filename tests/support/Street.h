@@ -5,8 +5,6 @@
 
 #include "service/Network.h"
 
-namespace soak {
-
 /// A street with 2,000 beacons, and somebody who walks up and down it: at any second 50 beacons are
 /// in range, and with each second one goes and another comes.
 class Street {
@@ -23,5 +21,3 @@ class Street {
   /// The number of the beacon with this major and minor, below kBeacons.
   static int beacon(std::int64_t major, std::int64_t minor);
 };
-
-}  // namespace soak

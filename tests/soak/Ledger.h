@@ -11,7 +11,7 @@
 #include "BrivaneSDK/BVManagerDelegate.h"
 #include "platform/HTTPClient.h"
 #include "platform/Log.h"
-#include "soak/Street.h"
+#include "tests/support/Street.h"
 
 namespace soak {
 
@@ -51,8 +51,7 @@ class Ledger final : public platform::HTTPClient, public platform::Log, public B
   void didIsReady() override { isReady_ = true; }
   void didErrorFound(const std::shared_ptr<const BVError>& error) override;
   void didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) override;
-  void didNearestWaybeacons(
-      const std::shared_ptr<const BVWaybeaconDistance::List>& /*places*/) override {}
+  void didNearestWaybeacons(const std::shared_ptr<const BVWaybeaconDistance::List>& /*places*/) override {}
 
   void fail(const std::string& fault, std::size_t beacon);
 

@@ -1,13 +1,12 @@
-#include "soak/Street.h"
+#include "tests/support/Street.h"
 
 #include <chrono>
 #include <nlohmann/json.hpp>
 
 #include "platform/location/Instant.h"
 #include "platform/replay/BtsnoopWriter.h"
-#include "tests/location/Frames.h"
+#include "tests/support/Frames.h"
 
-namespace soak {
 namespace {
 
 constexpr int kMinors = 100;
@@ -52,8 +51,4 @@ void Street::record(const std::string& path, int seconds) {
   capture.flush();
 }
 
-int Street::beacon(std::int64_t major, std::int64_t minor) {
-  return static_cast<int>(major * kMinors + minor);
-}
-
-}  // namespace soak
+int Street::beacon(std::int64_t major, std::int64_t minor) { return static_cast<int>(major * kMinors + minor); }

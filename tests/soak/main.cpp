@@ -19,8 +19,8 @@
 #include "platform/replay/ReplayLocationService.h"
 #include "service/Certificate.h"
 #include "service/Service.h"
-#include "soak/Ledger.h"
-#include "soak/Street.h"
+#include "tests/soak/Ledger.h"
+#include "tests/support/Street.h"
 #include "tests/support/TemporaryFolder.h"
 
 // Walks the library through a day, or so many minutes, of ranging in virtual time, past a service
@@ -85,8 +85,7 @@ class Walk {
     replay_ = std::make_shared<platform::ReplayLocationService>(std::move(options));
     platform::install({.http = ledger_,
                        .json = std::make_shared<platform::SimdJSON>(),
-                       .preferences = std::make_shared<platform::KeyFilePreferences>(
-                           folder_.path() / "preferences"),
+                       .preferences = std::make_shared<platform::KeyFilePreferences>(folder_.path() / "preferences"),
                        .propertyList = std::make_shared<Credentials>(),
                        .location = replay_,
                        .log = ledger_});
@@ -134,8 +133,7 @@ class Walk {
   void print(const Held& now) const {
     std::printf("%5.2f  %5.2f  %11td  %8lld  %10lld  %7lld\n", atReport_ / 3600.0,
                 static_cast<double>(now.memory) / (1 << 20), now.descriptors,
-                static_cast<long long>(ledger_->requests()),
-                static_cast<long long>(ledger_->unanswered()),
+                static_cast<long long>(ledger_->requests()), static_cast<long long>(ledger_->unanswered()),
                 static_cast<long long>(ledger_->matches()));
     std::fflush(stdout);
   }
@@ -145,10 +143,9 @@ class Walk {
     print(now);
     for (const std::string& fault : ledger_->faults()) std::fprintf(stderr, "%s\n", fault.c_str());
     if (atReport_ < kSecondsToWarmUp) return ledger_->faults().empty();
-    const bool isFlat =
-        now.memory - warm_.memory <= kMostGrowth && now.descriptors <= warm_.descriptors;
-    std::printf("since the first hour: %+ld KiB, %+td descriptors\n",
-                (now.memory - warm_.memory) / 1024, now.descriptors - warm_.descriptors);
+    const bool isFlat = now.memory - warm_.memory <= kMostGrowth && now.descriptors <= warm_.descriptors;
+    std::printf("since the first hour: %+ld KiB, %+td descriptors\n", (now.memory - warm_.memory) / 1024,
+                now.descriptors - warm_.descriptors);
     return isFlat && ledger_->faults().empty();
   }
 
@@ -158,11 +155,9 @@ class Walk {
   service::Service service_{failing(certificate_)};
   const std::shared_ptr<platform::CurlHTTPClient> curl_ =
       std::make_shared<platform::CurlHTTPClient>(platform::CurlHTTPClient::Options{
-          .connectTo =
-              std::string(BRIVANE_API_HOST) + ":443:127.0.0.1:" + std::to_string(service_.port()),
+          .connectTo = std::string(BRIVANE_API_HOST) + ":443:127.0.0.1:" + std::to_string(service_.port()),
           .caFile = folder_.write("ca.pem", certificate_.certificatePEM)});
-  const std::shared_ptr<platform::LockstepHTTPClient> lockstep_ =
-      std::make_shared<platform::LockstepHTTPClient>(curl_);
+  const std::shared_ptr<platform::LockstepHTTPClient> lockstep_ = std::make_shared<platform::LockstepHTTPClient>(curl_);
   const std::shared_ptr<host::WatchedHTTPClient> watched_ =
       std::make_shared<host::WatchedHTTPClient>(lockstep_, nullptr);
   const std::shared_ptr<Ledger> ledger_ = std::make_shared<Ledger>(watched_);

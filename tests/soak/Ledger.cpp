@@ -1,4 +1,4 @@
-#include "soak/Ledger.h"
+#include "tests/soak/Ledger.h"
 
 #include <charconv>
 #include <nlohmann/json.hpp>
@@ -30,20 +30,18 @@ bool isMatch(const std::optional<std::string>& body) {
 
 void Ledger::execute(platform::HTTPRequest request, Completion completion) {
   const int major = numberBehind("major=", request.body);
-  const auto beacon =
-      static_cast<std::size_t>(Street::beacon(major, numberBehind("minor=", request.body)));
+  const auto beacon = static_cast<std::size_t>(Street::beacon(major, numberBehind("minor=", request.body)));
   const std::lock_guard lock(mutex_);
   ++requests_;
   if (major < 0) return inner_->execute(std::move(request), std::move(completion));
   if (++entries_.at(beacon).asked > kMostRequests) fail("asked for too often", beacon);
-  inner_->execute(std::move(request),
-                  [this, beacon, completion = std::move(completion)](auto response, auto body) {
-                    {
-                      const std::lock_guard answering(mutex_);
-                      isMatch(body) ? entries_.at(beacon).answered = true : ++unanswered_;
-                    }
-                    completion(std::move(response), std::move(body));
-                  });
+  inner_->execute(std::move(request), [this, beacon, completion = std::move(completion)](auto response, auto body) {
+    {
+      const std::lock_guard answering(mutex_);
+      isMatch(body) ? entries_.at(beacon).answered = true : ++unanswered_;
+    }
+    completion(std::move(response), std::move(body));
+  });
 }
 
 void Ledger::write(std::string_view line) {
@@ -53,8 +51,7 @@ void Ledger::write(std::string_view line) {
   if (opensReport) ++reports_;
   const int major = numberBehind("-> Major: ", line);
   if (major < 0) return;
-  Entry& entry =
-      entries_.at(static_cast<std::size_t>(Street::beacon(major, numberBehind("Minor: ", line))));
+  Entry& entry = entries_.at(static_cast<std::size_t>(Street::beacon(major, numberBehind("Minor: ", line))));
   entry.heard = true;
   entry.matched = false;
 }
@@ -90,8 +87,7 @@ void Ledger::didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) {
 }
 
 void Ledger::fail(const std::string& fault, std::size_t beacon) {
-  faults_.push_back("report " + std::to_string(reports_) + ": beacon " + std::to_string(beacon) +
-                    " " + fault);
+  faults_.push_back("report " + std::to_string(reports_) + ": beacon " + std::to_string(beacon) + " " + fault);
 }
 
 }  // namespace soak
