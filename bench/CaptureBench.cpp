@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 constexpr int kFrames = 200'000;
 constexpr int kBeacons = 20;
 /// Each beacon sends ten frames a second.
-constexpr platform::Instant kBetweenFrames = 1s / (10 * kBeacons);
+constexpr platform::Duration kBetweenFrames = 1s / (10 * kBeacons);
 
 platform::Advertisement heard(int i) {
   platform::Advertisement frame = bench::frame(i % kBeacons, -60 - i % 7);
@@ -30,7 +30,7 @@ platform::Advertisement heard(int i) {
 
 void write(const std::string& path) {
   platform::BtsnoopWriter capture(path);
-  for (int i = 0; i < kFrames; ++i) capture.write(heard(i), i * kBetweenFrames);
+  for (int i = 0; i < kFrames; ++i) capture.write(heard(i), platform::UTCTime(i * kBetweenFrames));
   capture.flush();
 }
 

@@ -1,6 +1,5 @@
-#include <glib.h>
-
 #include <atomic>
+#include <chrono>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -26,7 +25,8 @@ void record(const RecordOptions& options) {
   const auto keep = [&](const platform::Advertisement& advertisement) {
     if (fault) return;
     try {
-      capture.write(advertisement, platform::Instant(g_get_real_time()));
+      capture.write(advertisement, std::chrono::time_point_cast<platform::Duration>(
+                                       std::chrono::system_clock::now()));
     } catch (...) {
       fault = std::current_exception();
     }

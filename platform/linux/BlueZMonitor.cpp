@@ -26,7 +26,7 @@ constexpr const char* kMonitorXML = R"xml(<node><interface name="org.bluez.Adver
 </interface></node>)xml";
 
 /// BlueZ may take a monitor and never use it.
-constexpr Instant kPatience = 5s;
+constexpr Duration kPatience = 5s;
 
 constexpr std::uint8_t kManufacturerData = 0xFF;
 /// Company 0x004C, type and length of an iBeacon; the proximity UUID follows.

@@ -20,10 +20,10 @@ constexpr std::string_view kAdapterPath = "/org/bluez/";
 
 /// BlueZ answers these calls at once, or as soon as its controller does.
 constexpr std::chrono::milliseconds kPatience = 3s;
-constexpr Instant kBusPause = 2s;
-constexpr Instant kRefusalPause = 30s;
+constexpr Duration kBusPause = 2s;
+constexpr Duration kRefusalPause = 30s;
 /// A daemon that has just started finds its adapters one by one.
-constexpr Instant kAdapterGrace = 2s;
+constexpr Duration kAdapterGrace = 2s;
 
 bool isDenied(const std::string& error) {
   return error == "org.freedesktop.DBus.Error.AccessDenied" ||
@@ -91,7 +91,7 @@ void BlueZRadio::onTimer() {
   proceed();
 }
 
-void BlueZRadio::reopenIn(Instant pause) { reopenAt_ = monotonicNow() + pause; }
+void BlueZRadio::reopenIn(Duration pause) { reopenAt_ = monotonicNow() + pause; }
 
 void BlueZRadio::onBusLost(const std::string& fault) {
   forgetDaemon();

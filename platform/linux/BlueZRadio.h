@@ -71,7 +71,7 @@ class BlueZRadio {
   void onDaemonAppeared(const std::string& daemon);
   void onDaemonVanished();
   void forgetDaemon();
-  void reopenIn(Instant pause);
+  void reopenIn(Duration pause);
   void readObjects(const BusReply& reply);
   void readObject(const std::string& path, GVariant* interfaces);
   void onInterfacesAdded(GVariant* arguments);

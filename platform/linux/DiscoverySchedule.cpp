@@ -8,18 +8,18 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr Instant kBusyPause = 500ms;
+constexpr Duration kBusyPause = 500ms;
 /// After as many attempts, ten seconds, BlueZ would have finished what it was busy with.
 constexpr int kMostBusy = 20;
-constexpr Instant kFailurePause = 500ms;
-constexpr Instant kRefusalPause = 30s;
-constexpr Instant kDoubtPause = 2s;
+constexpr Duration kFailurePause = 500ms;
+constexpr Duration kRefusalPause = 30s;
+constexpr Duration kDoubtPause = 2s;
 /// A discovery that is silent for so long may be dead. Where there is nothing to hear it is not, so
 /// each renewal that brings nothing doubles the time until the next.
-constexpr Instant kSilence = 10s;
+constexpr Duration kSilence = 10s;
 constexpr int kMostDoublings = 5;
 
-Instant doubled(Instant time, int times) { return time * (1 << std::min(times, kMostDoublings)); }
+Duration doubled(Duration time, int times) { return time * (1 << std::min(times, kMostDoublings)); }
 
 }  // namespace
 

@@ -23,8 +23,8 @@ constexpr double kStreetAccuracy = 100.0;
 constexpr std::int64_t kMicroseconds = 1'000'000;
 constexpr std::int64_t kOldest = 30 * kMicroseconds;
 
-constexpr Instant kPause = 30s;
-constexpr Instant kPauseAfterLoss = 2s;
+constexpr Duration kPause = 30s;
+constexpr Duration kPauseAfterLoss = 2s;
 /// Starting the daemon takes a while; the user takes longer to answer its question.
 constexpr std::chrono::milliseconds kPatienceForDaemon = 25s;
 constexpr std::chrono::milliseconds kPatienceForUser = 120s;

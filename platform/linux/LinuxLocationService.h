@@ -42,7 +42,7 @@ class BRIVANE_EXPORT LinuxLocationService final : public LocationService {
     /// know it; empty for an application that wants no positions.
     std::string desktopId = {};
     /// How long a region stays inside without a frame.
-    Instant exitPeriod = LocationCore::kExitPeriod;
+    Duration exitPeriod = LocationCore::kExitPeriod;
     /// For a line on each fault that is mended without the host's knowledge; may be null.
     std::shared_ptr<Log> log = nullptr;
     /// Called on the manager's thread when listening begins or ceases, and at each fault; may be

@@ -8,7 +8,7 @@ namespace {
 using namespace std::chrono_literals;
 
 /// What a busy application may be late without time standing still for it.
-constexpr Instant kLateness = 1s;
+constexpr Duration kLateness = 1s;
 
 }  // namespace
 
@@ -191,7 +191,7 @@ void LiveLocation::onGrant(PositionGrant grant, const std::string& reason) {
 /// time does not count, or what waits would be told in a burst, and regions left that were not.
 Instant LiveLocation::now() {
   const Instant real = monotonicNow() - behind_;
-  const Instant late = armed_ ? real - *armed_ : Instant(0);
+  const Duration late = armed_ ? real - *armed_ : Duration(0);
   if (late <= kLateness) return real;
   behind_ += late;
   return *armed_;

@@ -75,7 +75,7 @@ class LiveLocation : public std::enable_shared_from_this<LiveLocation> {
 
   /// The deadline that the timer is set to, and by how much our time is behind the monotonic clock.
   std::optional<Instant> armed_;
-  Instant behind_{};
+  Duration behind_{};
 
   std::unique_ptr<BlueZRadio> bluetooth_;
   std::unique_ptr<GeoCluePositions> positions_;

@@ -48,7 +48,7 @@ Timer::~Timer() {
 }
 
 void Timer::set(std::optional<Instant> time) {
-  g_source_set_ready_time(source_, time ? time->count() : -1);
+  g_source_set_ready_time(source_, time ? time->time_since_epoch().count() : -1);
 }
 
 }  // namespace platform

@@ -12,7 +12,7 @@
 namespace platform {
 
 /// Time on the clock by which GLib wakes: monotonic, and it stands still while the device sleeps.
-inline Instant monotonicNow() { return Instant(g_get_monotonic_time()); }
+inline Instant monotonicNow() { return Instant(Duration(g_get_monotonic_time())); }
 
 /// A GLib main context, held as long as this lives.
 class MainContext {

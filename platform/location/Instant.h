@@ -6,9 +6,21 @@
 
 namespace platform {
 
-/// A time on the clock of whoever feeds the location logic, since an epoch of its choice. The logic
-/// itself reads no clock.
-using Instant = std::chrono::microseconds;
+/// A length of time.
+using Duration = std::chrono::microseconds;
+
+/// The clock of whoever feeds the location logic, with an epoch of its choice. It has no `now`: the
+/// logic is told the time and reads no clock.
+struct LocationClock {
+  using duration = Duration;
+  using rep = duration::rep;
+  using period = duration::period;
+  using time_point = std::chrono::time_point<LocationClock>;
+  static constexpr bool is_steady = true;
+};
+
+/// A time on that clock.
+using Instant = LocationClock::time_point;
 
 /// The first of two times of which each may be absent.
 inline std::optional<Instant> earlier(std::optional<Instant> a, std::optional<Instant> b) {

@@ -24,11 +24,11 @@ namespace platform {
 /// next time that is fed.
 class BRIVANE_EXPORT LocationCore final : public LocationService {
  public:
-  static constexpr Instant kExitPeriod = std::chrono::seconds(30);
+  static constexpr Duration kExitPeriod = std::chrono::seconds(30);
 
   struct Options {
     /// How long a region stays inside without a frame.
-    Instant exitPeriod = kExitPeriod;
+    Duration exitPeriod = kExitPeriod;
     CLAuthorizationStatus authorization = kCLAuthorizationStatusNotDetermined;
     bool servicesEnabled = true;
     /// Called after each operation of a manager, on its caller's thread: `wanted` may have changed,

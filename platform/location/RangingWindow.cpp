@@ -11,9 +11,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr Instant kInterval = 1s;
+constexpr Duration kInterval = 1s;
 /// How long a silent beacon stays in the reports.
-constexpr Instant kLingering = 5s;
+constexpr Duration kLingering = 5s;
 
 bool isNearer(const CLBeacon& a, const CLBeacon& b) {
   const bool aIsSilent = a.accuracy < 0.0;

@@ -4,7 +4,7 @@
 
 namespace platform {
 
-RegionMonitor::RegionMonitor(Instant now, Instant exitPeriod, bool scanning)
+RegionMonitor::RegionMonitor(Instant now, Duration exitPeriod, bool scanning)
     : exitPeriod_(exitPeriod), silenceEnds_(now + exitPeriod) {
   if (!scanning) remaining_ = exitPeriod;
 }

@@ -15,7 +15,7 @@ class BRIVANE_EXPORT RegionMonitor {
  public:
   enum class Change { kNone, kEntered, kExited, kFoundOutside };
 
-  RegionMonitor(Instant now, Instant exitPeriod, bool scanning);
+  RegionMonitor(Instant now, Duration exitPeriod, bool scanning);
 
   CLRegionState state() const { return state_; }
 
@@ -30,12 +30,12 @@ class BRIVANE_EXPORT RegionMonitor {
   std::optional<Instant> deadline() const;
 
  private:
-  const Instant exitPeriod_;
+  const Duration exitPeriod_;
   CLRegionState state_ = kCLRegionStateUnknown;
   /// When the exit period runs out, while the radio listens.
   Instant silenceEnds_;
   /// What is left of the exit period, while it does not.
-  std::optional<Instant> remaining_;
+  std::optional<Duration> remaining_;
 };
 
 }  // namespace platform

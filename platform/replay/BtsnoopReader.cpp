@@ -66,7 +66,7 @@ std::optional<BtsnoopReader::Record> BtsnoopReader::next() {
     if (header->time > kLatest) fail(header->offset, "a record of such a time cannot be");
     // A device whose clock was never set counts from the year 0.
     const std::uint64_t time = std::max(header->time, kEpoch) - kEpoch;
-    latest_ = std::max(latest_, Instant(static_cast<std::int64_t>(time)));
+    latest_ = std::max(latest_, UTCTime(Duration(static_cast<std::int64_t>(time))));
     try {
       Record record{latest_, advertisementsIn(event)};
       if (!record.advertisements.empty()) return record;

@@ -9,7 +9,7 @@
 
 #include "platform/Export.h"
 #include "platform/location/Advertisement.h"
-#include "platform/location/Instant.h"
+#include "platform/replay/UTCTime.h"
 
 namespace platform {
 
@@ -18,9 +18,8 @@ namespace platform {
 class BRIVANE_EXPORT BtsnoopReader {
  public:
   struct Record {
-    /// Since 1970, never before that of the last record: where a capture's clock went back, time
-    /// stands still.
-    Instant time;
+    /// Never before that of the last record: where a capture's clock went back, time stands still.
+    UTCTime time;
     std::vector<Advertisement> advertisements;
   };
 
@@ -48,7 +47,7 @@ class BRIVANE_EXPORT BtsnoopReader {
   std::uint64_t size_ = 0;
   std::uint64_t offset_ = 0;
   std::uint32_t datalink_ = 0;
-  Instant latest_{};
+  UTCTime latest_{};
   std::vector<std::uint8_t> packet_;
 };
 

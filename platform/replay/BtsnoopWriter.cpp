@@ -70,7 +70,7 @@ BtsnoopWriter::BtsnoopWriter(const std::string& path) : path_(path), file_(creat
   put(header);
 }
 
-void BtsnoopWriter::write(const Advertisement& advertisement, Instant time) {
+void BtsnoopWriter::write(const Advertisement& advertisement, UTCTime time) {
   const std::string data = advertisingData(advertisement);
   if (data.size() > kMaxData) return;
   const std::string event = reportEvent(advertisement, data);
@@ -80,7 +80,7 @@ void BtsnoopWriter::write(const Advertisement& advertisement, Instant time) {
   appendBigEndian(record, size);
   appendBigEndian(record, kFlagsOfReceivedEvent);
   appendBigEndian(record, std::uint32_t{0});
-  appendBigEndian(record, kEpoch + static_cast<std::uint64_t>(time.count()));
+  appendBigEndian(record, kEpoch + static_cast<std::uint64_t>(time.time_since_epoch().count()));
   put(record + event);
   ++count_;
 }

@@ -7,7 +7,7 @@
 
 #include "platform/Export.h"
 #include "platform/location/Advertisement.h"
-#include "platform/location/Instant.h"
+#include "platform/replay/UTCTime.h"
 
 namespace platform {
 
@@ -20,7 +20,7 @@ class BRIVANE_EXPORT BtsnoopWriter {
 
   /// Adds an advertisement that was heard `time` after 1970. One that no legacy report can hold, of
   /// more than 27 bytes, is left out. Throws CaptureError when the file takes no more.
-  void write(const Advertisement& advertisement, Instant time);
+  void write(const Advertisement& advertisement, UTCTime time);
 
   /// Brings all that was written into the file. Throws CaptureError when it takes no more.
   void flush();

@@ -5,14 +5,13 @@
 
 #include "platform/Export.h"
 #include "platform/Location.h"
-#include "platform/location/Instant.h"
+#include "platform/replay/UTCTime.h"
 
 namespace platform {
 
 /// One recorded position.
 struct TrackPoint {
-  /// Since 1970.
-  Instant time;
+  UTCTime time;
   CLLocation location;
 };
 

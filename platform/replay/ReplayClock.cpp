@@ -19,7 +19,8 @@ bool ReplayClock::moveTo(Instant time) {
   std::unique_lock lock(mutex_);
   if (speed_) {
     if (!began_) began_ = Real::now();
-    const auto pause = std::min(std::chrono::duration<double>(time) / *speed_, kForever);
+    const auto pause =
+        std::min(std::chrono::duration<double>(time.time_since_epoch()) / *speed_, kForever);
     const auto due = *began_ + std::chrono::duration_cast<Real::duration>(pause);
     stop_.wait_until(lock, due, [this] { return stopped_.load(); });
   }

@@ -34,7 +34,7 @@ class BRIVANE_EXPORT ReplayClock {
 
   const std::optional<double> speed_;
   const std::function<void()> waitUntilIdle_;
-  std::atomic<Instant> now_ = Instant(0);
+  std::atomic<Instant> now_ = Instant();
   std::optional<Real::time_point> began_;
   std::mutex mutex_;
   std::condition_variable stop_;

@@ -33,8 +33,8 @@ ReplayLocationService::ReplayLocationService(Options options)
   }
 }
 
-void ReplayLocationService::run(std::optional<Instant> limit) {
-  const Instant end = limit.value_or(Instant::max());
+void ReplayLocationService::run(std::optional<Duration> limit) {
+  const Instant end = limit ? Instant(*limit) : Instant::max();
   core_.advance(now());  // what was asked for before the recording begins
   while (playNext(end)) {
     if (options_.onProgress) options_.onProgress(capture_.fractionRead());
@@ -59,7 +59,7 @@ bool ReplayLocationService::playNext(Instant limit) {
   if (fault_) return false;  // nobody knows when it was met: later positions may be much later
   const bool isPosition = !track_.empty() && (!record_ || track_.front().time <= record_->time);
   if (!isPosition && !record_) return false;
-  const Instant time = (isPosition ? track_.front().time : record_->time) - beginning_;
+  const Instant time((isPosition ? track_.front().time : record_->time) - beginning_);
   if (time > limit || !advanceTo(time)) return false;
   if (isPosition) {
     core_.locate(track_.front().location, time);

@@ -41,9 +41,9 @@ class BRIVANE_EXPORT ReplayLocationService final : public LocationService {
   explicit ReplayLocationService(Options options);
 
   /// Plays the recording, and calls the managers' delegates, until one second after its end, until
-  /// `limit` on the clock, or until it is stopped. Throws CaptureError where the capture is cut or
-  /// corrupt, after all that comes before has been played.
-  void run(std::optional<Instant> limit = std::nullopt);
+  /// `limit` has passed on the clock, or until it is stopped. Throws CaptureError where the capture
+  /// is cut or corrupt, after all that comes before has been played.
+  void run(std::optional<Duration> limit = std::nullopt);
 
   /// Ends `run` soon. Any thread.
   void stop() { clock_.stop(); }
@@ -70,8 +70,7 @@ class BRIVANE_EXPORT ReplayLocationService final : public LocationService {
   std::optional<BtsnoopReader::Record> record_;
   /// The fault that was met in reading ahead.
   std::exception_ptr fault_;
-  /// When the recording begins, since 1970.
-  Instant beginning_{};
+  UTCTime beginning_{};
 };
 
 }  // namespace platform

@@ -25,7 +25,7 @@ bool takeCharacter(std::string_view& text, char expected) {
   return true;
 }
 
-std::optional<Instant> takeDate(std::string_view& text) {
+std::optional<std::chrono::sys_days> takeDate(std::string_view& text) {
   const auto year = takeNumber(text, 4);
   const bool afterYear = takeCharacter(text, '-');
   const auto month = takeNumber(text, 2);
@@ -36,11 +36,11 @@ std::optional<Instant> takeDate(std::string_view& text) {
                                          std::chrono::month(static_cast<unsigned>(*month)),
                                          std::chrono::day(static_cast<unsigned>(*day)));
   if (!date.ok()) return std::nullopt;
-  return std::chrono::sys_days(date).time_since_epoch();
+  return std::chrono::sys_days(date);
 }
 
 /// "09:30"; `limit` is the first hour that is too large.
-std::optional<Instant> takeHoursAndMinutes(std::string_view& text, int limit) {
+std::optional<Duration> takeHoursAndMinutes(std::string_view& text, int limit) {
   const auto hours = takeNumber(text, 2);
   const bool colon = takeCharacter(text, ':');
   const auto minutes = takeNumber(text, 2);
@@ -48,20 +48,20 @@ std::optional<Instant> takeHoursAndMinutes(std::string_view& text, int limit) {
   return std::chrono::hours(*hours) + std::chrono::minutes(*minutes);
 }
 
-std::optional<Instant> takeSeconds(std::string_view& text) {
+std::optional<Duration> takeSeconds(std::string_view& text) {
   const auto seconds = takeNumber(text, 2);
   if (!seconds || *seconds > 60) return std::nullopt;
-  Instant time = std::chrono::seconds(*seconds);
+  Duration time = std::chrono::seconds(*seconds);
   if (!takeCharacter(text, '.')) return time;
-  Instant digitWorth = std::chrono::milliseconds(100);
+  Duration digitWorth = std::chrono::milliseconds(100);
   for (; !text.empty() && isDigit(text.front()); text.remove_prefix(1), digitWorth /= 10) {
     time += digitWorth * (text.front() - '0');
   }
   return time;
 }
 
-std::optional<Instant> takeOffset(std::string_view& text) {
-  if (takeCharacter(text, 'Z')) return Instant(0);
+std::optional<Duration> takeOffset(std::string_view& text) {
+  if (takeCharacter(text, 'Z')) return Duration::zero();
   const bool east = takeCharacter(text, '+');
   if (!east && !takeCharacter(text, '-')) return std::nullopt;
   const auto offset = takeHoursAndMinutes(text, 24);
@@ -71,7 +71,7 @@ std::optional<Instant> takeOffset(std::string_view& text) {
 
 }  // namespace
 
-std::optional<Instant> parseUTCTime(std::string_view text) {
+std::optional<UTCTime> parseUTCTime(std::string_view text) {
   const auto date = takeDate(text);
   const bool separator = takeCharacter(text, 'T');
   const auto minutes = takeHoursAndMinutes(text, 24);

@@ -6,7 +6,7 @@
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   try {
     platform::BtsnoopReader reader(fileWith(data, size));
-    platform::Instant latest{};
+    platform::UTCTime latest{};
     while (const auto record = reader.next()) {
       require(record->time >= latest && !record->advertisements.empty());
       latest = record->time;

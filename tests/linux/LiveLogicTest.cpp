@@ -29,7 +29,7 @@ class Story {
       if (equals != std::string::npos) {
         endings_[word.substr(0, equals)] = word.substr(equals + 1);
       } else {
-        happen(word.substr(word.find(':') + 1), std::chrono::seconds(std::stoi(word)));
+        happen(word.substr(word.find(':') + 1), Instant(std::chrono::seconds(std::stoi(word))));
       }
     }
     return told_;
@@ -51,7 +51,7 @@ class Story {
     static const char* const names[] = {"filter", "start", "stop", "renew"};
     while (const auto call = discovery_.next(now)) {
       const std::string name = names[static_cast<int>(*call)];
-      told_ += std::to_string(now / 1s) + ":" + name + " ";
+      told_ += std::to_string(now.time_since_epoch() / 1s) + ":" + name + " ";
       if (name == "renew") {
         discovery_.setUsable(false, now);
         discovery_.setUsable(true, now);

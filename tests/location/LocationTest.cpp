@@ -65,7 +65,7 @@ class Core : public testing::Test {
       } else if (word[0] == '@') {
         core.locate({.coordinate = {std::stod(word.substr(1)), 0}, .horizontalAccuracy = 5}, now);
       } else {
-        now = std::chrono::milliseconds(std::lround(std::stod(word) * 1000));
+        now = Instant(std::chrono::milliseconds(std::lround(std::stod(word) * 1000)));
         const std::size_t plus = word.find('+');
         const std::size_t slash = word.find('/');
         if (slash != std::string::npos) {
@@ -184,8 +184,8 @@ TEST_F(Core, IsAskedOnOneThreadAndFedOnAnother) {
     }
   });
   for (int i = 0; i < 20000; ++i) {
-    core.hear(beaconFrame(kNetwork, 1, 1, -60), Instant(i));
-    core.setScanning(i % 2 == 0, Instant(i));
+    core.hear(beaconFrame(kNetwork, 1, 1, -60), Instant(Duration(i)));
+    core.setScanning(i % 2 == 0, Instant(Duration(i)));
   }
   EXPECT_TRUE(listener->take().starts_with(":auth0"));
 }

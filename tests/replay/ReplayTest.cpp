@@ -44,8 +44,8 @@ std::string contentsOf(const std::string& path) {
     BtsnoopReader reader(path);
     while (const auto record = reader.next()) {
       for (const Advertisement& heard : record->advertisements) {
-        text << record->time / 1s << ':' << heard.company << '.' << heard.data.size() << '.' << +heard.data.back()
-             << '.' << heard.rssi << '.' << +heard.address[5] << ' ';
+        text << record->time.time_since_epoch() / 1s << ':' << heard.company << '.' << heard.data.size() << '.'
+             << +heard.data.back() << '.' << heard.rssi << '.' << +heard.address[5] << ' ';
       }
     }
   });
@@ -123,7 +123,8 @@ TEST(Gpx, ReadsPointsByTimeOrNamesTheFault) {
     std::ostringstream text;
     const std::string fault = faultOf([&] {
       for (const auto& [time, location] : readGpxTrack(folder.write("t.gpx", file))) {
-        text << time.count() << ':' << location.coordinate.latitude << '/' << location.horizontalAccuracy << ' ';
+        text << time.time_since_epoch().count() << ':' << location.coordinate.latitude << '/'
+             << location.horizontalAccuracy << ' ';
       }
     });
     return text.str() + fault;
@@ -151,7 +152,7 @@ class Replay : public testing::Test {
  protected:
   Replay() {
     BtsnoopWriter writer(capture);
-    constexpr Instant kMorning = 1778320800s;  // 2026-05-09 10:00:00
+    constexpr UTCTime kMorning(1778320800s);  // 2026-05-09 10:00:00
     Advertisement beacon = beaconFrame(kNetwork, 1, 2, -70);
     beacon.address = {0xC0, 1, 2, 3, 4, 5};
     writer.write(beacon, kMorning + 1s);
@@ -162,7 +163,7 @@ class Replay : public testing::Test {
   }
 
   /// What is heard in a replay, and the fault that it ends with.
-  std::string play(std::optional<double> speed, std::optional<Instant> limit = std::nullopt,
+  std::string play(std::optional<double> speed, std::optional<Duration> limit = std::nullopt,
                    std::function<void()> waitUntilIdle = nullptr) {
     ReplayLocationService::Options options;
     options.speed = speed;
@@ -173,7 +174,7 @@ class Replay : public testing::Test {
     ReplayLocationService replay(std::move(options));
     running = &replay;
     const auto walker = std::make_shared<RecordingDelegate>();
-    walker->prefix = [&replay] { return std::to_string(replay.now() / 1s) + ":"; };
+    walker->prefix = [&replay] { return std::to_string(replay.now().time_since_epoch() / 1s) + ":"; };
     const auto region = CLBeaconRegion::initWithProximityUUID_identifier(kNetwork, "r");
     walker->onEach = [&region](auto& manager, auto& call) {
       if (call == "enter") manager.startRangingBeaconsInRegion(region);
@@ -206,8 +207,8 @@ TEST_F(Replay, IsTheSameAtEverySpeed) {
 TEST_F(Replay, WaitsBeforeTheClockMovesAndStopsWhenTold) {
   std::string waits;
   const auto wait = [&] {
-    waits += std::to_string(running.load()->now().count() / 100000) + " ";
-    if (running.load()->now() == 2s) running.load()->stop();
+    waits += std::to_string(running.load()->now().time_since_epoch() / 100ms) + " ";
+    if (running.load()->now() == Instant(2s)) running.load()->stop();
   };
   EXPECT_EQ(play(std::nullopt, std::nullopt, wait), "0:auth3 0:at 1:enter 1:state1 2:range-70");
   EXPECT_EQ(waits, "0 10 15 20 ");

@@ -112,7 +112,8 @@ class Phone {
   void listen() {
     for (platform::Instant now{}; !silent_; now += 100ms) {
       for (std::uint16_t minor = 0; minor < 10; ++minor) location_->hear(beaconFrame(kNetwork, 0, minor, -60), now);
-      location_->locate({.coordinate = {40.0 + static_cast<double>(now.count() % 90) * 1e-3, -3.0}}, now);
+      location_->locate({.coordinate = {40.0 + static_cast<double>(now.time_since_epoch().count() % 90) * 1e-3, -3.0}},
+                        now);
       location_->advance(now);
       std::this_thread::sleep_for(1ms);
     }

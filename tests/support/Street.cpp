@@ -44,7 +44,8 @@ void Street::record(const std::string& path, int seconds) {
   for (int second = 0; second < seconds; ++second) {
     for (int place = 0; place < kInRange; ++place) {
       const int beacon = (second + place) % kBeacons;
-      const auto time = std::chrono::seconds(second) + std::chrono::milliseconds(10 * place);
+      const platform::UTCTime time(std::chrono::seconds(second) +
+                                   std::chrono::milliseconds(10 * place));
       capture.write(beaconFrame(kNetwork, majorOf(beacon), minorOf(beacon), -40 - place), time);
     }
   }
