@@ -1,20 +1,19 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <set>
 #include <string>
-#include <vector>
 
 #include "platform/Log.h"
 #include "platform/UUID.h"
+#include "platform/linux/AdapterChoice.h"
+#include "platform/linux/BlueZConnection.h"
 #include "platform/linux/BlueZDevices.h"
 #include "platform/linux/BlueZMonitor.h"
 #include "platform/linux/DiscoverySchedule.h"
 #include "platform/linux/MainContext.h"
-#include "platform/linux/SystemBus.h"
 #include "platform/location/Advertisement.h"
 
 namespace platform {
@@ -22,7 +21,7 @@ namespace platform {
 /// The radio: hears beacons through BlueZ's daemon for as long as it lives, and goes on by itself
 /// after anything that happens to the daemon, the adapter or the bus. Lives on the thread of its
 /// context; never destroyed from inside one of its own calls.
-class BlueZRadio {
+class BlueZRadio : private BlueZConnection::Listener {
  public:
   struct Status {
     bool listening = false;
@@ -54,38 +53,19 @@ class BlueZRadio {
   void close();
 
  private:
-  struct Adapter {
-    std::string address;
-    bool powered = false;
-    bool discovering = false;
-    bool offersMonitor = false;
-  };
-  using Adapters = std::map<std::string, Adapter>;
+  void onForgotten() override;
+  void onStage() override;
+  void onObject(const std::string& path, GVariant* interfaces) override;
+  void onNewObject(const std::string& path, GVariant* interfaces) override;
+  void onRemoved(const std::string& path, const gchar* const* interfaces) override;
+  void onAdapterChanged(const std::string& path, GVariant* changed) override;
+  void onDeviceChanged(const std::string& path, GVariant* changed, GVariant* invalidated) override;
 
-  /// How far the way to an adapter has been gone.
-  enum class Stage { kConnecting, kNoBus, kNoDaemon, kAsking, kKnown };
-
-  void open();
-  void onTimer();
-  void onBusLost(const std::string& fault);
-  void onDaemonAppeared(const std::string& daemon);
-  void onDaemonVanished();
-  void forgetDaemon();
-  void reopenIn(Duration pause);
-  void readObjects(const BusReply& reply);
-  void readObject(const std::string& path, GVariant* interfaces);
-  void onInterfacesAdded(GVariant* arguments);
-  void onInterfacesRemoved(GVariant* arguments);
-  void onDeviceChanged(const std::string& path, GVariant* arguments);
-  void onAdapterChanged(const std::string& path, GVariant* arguments);
-  void updateAdapter(const std::string& path, GVariant* properties);
-
-  /// Decides which adapter serves, and whether it can.
-  void chooseAdapter();
-  /// How much is to be said for one; absent for one that does not come into question.
-  std::optional<int> rank(const Adapters::value_type& adapter) const;
+  /// Takes the adapter that serves now into use.
+  void useAdapter();
   void startMonitor();
 
+  /// Makes the call that is due, tells the status and sets the timer.
   void proceed();
   void perform(DiscoverySchedule::Call call);
   void finish(DiscoverySchedule::Call call, const BusReply& reply);
@@ -99,32 +79,26 @@ class BlueZRadio {
   const Options options_;
   Timer timer_;
   DiscoverySchedule schedule_;
+  AdapterChoice adapters_;
   BlueZDevices devices_;
-  Adapters adapters_;
   /// Path of the adapter that serves; empty when there is none.
   std::string adapter_;
-  /// Address of the adapter that was chosen, or through which something was heard last: after a
-  /// reset it may be back under another path, and later than others.
-  std::string address_;
-  bool provenHere_ = false;
-  bool usable_ = false;
-  Stage stage_ = Stage::kConnecting;
-  /// Unique name of the daemon.
-  std::string daemon_;
-  /// Counts the reasons to forget what is under way.
+  bool powered_ = false;
+  /// Whether something was heard since the adapter was taken into use.
+  bool proven_ = false;
+  /// Counts the adapters taken into use: the answer of an earlier one is of no use.
   int epoch_ = 0;
-  /// Why the latest attempt failed; empty when it did not.
+  /// Why discovery did not start; empty when it did.
   std::string failure_;
   std::optional<bool> refused_;
   Status status_;
-  std::optional<Instant> reopenAt_;
-  /// Until when the daemon may still find adapters.
+  /// Until when a daemon that has just started may find adapters.
   Instant adaptersDue_{};
+  /// When the timer wakes.
   std::optional<Instant> armed_;
   bool closed_ = false;
-  std::unique_ptr<SystemBus> bus_;
-  SystemBus::Registration watch_;
-  std::vector<SystemBus::Registration> signals_;
+  /// Calls the rest of this, so it stands last.
+  BlueZConnection connection_;
   std::unique_ptr<BlueZMonitor> monitor_;
 };
 

@@ -3,7 +3,10 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <tuple>
+#include <utility>
 
+#include "platform/linux/AdapterChoice.h"
 #include "platform/linux/BlueZDevices.h"
 #include "platform/linux/DiscoverySchedule.h"
 #include "platform/linux/GeoCluePositions.h"
@@ -96,6 +99,44 @@ TEST(DiscoverySchedule, KeepsItselfRunning) {
   const std::string busy = Story().tell("start=busy 0:on 10:end");
   EXPECT_TRUE(busy.starts_with("0:filter 0:start 0:filter 0:start 1:filter 1:start 1:f")) << busy;
   EXPECT_TRUE(busy.ends_with("9:filter 9:start 10:renew 10:filter 10:start ")) << busy;
+}
+
+/// Which adapter serves, each time that changes, "-" for none: while adapters come or change ("0=A+" is hci0 with
+/// address A and power, "0=A-" without), go ("0="), are all gone with the daemon ("gone"), or the one that serves has
+/// "heard".
+std::string choices(const std::string& wanted, const std::string& events) {
+  AdapterChoice adapters(wanted);
+  std::string serving;
+  std::string told;
+  std::istringstream words(events);
+  for (std::string word; words >> word;) {
+    const std::string path = "/org/bluez/hci" + word.substr(0, 1);
+    if (word == "gone") {
+      adapters.removeAll();
+    } else if (word == "heard") {
+      adapters.prove(serving);
+    } else if (word.size() == 2) {
+      adapters.remove(path);
+    } else {
+      adapters.at(path) = {.address = word.substr(2, 1), .powered = word.ends_with('+')};
+    }
+    const std::string now = adapters.choose();
+    if (std::exchange(serving, now) != now) told += now.empty() ? "-" : now.substr(now.size() - 1);
+  }
+  return told;
+}
+
+TEST(AdapterChoice, PrefersPowerAndKnowsAnAdapterByItsAddress) {
+  const std::tuple<const char*, const char*, const char*> rows[] = {
+      {"", "0=A- 1=B+ 0=A+ 0= 1=", "0101-"},           // power counts first, then the order
+      {"", "0=A+ 1=B+ 0= heard 0=A+", "01"},           // the one that has heard goes on
+      {"", "0=A+ 1=B+ heard gone 0=B+ 1=A+", "0-01"},  // and is found under another name
+      {"", "0=A+ heard 1=B+ 0=A-", "01"},              // unless it has no power
+      {"hci1", "0=A+ 1=B- 1=", "1-"},                  // the chosen one and no other, with power or without
+      {"b", "0=A+ 1=B+ 1=", "1-"},
+      {"hci1", "1=B+ gone 0=B- 1=A+ 0=", "1-01"},  // wherever it is
+  };
+  for (const auto& [wanted, events, told] : rows) EXPECT_EQ(choices(wanted, events), told) << wanted << ": " << events;
 }
 
 TEST(BlueZDevices, CountsSightingsAndNothingElse) {
