@@ -17,7 +17,7 @@ constexpr long kMaxRedirects = 20;
 /// Curl keeps all fields of heads and trailers, the latter without a bound of its own.
 constexpr std::size_t kMaxHeadBytes = std::size_t{256} << 10U;
 
-/// Whether two names are, for which case does not matter.
+/// Names of hosts and of header fields are the same in upper and lower case.
 bool isSame(const std::string& one, const std::string& other) {
   return strcasecmp(one.c_str(), other.c_str()) == 0;
 }
@@ -51,9 +51,17 @@ curl_socket_t openSocket(void* /*context*/, curlsocktype /*purpose*/, curl_socka
 
 }  // namespace
 
-CurlTransfer::CurlTransfer(const CurlHTTPClient::Options& options)
-    : options_(options), handle_(curl_easy_init()), usable_(handle_ != nullptr) {
+CurlTransfer::CurlTransfer(const CurlHTTPClient::Options& options, CurlRequest request)
+    : options_(options),
+      request_(std::move(request)),
+      handle_(curl_easy_init()),
+      usable_(handle_ != nullptr && request_.request.method == "POST") {
   if (!usable_) return;
+  setUp();
+  setUpRequest();
+}
+
+void CurlTransfer::setUp() {
   set(CURLOPT_PATH_AS_IS, 1L);
   set(CURLOPT_PROTOCOLS_STR, "https");
   set(CURLOPT_POST, 1L);
@@ -86,16 +94,20 @@ CurlTransfer::CurlTransfer(const CurlHTTPClient::Options& options)
   set(CURLOPT_LOW_SPEED_TIME, kSecondsOfSilence);
 }
 
-bool CurlTransfer::begin(CurlRequest request) {
-  current_ = std::move(request);
-  headBytes_ = 0;
-  headIsWhole_ = false;
-  const HTTPRequest& post = current_.request;
-  if (!usable_ || post.method != "POST" || hasLineBreak(post.url) || !addHeaders()) return false;
+void CurlTransfer::setUpRequest() {
+  const HTTPRequest& post = request_.request;
+  append(headers_, "Expect:");  // or a long body would wait for a "100 Continue" that may not come
+  for (const auto& [name, value] : post.headers) {
+    if (hasLineBreak(name) || hasLineBreak(value)) usable_ = false;
+    // Curl counts the body itself, and knows when a redirect leaves it out.
+    if (isSame(name, "Content-Length")) continue;
+    append(headers_, std::string(name).append(": ").append(value));
+  }
+  if (hasLineBreak(post.url)) usable_ = false;
+  set(CURLOPT_HTTPHEADER, headers_.get());
   set(CURLOPT_URL, post.url.c_str());
   set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(post.body.size()));
   set(CURLOPT_POSTFIELDS, post.body.c_str());
-  return usable_;
 }
 
 std::function<void()> CurlTransfer::finish(bool succeeded) {
@@ -108,24 +120,9 @@ std::function<void()> CurlTransfer::finish(bool succeeded) {
     response = HTTPResponse{static_cast<int>(status)};
     body = std::move(body_);
   }
-  body_.clear();
-  return [completion = std::exchange(current_, {}).completion, response,
-          body = std::move(body)]() mutable {
+  return [completion = std::move(request_.completion), response, body = std::move(body)]() mutable {
     if (completion) completion(response, std::move(body));
   };
-}
-
-bool CurlTransfer::addHeaders() {
-  headers_.reset();
-  append(headers_, "Expect:");  // or a long body would wait for a "100 Continue" that may not come
-  for (const auto& [name, value] : current_.request.headers) {
-    if (hasLineBreak(name) || hasLineBreak(value)) return false;
-    // Curl counts the body itself, and knows when a redirect leaves it out.
-    if (isSame(name, "Content-Length")) continue;
-    append(headers_, std::string(name).append(": ").append(value));
-  }
-  set(CURLOPT_HTTPHEADER, headers_.get());
-  return true;
 }
 
 std::size_t CurlTransfer::receive(const char* bytes, std::size_t one, std::size_t count,
@@ -157,7 +154,7 @@ int CurlTransfer::allow(void* transfer, char*, char*, int, int) {
   curl_easy_getinfo(self.handle(), CURLINFO_EFFECTIVE_URL, &url);
   curl_easy_getinfo(self.handle(), CURLINFO_EFFECTIVE_METHOD, &method);
   const bool takesBody = std::string_view(method) == "POST";
-  return takesBody && leadsAway(self.current_.request.url, url) ? CURL_PREREQFUNC_ABORT
+  return takesBody && leadsAway(self.request_.request.url, url) ? CURL_PREREQFUNC_ABORT
                                                                 : CURL_PREREQFUNC_OK;
 }
 

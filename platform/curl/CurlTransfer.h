@@ -18,21 +18,17 @@ struct CurlRequest {
   HTTPClient::Completion completion;
 };
 
-/// One request after another on its way, as curl's easy handle, with its reply so far. To make a
-/// handle costs more than to use it again.
+/// One request on its way, as curl's easy handle, with its reply so far.
 class CurlTransfer {
  public:
   /// `options` must outlive the transfer.
-  explicit CurlTransfer(const CurlHTTPClient::Options& options);
+  CurlTransfer(const CurlHTTPClient::Options& options, CurlRequest request);
 
-  /// Takes on a request; false when it cannot go on the wire as it stands. Either way `finish`
-  /// follows before the next.
-  bool begin(CurlRequest request);
-
-  CURL* handle() const { return handle_.get(); }
+  /// Whether it can go on the wire as it stands.
   bool isUsable() const { return usable_; }
+  CURL* handle() const { return handle_.get(); }
 
-  /// What the completion is to be called with, as one task.
+  /// What the completion is to be called with, as one task. Ends the transfer.
   std::function<void()> finish(bool succeeded);
 
  private:
@@ -48,19 +44,20 @@ class CurlTransfer {
   static int allow(void* transfer, char*, char*, int, int);
   static void append(List& list, const std::string& item);
 
-  bool addHeaders();
+  void setUp();
+  void setUpRequest();
   template <typename Value>
   void set(CURLoption option, Value value);
 
-  CurlRequest current_;
   const CurlHTTPClient::Options& options_;
+  CurlRequest request_;
   std::unique_ptr<CURL, Free> handle_;
   List headers_;
   List connectTo_;
   std::size_t headBytes_ = 0;  // of all heads and trailers
   bool headIsWhole_ = false;
   std::string body_;
-  /// Whether curl took every option; a handle that did not take one is used no more.
+  /// Whether curl took every option, and the request is one that may be sent.
   bool usable_;
 };
 

@@ -131,24 +131,16 @@ void CurlWorker::beginWaiting() {
     begin(std::move(waiting_.front()));
     waiting_.pop_front();
   }
-  if (waiting_.empty()) spare_.clear();
 }
 
 void CurlWorker::begin(CurlRequest request) {
-  auto transfer = spareTransfer();
-  if (!transfer->begin(std::move(request)) ||
+  auto transfer = std::make_unique<CurlTransfer>(options_, std::move(request));
+  if (!transfer->isUsable() ||
       curl_multi_add_handle(multi_.get(), transfer->handle()) != CURLM_OK) {
-    end(std::move(transfer), false);
+    finished_(transfer->finish(false));
     return;
   }
   active_.emplace(transfer->handle(), std::move(transfer));
-}
-
-std::unique_ptr<CurlTransfer> CurlWorker::spareTransfer() {
-  if (spare_.empty()) return std::make_unique<CurlTransfer>(options_);
-  auto transfer = std::move(spare_.back());
-  spare_.pop_back();
-  return transfer;
 }
 
 /// Whether there was any.
@@ -168,12 +160,7 @@ void CurlWorker::finish(CURL* handle, bool succeeded) {
   curl_easy_getinfo(handle, CURLINFO_HTTP_VERSION, &version);
   if (succeeded) multiplexes_ = version == CURL_HTTP_VERSION_2_0;
   curl_multi_remove_handle(multi_.get(), handle);
-  end(std::move(active_.extract(handle).mapped()), succeeded);
-}
-
-void CurlWorker::end(std::unique_ptr<CurlTransfer> transfer, bool succeeded) {
-  finished_(transfer->finish(succeeded));
-  if (transfer->isUsable()) spare_.push_back(std::move(transfer));
+  finished_(active_.extract(handle).mapped()->finish(succeeded));
 }
 
 void CurlWorker::failAll() {

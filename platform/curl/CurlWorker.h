@@ -8,7 +8,6 @@
 #include <memory>
 #include <mutex>
 #include <thread>
-#include <vector>
 
 #include "platform/curl/CurlTransfer.h"
 
@@ -41,20 +40,17 @@ class CurlWorker {
   bool takeNew();
   void beginWaiting();
   void begin(CurlRequest request);
-  std::unique_ptr<CurlTransfer> spareTransfer();
   bool finishDone();
   void finish(CURL* handle, bool succeeded);
-  void end(std::unique_ptr<CurlTransfer> transfer, bool succeeded);
   void failAll();
 
   const CurlHTTPClient::Options& options_;
   const std::function<void(std::function<void()>)> finished_;
   std::unique_ptr<CURLM, Free> multi_;
-  // The next four are the worker's alone.
+  // The next three are the worker's alone.
   std::deque<CurlRequest> waiting_;
   std::map<CURL*, std::unique_ptr<CurlTransfer>> active_;
-  std::vector<std::unique_ptr<CurlTransfer>> spare_;  // to be used again while others wait
-  bool multiplexes_ = false;                          // whether the latest answer came over HTTP/2
+  bool multiplexes_ = false;  // whether the latest answer came over HTTP/2
   std::mutex mutex_;
   std::deque<CurlRequest> added_;
   bool stopping_ = false;

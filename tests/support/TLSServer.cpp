@@ -8,7 +8,6 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -20,70 +19,55 @@ int chooseHTTP2(SSL*, const unsigned char** chosen, unsigned char* size, const u
   return SSL_TLSEXT_ERR_OK;
 }
 
-class Connection final : public TLSConnection {
- public:
-  Connection(SSL_CTX* context, int socket) : socket_(socket), ssl_(SSL_new(context), SSL_free) {
-    const int on = 1;
-    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    SSL_set_fd(ssl_.get(), socket);
-    accepted_ = SSL_accept(ssl_.get()) == 1;
-  }
-  bool isAccepted() const { return accepted_; }
-
-  std::string readRequest() override {
-    while (buffer_.find("\r\n\r\n") == std::string::npos) {
-      if (!readMore()) return {};
-    }
-    const std::size_t head = buffer_.find("\r\n\r\n") + 4;
-    const std::size_t field = buffer_.find("Content-Length: ");
-    const std::size_t size = head + (field < head ? std::strtoul(&buffer_[field + 16], nullptr, 10) : 0);
-    while (buffer_.size() < size) {
-      if (!readMore()) return {};
-    }
-    return read(size);
-  }
-
-  std::string read(std::size_t count) override {
-    while (buffer_.size() < count && readMore()) {
-    }
-    std::string bytes = buffer_.substr(0, count);
-    buffer_.erase(0, count);
-    return bytes;
-  }
-
-  bool write(const std::string& bytes) override {
-    return SSL_write(ssl_.get(), bytes.data(), static_cast<int>(bytes.size())) > 0;
-  }
-
-  void endTLS() override { SSL_shutdown(ssl_.get()); }
-
-  void reset() override {
-    const linger now{.l_onoff = 1, .l_linger = 0};
-    setsockopt(socket_, SOL_SOCKET, SO_LINGER, &now, sizeof now);
-  }
-
- private:
-  bool readMore() {
-    char bytes[4096];
-    const int count = SSL_read(ssl_.get(), static_cast<char*>(bytes), sizeof bytes);
-    if (count > 0) buffer_.append(static_cast<char*>(bytes), static_cast<std::size_t>(count));
-    return count > 0;
-  }
-
-  const int socket_;
-  const std::unique_ptr<SSL, decltype(&SSL_free)> ssl_;
-  bool accepted_ = false;
-  std::string buffer_;
-};
-
 }  // namespace
+
+TLSConnection::TLSConnection(SSL_CTX& context, int socket) : socket_(socket), ssl_(SSL_new(&context), SSL_free) {
+  const int on = 1;
+  setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  SSL_set_fd(ssl_.get(), socket);
+  SSL_accept(ssl_.get());  // where that fails, nothing can be read or written
+}
+
+std::string TLSConnection::readRequest() {
+  std::size_t end = 0;
+  while ((end = buffer_.find("\r\n\r\n")) == std::string::npos) {
+    if (!readMore()) return {};
+  }
+  const std::size_t field = buffer_.find("Content-Length: ");
+  const std::size_t size = end + 4 + (field < end ? std::strtoul(&buffer_[field + 16], nullptr, 10) : 0);
+  std::string request = read(size);
+  return request.size() < size ? "" : request;
+}
+
+std::string TLSConnection::read(std::size_t count) {
+  while (buffer_.size() < count && readMore()) {
+  }
+  std::string bytes = buffer_.substr(0, count);
+  buffer_.erase(0, count);
+  return bytes;
+}
+
+bool TLSConnection::write(const std::string& bytes) {
+  return SSL_write(ssl_.get(), bytes.data(), static_cast<int>(bytes.size())) > 0;
+}
+
+void TLSConnection::endTLS() { SSL_shutdown(ssl_.get()); }
+
+void TLSConnection::reset() {
+  const linger now{.l_onoff = 1, .l_linger = 0};
+  setsockopt(socket_, SOL_SOCKET, SO_LINGER, &now, sizeof now);
+}
+
+bool TLSConnection::readMore() {
+  char bytes[4096];
+  const int count = SSL_read(ssl_.get(), static_cast<char*>(bytes), sizeof bytes);
+  if (count > 0) buffer_.append(static_cast<char*>(bytes), static_cast<std::size_t>(count));
+  return count > 0;
+}
 
 TLSServer::TLSServer(const service::Certificate& certificate, Serve serve, bool http2)
     : serve_(std::move(serve)), listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  std::signal(SIGPIPE, SIG_IGN);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  sockaddr_in address{.sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
   socklen_t size = sizeof address;
   auto* const any = reinterpret_cast<sockaddr*>(&address);
   if (bind(listener_, any, size) != 0 || listen(listener_, 256) != 0 || getsockname(listener_, any, &size) != 0) {
@@ -108,6 +92,12 @@ TLSServer::~TLSServer() {
 }
 
 void TLSServer::acceptAll(const std::shared_ptr<ssl_ctx_st>& context) {
+  // A client that goes away must not end the test. The threads made here inherit this; the process's own
+  // handling of the signal stays as it is, for it is the client's to cope with.
+  sigset_t brokenPipe;
+  sigemptyset(&brokenPipe);
+  sigaddset(&brokenPipe, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
   for (;;) {
     const int socket = accept(listener_, nullptr, nullptr);
     if (socket < 0) return;
@@ -116,8 +106,8 @@ void TLSServer::acceptAll(const std::shared_ptr<ssl_ctx_st>& context) {
     open_.push_back(socket);
     threads_.emplace_back([this, context, socket] {
       {
-        Connection connection(context.get(), socket);
-        if (connection.isAccepted()) serve_(connection);
+        TLSConnection connection(*context, socket);
+        serve_(connection);
       }
       const std::lock_guard closing(mutex_);
       std::erase(open_, socket);

@@ -11,20 +11,30 @@
 
 #include "service/Certificate.h"
 
+struct ssl_st;
+
 /// One connection of a TLSServer.
 class TLSConnection {
  public:
-  virtual ~TLSConnection() = default;
+  TLSConnection(ssl_ctx_st& context, int socket);
+
   /// The next whole request, head and body; empty when the peer has gone.
-  virtual std::string readRequest() = 0;
+  std::string readRequest();
   /// So many bytes; fewer when the peer has gone.
-  virtual std::string read(std::size_t count) = 0;
+  std::string read(std::size_t count);
   /// Whether the peer was still there.
-  virtual bool write(const std::string& bytes) = 0;
+  bool write(const std::string& bytes);
   /// Says that nothing follows. Without it, what ends may have been cut off by anybody.
-  virtual void endTLS() = 0;
-  /// Ends the connection with a reset.
-  virtual void reset() = 0;
+  void endTLS();
+  /// Has the connection end with a reset.
+  void reset();
+
+ private:
+  bool readMore();
+
+  const int socket_;
+  const std::unique_ptr<ssl_st, void (*)(ssl_st*)> ssl_;
+  std::string buffer_;
 };
 
 /// A server with real TLS on a loopback port that answers byte for byte as a test says, also
@@ -55,7 +65,7 @@ class TLSServer {
   void acceptAll(const std::shared_ptr<ssl_ctx_st>& context);
 
   const Serve serve_;
-  int listener_ = -1;
+  const int listener_;
   std::uint16_t port_ = 0;
   std::atomic<int> connections_ = 0;
   std::mutex mutex_;
