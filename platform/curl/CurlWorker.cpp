@@ -31,12 +31,12 @@ class LiveWorkers {
   }
 
   void add(CurlWorker* worker) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     workers_.insert(worker);
   }
 
   void remove(CurlWorker* worker) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     workers_.erase(worker);
   }
 
@@ -52,13 +52,13 @@ class LiveWorkers {
   void stopAll() {
     // A child of the host's has none of these threads, and their locks as they were.
     if (getpid() != process_) return;
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     for (CurlWorker* worker : workers_) worker->stop();
   }
 
   const pid_t process_ = getpid();
-  std::mutex mutex_;
-  std::set<CurlWorker*> workers_;
+  Mutex mutex_;
+  std::set<CurlWorker*> workers_ BRIVANE_GUARDED_BY(mutex_);
 };
 
 void blockSignals() {
@@ -86,7 +86,7 @@ CurlWorker::~CurlWorker() {
 }
 
 void CurlWorker::add(CurlRequest request) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (stopping_) return;
   // One wake for a burst: the worker takes all that was added meanwhile.
   if (added_.empty()) curl_multi_wakeup(multi_.get());
@@ -96,7 +96,7 @@ void CurlWorker::add(CurlRequest request) {
 void CurlWorker::stop() {
   std::call_once(stopped_, [this] {
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       stopping_ = true;
       curl_multi_wakeup(multi_.get());
     }
@@ -118,7 +118,7 @@ void CurlWorker::run() {
 
 /// Takes what was added since the last time; false when the worker is to stop.
 bool CurlWorker::takeNew() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::move(added_.begin(), added_.end(), std::back_inserter(waiting_));
   added_.clear();
   return !stopping_;

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <thread>
 
+#include "platform/Mutex.h"
 #include "platform/curl/CurlTransfer.h"
 
 namespace platform {
@@ -51,9 +52,9 @@ class CurlWorker {
   std::deque<CurlRequest> waiting_;
   std::map<CURL*, std::unique_ptr<CurlTransfer>> active_;
   bool multiplexes_ = false;  // whether the latest answer came over HTTP/2
-  std::mutex mutex_;
-  std::deque<CurlRequest> added_;
-  bool stopping_ = false;
+  Mutex mutex_;
+  std::deque<CurlRequest> added_ BRIVANE_GUARDED_BY(mutex_);
+  bool stopping_ BRIVANE_GUARDED_BY(mutex_) = false;
   std::once_flag stopped_;
   std::thread thread_;
 };

@@ -3,9 +3,10 @@
 #include <condition_variable>
 #include <deque>
 #include <exception>
-#include <mutex>
 #include <string>
 #include <utility>
+
+#include "platform/Mutex.h"
 
 namespace platform {
 
@@ -14,8 +15,8 @@ struct SerialQueue::State {
 
   /// The next task, waited for; none when the queue is closed and empty.
   std::function<void()> next() {
-    std::unique_lock lock(mutex);
-    changed.wait(lock, [this] { return closed || !tasks.empty(); });
+    MutexLock lock(mutex);
+    while (!closed && tasks.empty()) lock.wait(changed);
     if (tasks.empty()) return nullptr;
     auto task = std::move(tasks.front());
     tasks.pop_front();
@@ -41,18 +42,18 @@ struct SerialQueue::State {
   }
 
   const std::shared_ptr<Log> log;
-  std::mutex mutex;
+  Mutex mutex;
   std::condition_variable changed;
-  std::deque<std::function<void()>> tasks;
-  bool closed = false;
-  bool finished = false;
+  std::deque<std::function<void()>> tasks BRIVANE_GUARDED_BY(mutex);
+  bool closed BRIVANE_GUARDED_BY(mutex) = false;
+  bool finished BRIVANE_GUARDED_BY(mutex) = false;
 };
 
 SerialQueue::SerialQueue(std::shared_ptr<Log> log)
     : state_(std::make_shared<State>(std::move(log))) {
   std::thread thread([state = state_] {
     state->runAll();
-    const std::lock_guard lock(state->mutex);
+    const MutexLock lock(state->mutex);
     state->finished = true;
     state->changed.notify_all();
   });
@@ -64,24 +65,24 @@ SerialQueue::~SerialQueue() { close(); }
 
 void SerialQueue::post(std::function<void()> task) {
   {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     if (state_->closed) return;
     state_->tasks.push_back(std::move(task));
   }
-  state_->changed.notify_all();  // not under the lock, for which the thread would only wait again
+  state_->changed.notify_all();  // after unlocking: the thread would wake only to wait for the lock
 }
 
 void SerialQueue::close() {
   {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     state_->closed = true;
     state_->changed.notify_all();
   }
   if (std::this_thread::get_id() == threadId_) {
     state_->runAll();
   } else {
-    std::unique_lock lock(state_->mutex);
-    state_->changed.wait(lock, [this] { return state_->finished; });
+    MutexLock lock(state_->mutex);
+    while (!state_->finished) lock.wait(state_->changed);
   }
 }
 
