@@ -2,18 +2,52 @@
 
 #include <curl/curl.h>
 
+#include <chrono>
+#include <string_view>
 #include <utility>
 
 #include "platform/curl/CurlWorker.h"
 #include "platform/curl/SerialQueue.h"
 
 namespace platform {
+namespace {
+
+/// Without the query, which may hold secrets.
+std::string pathOf(std::string_view url) {
+  const std::size_t scheme = url.find("://");
+  const std::size_t path = url.find('/', scheme == url.npos ? 0 : scheme + 3);
+  return path == url.npos ? "/"
+                          : std::string(url.substr(path, url.find_first_of("?#", path) - path));
+}
+
+}  // namespace
 
 struct CurlHTTPClient::Parts {
   explicit Parts(const Options& options)
-      : callbacks(options.log),
-        worker(options, [this](std::function<void()> task) { callbacks.post(std::move(task)); }) {}
+      : onTransfer(options.onTransfer),
+        callbacks(options.log),
+        worker(options, [this](CurlRequest request, CurlReply reply) {
+          deliver(std::move(request), std::move(reply));
+        }) {}
 
+  void deliver(CurlRequest request, CurlReply reply) {
+    if (onTransfer) {
+      using std::chrono::duration_cast, std::chrono::milliseconds, std::chrono::steady_clock;
+      TransferOutcome outcome{
+          .endpoint = pathOf(request.request.url),
+          .status = {},
+          .fault = std::move(reply.fault),
+          .duration = duration_cast<milliseconds>(steady_clock::now() - request.begun)};
+      if (reply.response) outcome.status = reply.response->statusCode;
+      callbacks.post([tell = onTransfer, outcome = std::move(outcome)] { tell(outcome); });
+    }
+    callbacks.post([completion = std::move(request.completion), response = reply.response,
+                    body = std::move(reply.body)]() mutable {
+      if (completion) completion(response, std::move(body));
+    });
+  }
+
+  const std::function<void(const TransferOutcome&)> onTransfer;
   SerialQueue callbacks;
   CurlWorker worker;
 };

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 
 #include "platform/Export.h"
 #include "platform/HTTPClient.h"
 #include "platform/Log.h"
+#include "platform/TransferOutcome.h"
 
 namespace platform {
 
@@ -30,6 +32,9 @@ class BRIVANE_EXPORT CurlHTTPClient final : public HTTPClient {
     std::size_t maxReplyBytes = std::size_t{16} << 20U;
     /// Takes a line for each exception that left a completion. May be null.
     std::shared_ptr<Log> log = nullptr;
+    /// Told how each transfer ended, on the callback thread, just before its completion is called.
+    /// May be empty. An exception that leaves it ends like one that leaves a completion.
+    std::function<void(const TransferOutcome&)> onTransfer = {};
   };
 
   /// What it runs on: the versions of libcurl, the TLS library and others, one line.

@@ -3,7 +3,6 @@
 #include <strings.h>
 #include <sys/socket.h>
 
-#include <new>
 #include <string_view>
 #include <utility>
 
@@ -52,16 +51,17 @@ curl_socket_t openSocket(void* /*context*/, curlsocktype /*purpose*/, curl_socka
 }  // namespace
 
 CurlTransfer::CurlTransfer(const CurlHTTPClient::Options& options, CurlRequest request)
-    : options_(options),
-      request_(std::move(request)),
-      handle_(curl_easy_init()),
-      usable_(handle_ != nullptr && request_.request.method == "POST") {
-  if (!usable_) return;
-  setUp();
-  setUpRequest();
+    : options_(options), request_(std::move(request)), handle_(curl_easy_init()) {
+  if (handle_) {
+    setUp();
+    setUpRequest();
+  } else {
+    refuse("libcurl has no memory");
+  }
 }
 
 void CurlTransfer::setUp() {
+  set(CURLOPT_ERRORBUFFER, curlFault_.data());
   set(CURLOPT_PATH_AS_IS, 1L);
   set(CURLOPT_PROTOCOLS_STR, "https");
   set(CURLOPT_POST, 1L);
@@ -98,38 +98,43 @@ void CurlTransfer::setUpRequest() {
   const HTTPRequest& post = request_.request;
   append(headers_, "Expect:");  // or a long body would wait for a "100 Continue" that may not come
   for (const auto& [name, value] : post.headers) {
-    if (hasLineBreak(name) || hasLineBreak(value)) usable_ = false;
+    if (hasLineBreak(name) || hasLineBreak(value)) refuse("a header holds a line break");
     // Curl counts the body itself, and knows when a redirect leaves it out.
     if (isSame(name, "Content-Length")) continue;
     append(headers_, std::string(name).append(": ").append(value));
   }
-  if (hasLineBreak(post.url)) usable_ = false;
+  if (hasLineBreak(post.url)) refuse("the URL holds a line break");
+  if (post.method != "POST") refuse("the method is not POST");
   set(CURLOPT_HTTPHEADER, headers_.get());
   set(CURLOPT_URL, post.url.c_str());
   set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(post.body.size()));
   set(CURLOPT_POSTFIELDS, post.body.c_str());
 }
 
-std::function<void()> CurlTransfer::finish(bool succeeded) {
-  std::optional<HTTPResponse> response;
-  std::optional<std::string> body;
+CurlReply CurlTransfer::reply(CURLcode result) {
   // Curl takes a head that is cut off for a whole one.
-  if (succeeded && headIsWhole_) {
-    long status = 0;
-    curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
-    response = HTTPResponse{static_cast<int>(status)};
-    body = std::move(body_);
+  if (result == CURLE_OK && !headIsWhole_) refuse("the head of the reply was cut off");
+  if (refusal_ != nullptr) return {{}, {}, refusal_};
+  if (result != CURLE_OK) {
+    return {{}, {}, curlFault_[0] != 0 ? curlFault_.data() : curl_easy_strerror(result)};
   }
-  return [completion = std::move(request_.completion), response, body = std::move(body)]() mutable {
-    if (completion) completion(response, std::move(body));
-  };
+  long status = 0;
+  curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
+  return {HTTPResponse{static_cast<int>(status)}, std::move(body_), {}};
+}
+
+void CurlTransfer::refuse(const char* reason) {
+  if (refusal_ == nullptr) refusal_ = reason;
 }
 
 std::size_t CurlTransfer::receive(const char* bytes, std::size_t one, std::size_t count,
                                   void* transfer) {
   auto& self = *static_cast<CurlTransfer*>(transfer);
   const std::size_t size = one * count;
-  if (size > self.options_.maxReplyBytes - self.body_.size()) return 0;  // fails the transfer
+  if (size > self.options_.maxReplyBytes - self.body_.size()) {
+    self.refuse("the reply is too large");
+    return 0;  // fails the transfer
+  }
   self.body_.append(bytes, size);
   return size;
 }
@@ -138,7 +143,10 @@ std::size_t CurlTransfer::receiveHead(const char* line, std::size_t one, std::si
                                       void* transfer) {
   auto& self = *static_cast<CurlTransfer*>(transfer);
   const std::string_view text(line, one * count);
-  if (text.size() > kMaxHeadBytes - self.headBytes_) return 0;  // fails the transfer
+  if (text.size() > kMaxHeadBytes - self.headBytes_) {
+    self.refuse("the head of the reply is too large");
+    return 0;  // fails the transfer
+  }
   self.headBytes_ += text.size();
   if (text.starts_with("HTTP/")) self.headIsWhole_ = false;
   if (text == "\r\n" || text == "\n") self.headIsWhole_ = true;
@@ -148,26 +156,29 @@ std::size_t CurlTransfer::receiveHead(const char* line, std::size_t one, std::si
 /// Asked before each request is sent. A redirect that keeps the method keeps the body, and with it
 /// the secrets.
 int CurlTransfer::allow(void* transfer, char*, char*, int, int) {
-  const auto& self = *static_cast<CurlTransfer*>(transfer);
+  auto& self = *static_cast<CurlTransfer*>(transfer);
   const char* url = nullptr;
   const char* method = nullptr;
   curl_easy_getinfo(self.handle(), CURLINFO_EFFECTIVE_URL, &url);
   curl_easy_getinfo(self.handle(), CURLINFO_EFFECTIVE_METHOD, &method);
-  const bool takesBody = std::string_view(method) == "POST";
-  return takesBody && leadsAway(self.request_.request.url, url) ? CURL_PREREQFUNC_ABORT
-                                                                : CURL_PREREQFUNC_OK;
+  if (std::string_view(method) != "POST" || !leadsAway(self.request_.request.url, url)) {
+    return CURL_PREREQFUNC_OK;
+  }
+  self.refuse("a redirect would take the request's body to another host");
+  return CURL_PREREQFUNC_ABORT;
 }
 
 void CurlTransfer::append(List& list, const std::string& item) {
   curl_slist* longer = curl_slist_append(list.get(), item.c_str());
-  if (longer == nullptr) throw std::bad_alloc();
+  if (longer == nullptr) return refuse("libcurl has no memory");
   static_cast<void>(list.release());
   list.reset(longer);
 }
 
 template <typename Value>
 void CurlTransfer::set(CURLoption option, Value value) {
-  if (curl_easy_setopt(handle_.get(), option, value) != CURLE_OK) usable_ = false;
+  if (curl_easy_setopt(handle_.get(), option, value) != CURLE_OK)
+    refuse("libcurl refused an option");
 }
 
 }  // namespace platform

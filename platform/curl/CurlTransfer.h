@@ -2,9 +2,11 @@
 
 #include <curl/curl.h>
 
+#include <array>
+#include <chrono>
 #include <cstddef>
-#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/HTTPClient.h"
@@ -12,10 +14,18 @@
 
 namespace platform {
 
-/// A request that waits for its turn.
+/// A request that waits for its turn or its reply.
 struct CurlRequest {
   HTTPRequest request;
   HTTPClient::Completion completion;
+  std::chrono::steady_clock::time_point begun = std::chrono::steady_clock::now();
+};
+
+/// What came of a request: response and body, or why there is none.
+struct CurlReply {
+  std::optional<HTTPResponse> response;
+  std::optional<std::string> body;
+  std::string fault;
 };
 
 /// One request on its way, as curl's easy handle, with its reply so far.
@@ -25,11 +35,12 @@ class CurlTransfer {
   CurlTransfer(const CurlHTTPClient::Options& options, CurlRequest request);
 
   /// Whether it can go on the wire as it stands.
-  bool isUsable() const { return usable_; }
+  bool isUsable() const { return refusal_ == nullptr; }
   CURL* handle() const { return handle_.get(); }
 
-  /// What the completion is to be called with, as one task. Ends the transfer.
-  std::function<void()> finish(bool succeeded);
+  /// What came of it, when curl ended it with `result`. Once; the request may be taken afterwards.
+  CurlReply reply(CURLcode result);
+  CurlRequest takeRequest() { return std::move(request_); }
 
  private:
   struct Free {
@@ -42,23 +53,25 @@ class CurlTransfer {
   static std::size_t receiveHead(const char* line, std::size_t one, std::size_t count,
                                  void* transfer);
   static int allow(void* transfer, char*, char*, int, int);
-  static void append(List& list, const std::string& item);
 
   void setUp();
   void setUpRequest();
+  void append(List& list, const std::string& item);
   template <typename Value>
   void set(CURLoption option, Value value);
+  /// Gives the transfer up, for a reason of ours; the first one counts.
+  void refuse(const char* reason);
 
   const CurlHTTPClient::Options& options_;
   CurlRequest request_;
+  std::array<char, CURL_ERROR_SIZE> curlFault_{};  // outlives the handle, which writes to it
   std::unique_ptr<CURL, Free> handle_;
   List headers_;
   List connectTo_;
   std::size_t headBytes_ = 0;  // of all heads and trailers
   bool headIsWhole_ = false;
   std::string body_;
-  /// Whether curl took every option, and the request is one that may be sent.
-  bool usable_;
+  const char* refusal_ = nullptr;
 };
 
 }  // namespace platform

@@ -70,8 +70,7 @@ void blockSignals() {
 
 }  // namespace
 
-CurlWorker::CurlWorker(const CurlHTTPClient::Options& options,
-                       std::function<void(std::function<void()>)> finished)
+CurlWorker::CurlWorker(const CurlHTTPClient::Options& options, Finished finished)
     : options_(options), finished_(std::move(finished)) {
   LiveWorkers::get().add(this);
   multi_.reset(curl_multi_init());
@@ -137,7 +136,8 @@ void CurlWorker::begin(CurlRequest request) {
   auto transfer = std::make_unique<CurlTransfer>(options_, std::move(request));
   if (!transfer->isUsable() ||
       curl_multi_add_handle(multi_.get(), transfer->handle()) != CURLM_OK) {
-    finished_(transfer->finish(false));
+    const CurlReply reply = transfer->reply(CURLE_FAILED_INIT);
+    finished_(transfer->takeRequest(), reply);
     return;
   }
   active_.emplace(transfer->handle(), std::move(transfer));
@@ -150,26 +150,28 @@ bool CurlWorker::finishDone() {
   while (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left)) {
     if (message->msg != CURLMSG_DONE) continue;
     any = true;
-    finish(message->easy_handle, message->data.result == CURLE_OK);
+    finish(message->easy_handle, message->data.result);
   }
   return any;
 }
 
-void CurlWorker::finish(CURL* handle, bool succeeded) {
+void CurlWorker::finish(CURL* handle, CURLcode result) {
   long version = 0;
   curl_easy_getinfo(handle, CURLINFO_HTTP_VERSION, &version);
-  if (succeeded) multiplexes_ = version == CURL_HTTP_VERSION_2_0;
+  if (result == CURLE_OK) multiplexes_ = version == CURL_HTTP_VERSION_2_0;
   curl_multi_remove_handle(multi_.get(), handle);
-  finished_(active_.extract(handle).mapped()->finish(succeeded));
+  const auto transfer = std::move(active_.extract(handle).mapped());
+  CurlReply reply = transfer->reply(result);
+  finished_(transfer->takeRequest(), std::move(reply));
 }
 
 void CurlWorker::failAll() {
-  while (!active_.empty()) finish(active_.begin()->first, false);
-  for (CurlRequest& request : waiting_) {
-    finished_([completion = std::move(request.completion)] {
-      if (completion) completion(std::nullopt, std::nullopt);
-    });
+  for (const auto& [handle, transfer] : active_) {
+    curl_multi_remove_handle(multi_.get(), handle);
+    waiting_.push_back(transfer->takeRequest());
   }
+  active_.clear();
+  for (CurlRequest& request : waiting_) finished_(std::move(request), {{}, {}, "shut down"});
   waiting_.clear();
 }
 

@@ -18,10 +18,11 @@ namespace platform {
 /// while there is nothing to move.
 class CurlWorker {
  public:
-  /// `finished` takes what is to be called for each request, on the worker's thread. `options` must
-  /// outlive the worker.
-  CurlWorker(const CurlHTTPClient::Options& options,
-             std::function<void(std::function<void()>)> finished);
+  /// Takes each request back with what came of it, on the worker's thread.
+  using Finished = std::function<void(CurlRequest, CurlReply)>;
+
+  /// `options` must outlive the worker.
+  CurlWorker(const CurlHTTPClient::Options& options, Finished finished);
   ~CurlWorker();
   CurlWorker(const CurlWorker&) = delete;
   CurlWorker& operator=(const CurlWorker&) = delete;
@@ -42,11 +43,11 @@ class CurlWorker {
   void beginWaiting();
   void begin(CurlRequest request);
   bool finishDone();
-  void finish(CURL* handle, bool succeeded);
+  void finish(CURL* handle, CURLcode result);
   void failAll();
 
   const CurlHTTPClient::Options& options_;
-  const std::function<void(std::function<void()>)> finished_;
+  const Finished finished_;
   std::unique_ptr<CURLM, Free> multi_;
   // The next three are the worker's alone.
   std::deque<CurlRequest> waiting_;

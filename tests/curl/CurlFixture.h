@@ -61,17 +61,22 @@ class Curl : public testing::Test {
         CurlHTTPClient::Options{.connectTo = std::string(kHost) + ":443:127.0.0.1:" + std::to_string(server.port()),
                                 .caFile = folder.write("ca.pem", trusted.certificatePEM),
                                 .maxReplyBytes = 1000,
-                                .log = nullptr});
+                                .onTransfer = [this](const auto& outcome) { told_.push_back(outcome); }});
   }
   std::unique_ptr<CurlHTTPClient> client(const TLSServer& server) { return client(server, certificate); }
 
   /// The outcome of one request.
-  static std::string outcome(CurlHTTPClient& client, const HTTPRequest& request) {
+  std::string outcome(CurlHTTPClient& client, const HTTPRequest& request) {
     Outcomes outcomes;
+    told_.clear();
     client.execute(request, outcomes.next());
     if (!outcomes.wait(1)) return "never";
     client.shutdown();  // or a second call could still come
-    return outcomes.texts().size() == 1 ? outcomes.texts().front() : "more than one";
+    EXPECT_EQ(outcomes.texts().size(), 1U);
+    EXPECT_EQ(told_.size(), 1U);
+    EXPECT_EQ(told_[0].fault.empty(), told_[0].status.has_value());
+    told = std::move(told_[0]);
+    return outcomes.texts().front();
   }
   /// The outcome of one request to a server that behaves so.
   std::string outcome(const TLSServer::Serve& serve) {
@@ -81,4 +86,8 @@ class Curl : public testing::Test {
 
   const TemporaryFolder folder;
   const service::Certificate certificate = service::makeCertificate(kHost, -1h, 1h);
+  platform::TransferOutcome told;  // of the last request
+
+ private:
+  std::vector<platform::TransferOutcome> told_;
 };

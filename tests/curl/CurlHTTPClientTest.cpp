@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <future>
+#include <regex>
 #include <stdexcept>
 
 #include "tests/curl/CurlFixture.h"
@@ -27,19 +28,28 @@ TEST_F(Curl, WritesTheRequestByteForByte) {
 }
 
 TEST_F(Curl, TrustsTheRightCertificateAlone) {
-  const std::pair<service::Certificate, const char*> rows[] = {
-      {certificate, "200 {}"},
-      {service::makeCertificate("other.example", -1h, 1h), "none"},
-      {service::makeCertificate(kHost, -2h, -1h), "none"},
-      {service::makeCertificate(kHost, 1h, 2h), "none"},
+  const auto serve = TLSServer::answering(TLSServer::reply("no", "401 Unauthorized"));
+  const service::Certificate other = service::makeCertificate("other.example", -1h, 1h);
+  const service::Certificate expired = service::makeCertificate(kHost, -2h, -1h);
+  const service::Certificate early = service::makeCertificate(kHost, 1h, 2h);
+  const struct {
+    const service::Certificate &presented, &trusted;
+    std::string outcome, fault;
+  } rows[] = {
+      {certificate, certificate, "401 no", ""},
+      {certificate, other, "none", "self-signed certificate"},
+      {other, other, "none", "does not match|no alternative certificate subject name"},
+      {expired, expired, "none", "certificate has expired"},
+      {early, early, "none", "certificate is not yet valid"},
+      {service::Certificate{}, other, "none", "alert handshake failure"},
   };
-  for (const auto& [presented, expected] : rows) {
-    const TLSServer server(presented, TLSServer::answering(TLSServer::reply("{}")));
-    // Each is trusted, so that only what is wrong with it counts.
-    EXPECT_EQ(outcome(*client(server, presented), request()), expected);
+  for (const auto& row : rows) {
+    const TLSServer server(row.presented, serve);
+    EXPECT_EQ(outcome(*client(server, row.trusted), request("/a/b?secret")), row.outcome);
+    EXPECT_EQ(told.endpoint, "/a/b");
+    EXPECT_EQ(told.status.value_or(0), row.outcome == "none" ? 0 : 401);
+    EXPECT_TRUE(std::regex_search(told.fault, std::regex(row.fault))) << told.fault;
   }
-  const TLSServer stranger(service::makeCertificate(kHost, -1h, 1h), TLSServer::answering(TLSServer::reply("{}")));
-  EXPECT_EQ(outcome(*client(stranger), request()), "none");
 }
 
 TEST_F(Curl, KeepsSecretsFromWhereRedirectsLead) {
