@@ -3,6 +3,8 @@ add_library(BrivaneWarnings INTERFACE)
 target_compile_options(BrivaneWarnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
                        # What platform/Mutex.h says of locks, which Clang alone checks.
                        $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wthread-safety>)
-if(PROJECT_IS_TOP_LEVEL)
+# Another compiler, or other flags, may know warnings that nobody has seen here: only the presets stop at them.
+option(BRIVANE_WERROR "Take warnings for errors" OFF)
+if(BRIVANE_WERROR)
   target_compile_options(BrivaneWarnings INTERFACE -Werror)
 endif()
