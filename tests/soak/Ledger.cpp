@@ -1,7 +1,8 @@
 #include "tests/soak/Ledger.h"
 
 #include <charconv>
-#include <nlohmann/json.hpp>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 #include "BrivaneSDK/BVAPIResolve.h"
@@ -10,8 +11,15 @@ namespace soak {
 namespace {
 
 constexpr int kMostRequests = 5;
+/// Within so many seconds a beacon that has come into range is told, though four requests for it fail.
+constexpr int kSecondsToBeTold = 8;
+/// A report tells what was heard in the second before it.
+constexpr int kSecondsBetweenTellings = 2;
+/// For so long a beacon that fell silent may still be told.
+constexpr int kSecondsOfSilence = 10;
 
 /// The number behind `label`; -1 when there is none.
+
 int numberBehind(std::string_view label, std::string_view text) {
   const std::size_t found = text.find(label);
   int number = -1;
@@ -21,53 +29,40 @@ int numberBehind(std::string_view label, std::string_view text) {
   return number;
 }
 
-bool isMatch(const std::optional<std::string>& body) {
-  const auto reply = nlohmann::json::parse(body.value_or(""), nullptr, false);
-  return reply.is_object() && reply.value("status", false);
-}
-
 }  // namespace
 
 void Ledger::execute(platform::HTTPRequest request, Completion completion) {
   const int major = numberBehind("major=", request.body);
-  const auto beacon = static_cast<std::size_t>(Street::beacon(major, numberBehind("minor=", request.body)));
-  const std::lock_guard lock(mutex_);
-  ++requests_;
-  if (major < 0) return inner_->execute(std::move(request), std::move(completion));
-  if (++entries_.at(beacon).asked > kMostRequests) fail("asked for too often", beacon);
-  inner_->execute(std::move(request), [this, beacon, completion = std::move(completion)](auto response, auto body) {
-    {
-      const std::lock_guard answering(mutex_);
-      isMatch(body) ? entries_.at(beacon).answered = true : ++unanswered_;
+  {
+    const std::lock_guard lock(mutex_);
+    ++requests_;
+    if (major >= 0) {
+      const int beacon = Street::beacon(major, numberBehind("minor=", request.body));
+      if (beacon >= Street::kBeacons) {
+        fail("asked for and not in the street", beacon);
+      } else if (++entries_.at(static_cast<std::size_t>(beacon)).asked > kMostRequests) {
+        fail("asked for too often", beacon);
+      }
     }
-    completion(std::move(response), std::move(body));
-  });
+  }
+  inner_->execute(std::move(request), std::move(completion));
 }
 
-void Ledger::write(std::string_view line) {
-  const bool opensReport = line == "Ranging beacons ok";
-  if (opensReport) closeReport();
+void Ledger::judge(int second) {
   const std::lock_guard lock(mutex_);
-  if (opensReport) ++reports_;
-  const int major = numberBehind("-> Major: ", line);
-  if (major < 0) return;
-  Entry& entry = entries_.at(static_cast<std::size_t>(Street::beacon(major, numberBehind("Minor: ", line))));
-  entry.heard = true;
-  entry.matched = false;
-}
-
-void Ledger::closeReport() {
-  const std::lock_guard lock(mutex_);
-  for (std::size_t beacon = 0; beacon < entries_.size(); ++beacon) {
-    Entry& entry = entries_.at(beacon);
-    if (entry.heard && entry.answered && !entry.matched) fail("answered and not told", beacon);
-    entry.heard = false;
+  second_ = second;
+  if (second - start_ < kSecondsToBeTold) return;
+  for (int beacon = 0; beacon < Street::kBeacons; ++beacon) {
+    if (!Street::isInRange(beacon, second) || !Street::isInRange(beacon, second - kSecondsToBeTold)) continue;
+    const int told = entries_.at(static_cast<std::size_t>(beacon)).told;
+    if (told < second - kSecondsBetweenTellings) fail("in range and not told", beacon);
   }
 }
 
 void Ledger::restart() {
   const std::lock_guard lock(mutex_);
   for (Entry& entry : entries_) entry = {};
+  start_ = second_;
 }
 
 void Ledger::didErrorFound(const std::shared_ptr<const BVError>& error) {
@@ -78,16 +73,19 @@ void Ledger::didErrorFound(const std::shared_ptr<const BVError>& error) {
 void Ledger::didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) {
   const std::lock_guard lock(mutex_);
   ++matches_;
-  const auto beacon = static_cast<std::size_t>(std::stoi(match->uuid().value()));
-  Entry& entry = entries_.at(beacon);
+  const int beacon = numberBehind("", match->uuid().value_or(""));
+  if (!Street::isInRange(beacon, second_) && !Street::isInRange(beacon, second_ - kSecondsOfSilence)) {
+    return fail("told and not there", beacon);
+  }
+  Entry& entry = entries_.at(static_cast<std::size_t>(beacon));
   const auto known = entry.record.lock();
   if (known && known != match) fail("told with another object", beacon);
   entry.record = match;
-  entry.matched = true;
+  entry.told = second_;
 }
 
-void Ledger::fail(const std::string& fault, std::size_t beacon) {
-  faults_.push_back("report " + std::to_string(reports_) + ": beacon " + std::to_string(beacon) + " " + fault);
+void Ledger::fail(const std::string& fault, int beacon) {
+  faults_.push_back("second " + std::to_string(second_) + ": beacon " + std::to_string(beacon) + " " + fault);
 }
 
 }  // namespace soak

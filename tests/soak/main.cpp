@@ -10,18 +10,13 @@
 
 #include "BrivaneSDK/BVManager.h"
 #include "host/WatchedHTTPClient.h"
-#include "platform/PropertyList.h"
 #include "platform/Services.h"
-#include "platform/curl/CurlHTTPClient.h"
-#include "platform/files/KeyFilePreferences.h"
-#include "platform/json/SimdJSON.h"
 #include "platform/replay/LockstepHTTPClient.h"
 #include "platform/replay/ReplayLocationService.h"
-#include "service/Certificate.h"
-#include "service/Service.h"
 #include "tests/soak/Ledger.h"
 #include "tests/support/Street.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/Town.h"
 
 // Walks the library through a day, or so many minutes, of ranging in virtual time, past a service
 // that fails at times. Prints what it holds, and fails when it holds more and more or when anything
@@ -54,26 +49,6 @@ Held held() {
   return {resident * sysconf(_SC_PAGESIZE), std::distance(begin(descriptors), end(descriptors))};
 }
 
-class Credentials final : public platform::PropertyList {
- public:
-  std::optional<std::string> objectForInfoDictionaryKey(std::string_view key) const override {
-    if (key == "BrivaneAPIKey") return "dev-key";
-    return key == "BrivaneAPISecret" ? "dev-secret" : "To name doors.";
-  }
-};
-
-service::Service::Options failing(const service::Certificate& certificate) {
-  service::Service::Options options;
-  options.certificate = certificate;
-  options.apiHost = BRIVANE_API_HOST;
-  options.endpoints.network = Street::network();
-  options.endpoints.tokenLifetime = 48h;
-  for (const char* fault : {"drop=0.005", "reset=0.005", "bad-json=0.005", "status-500=0.005"}) {
-    options.faults.push_back(service::Fault::parse(fault));
-  }
-  return options;
-}
-
 /// One walk with all that it needs.
 class Walk {
  public:
@@ -83,12 +58,7 @@ class Walk {
     options.capture = capture_;
     options.waitUntilIdle = [this] { beforeTheNextSecond(); };
     replay_ = std::make_shared<platform::ReplayLocationService>(std::move(options));
-    platform::install({.http = ledger_,
-                       .json = std::make_shared<platform::SimdJSON>(),
-                       .preferences = std::make_shared<platform::KeyFilePreferences>(folder_.path() / "preferences"),
-                       .propertyList = std::make_shared<Credentials>(),
-                       .location = replay_,
-                       .log = ledger_});
+    platform::install(town_.services(ledger_, replay_));
   }
   ~Walk() { curl_->shutdown(); }
   Walk(const Walk&) = delete;
@@ -97,9 +67,8 @@ class Walk {
   /// Whether all went well.
   bool run() {
     logIn();
-    std::printf("hours  MiB    descriptors  requests  unanswered  matches\n");
+    std::printf("hours  MiB    descriptors  requests  matches\n");
     replay_->run();
-    ledger_->closeReport();
     return judge();
   }
 
@@ -119,21 +88,21 @@ class Walk {
 
   void beforeTheNextSecond() {
     waitUntilAnswered();
-    if (ledger_->reports() == atReport_) return;
-    atReport_ = ledger_->reports();
-    if (atReport_ % kSecondsBetweenStarts == 0) {
-      ledger_->closeReport();
+    const auto second = static_cast<int>(replay_->now().time_since_epoch() / 1s);
+    if (second == second_) return;
+    second_ = second;
+    ledger_->judge(second);
+    if (second % kSecondsBetweenStarts == 0) {
       ledger_->restart();
       manager_->startDetection();
     }
-    if (atReport_ == kSecondsToWarmUp) warm_ = held();
-    if (atReport_ % kSecondsBetweenSamples == 0) print(held());
+    if (second == kSecondsToWarmUp) warm_ = held();
+    if (second % kSecondsBetweenSamples == 0) print(held());
   }
 
   void print(const Held& now) const {
-    std::printf("%5.2f  %5.2f  %11td  %8lld  %10lld  %7lld\n", atReport_ / 3600.0,
-                static_cast<double>(now.memory) / (1 << 20), now.descriptors,
-                static_cast<long long>(ledger_->requests()), static_cast<long long>(ledger_->unanswered()),
+    std::printf("%5.2f  %5.2f  %11td  %8lld  %7lld\n", second_ / 3600.0, static_cast<double>(now.memory) / (1 << 20),
+                now.descriptors, static_cast<long long>(ledger_->requests()),
                 static_cast<long long>(ledger_->matches()));
     std::fflush(stdout);
   }
@@ -142,7 +111,7 @@ class Walk {
     const Held now = held();
     print(now);
     for (const std::string& fault : ledger_->faults()) std::fprintf(stderr, "%s\n", fault.c_str());
-    if (atReport_ < kSecondsToWarmUp) return ledger_->faults().empty();
+    if (second_ < kSecondsToWarmUp) return ledger_->faults().empty();
     const bool isFlat = now.memory - warm_.memory <= kMostGrowth && now.descriptors <= warm_.descriptors;
     std::printf("since the first hour: %+ld KiB, %+td descriptors\n", (now.memory - warm_.memory) / 1024,
                 now.descriptors - warm_.descriptors);
@@ -151,12 +120,8 @@ class Walk {
 
   const TemporaryFolder folder_;
   const std::string capture_ = folder_.path() / "day.btsnoop";
-  const service::Certificate certificate_ = service::makeCertificate(BRIVANE_API_HOST, -1h, 48h);
-  service::Service service_{failing(certificate_)};
-  const std::shared_ptr<platform::CurlHTTPClient> curl_ =
-      std::make_shared<platform::CurlHTTPClient>(platform::CurlHTTPClient::Options{
-          .connectTo = std::string(BRIVANE_API_HOST) + ":443:127.0.0.1:" + std::to_string(service_.port()),
-          .caFile = folder_.write("ca.pem", certificate_.certificatePEM)});
+  const Town town_{{"drop=0.005", "reset=0.005", "bad-json=0.005", "status-500=0.005"}};
+  const std::shared_ptr<platform::CurlHTTPClient> curl_ = town_.makeClient();
   const std::shared_ptr<platform::LockstepHTTPClient> lockstep_ = std::make_shared<platform::LockstepHTTPClient>(curl_);
   const std::shared_ptr<host::WatchedHTTPClient> watched_ =
       std::make_shared<host::WatchedHTTPClient>(lockstep_, nullptr);
@@ -164,7 +129,7 @@ class Walk {
   std::shared_ptr<platform::ReplayLocationService> replay_;
   std::shared_ptr<BVManager> manager_;
   Held warm_;
-  int atReport_ = 0;
+  int second_ = 0;
 };
 
 }  // namespace

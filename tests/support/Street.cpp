@@ -44,12 +44,18 @@ void Street::record(const std::string& path, int seconds) {
   for (int second = 0; second < seconds; ++second) {
     for (int place = 0; place < kInRange; ++place) {
       const int beacon = (second + place) % kBeacons;
-      const platform::UTCTime time(std::chrono::seconds(second) +
-                                   std::chrono::milliseconds(10 * place));
+      const platform::UTCTime time(std::chrono::seconds(second) + std::chrono::milliseconds(10 * place));
       capture.write(beaconFrame(kNetwork, majorOf(beacon), minorOf(beacon), -40 - place), time);
     }
   }
   capture.flush();
 }
 
-int Street::beacon(std::int64_t major, std::int64_t minor) { return static_cast<int>(major * kMinors + minor); }
+int Street::beacon(std::int64_t major, std::int64_t minor) {
+  return minor < kMinors ? static_cast<int>(major * kMinors + minor) : kBeacons;
+}
+
+bool Street::isInRange(int beacon, int second) {
+  const int place = (beacon - second) % kBeacons;
+  return (place < 0 ? place + kBeacons : place) < kInRange;
+}
