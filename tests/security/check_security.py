@@ -65,14 +65,5 @@ class Security(unittest.TestCase):
             self.assertIn("--help", options)
             self.assertFalse([o for o in options if re.search("secret|token$|password|key|insecure|no-check", o)])
 
-    def test_a_certificate_that_is_not_named_is_not_trusted(self):
-        with tempfile.TemporaryDirectory() as folder:
-            named = start_service(self, SERVICE, WALKS, "--state", folder)
-            unnamed = named[:named.index("--ca")]
-            for reach, status in ((named, 0), (unnamed, 1)):
-                asked = subprocess.run([BRIVANE, "nearest", "0", "0", "1", *reach], capture_output=True, text=True,
-                                       timeout=60, env={**os.environ, "XDG_CONFIG_HOME": folder})
-                self.assertEqual(asked.returncode, status, asked)
-
 
 unittest.main(argv=[sys.argv[0]])
