@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
+#include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <iterator>
 #include <random>
@@ -26,14 +28,14 @@ Bytes read(const std::filesystem::path& path) {
 }
 
 std::vector<Bytes> readSeeds(const char* const* first, const char* const* last) {
-  std::vector<Bytes> seeds = {{}};
+  std::vector<std::filesystem::path> paths;
   for (; first != last; ++first) {
     if (!std::filesystem::is_directory(*first)) continue;
-    for (const auto& file : std::filesystem::directory_iterator(*first)) {
-      seeds.push_back(read(file));
-    }
+    for (const auto& file : std::filesystem::directory_iterator(*first)) paths.push_back(file.path());
   }
-  std::ranges::sort(seeds);  // folders are read in any order
+  std::ranges::sort(paths);  // folders are read in any order
+  std::vector<Bytes> seeds = {{}};
+  for (const auto& path : paths) seeds.push_back(read(path));
   return seeds;
 }
 

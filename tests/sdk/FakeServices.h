@@ -5,7 +5,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,8 +19,7 @@ class FakeServices final : public platform::HTTPClient,
                            public platform::Preferences,
                            public platform::PropertyList,
                            public platform::Log,
-                           public platform::LocationService,
-                           public platform::CLLocationManager {
+                           public platform::LocationService {
  public:
   /// The one set, installed on the first call.
   static FakeServices& get() {
@@ -41,25 +39,17 @@ class FakeServices final : public platform::HTTPClient,
     waiting_.erase(waiting_.begin() + static_cast<std::ptrdiff_t>(index));
     completion(body ? std::optional(platform::HTTPResponse{500}) : std::nullopt, std::move(body));
   }
-  std::size_t pending() const { return waiting_.size(); }
-  /// Logs in and syncs the manager that was just created.
-  void replyToLoginAndSync() {
-    reply(R"({"access_token":"t0ken"})");
-    reply(R"({"status":true})");
-  }
-  /// The key-value pairs of a request's body.
-  static std::map<std::string, std::string> fields(const platform::HTTPRequest& request) {
-    std::map<std::string, std::string> pairs;
-    std::istringstream body(request.body);
-    for (std::string pair; std::getline(body, pair, '&');) {
-      const std::size_t equals = pair.find('=');
-      pairs[pair.substr(0, equals)] = pair.substr(equals + 1);
-    }
-    return pairs;
-  }
-  /// What was logged, and behind ">" what was asked of the location service, since the last call: in one order.
+  /// What was seen since the last call, in one order: calls of the location service behind ">", requests behind
+  /// "POST", and lines of the log if they are shown.
   std::string take() { return std::exchange(seen_, {}); }
+  void see(const std::string& event) { seen_.append(seen_.empty() ? "" : "|").append(event); }
 
+  /// A location manager of this name, whose calls are seen.
+  std::shared_ptr<platform::CLLocationManager> locationManager(const std::string& name) {
+    return std::make_shared<LocationManager>(*this, ">" + name);
+  }
+
+  bool showsLog = true;
   std::vector<platform::HTTPRequest> requests;
   std::map<std::string, platform::JSONValue, std::less<>> stored;
   int synchronized = 0;
@@ -70,12 +60,41 @@ class FakeServices final : public platform::HTTPClient,
   bool offersAlways = true;
 
  private:
-  using Region = platform::CLBeaconRegion;
-  using SharedRegion = std::shared_ptr<const Region>;
+  class LocationManager final : public platform::CLLocationManager {
+   public:
+    LocationManager(FakeServices& services, std::string name) : services_(services), name_(std::move(name)) {}
 
-  void note(const std::string& operation) { write(">" + operation); }
+   private:
+    using Region = platform::CLBeaconRegion;
+    using SharedRegion = std::shared_ptr<const Region>;
+
+    void see(const std::string& operation) { services_.see(name_ + operation); }
+
+    void setDelegate(std::weak_ptr<platform::CLLocationManagerDelegate> delegate) override {
+      see(delegate.expired() ? "no delegate" : "delegate");
+    }
+    bool offersRequestAlwaysAuthorization() const override { return services_.offersAlways; }
+    void requestAlwaysAuthorization() override { see("ask"); }
+    void startMonitoringForRegion(SharedRegion region) override { see("monitor " + region->identifier()); }
+    void stopMonitoringForRegion(const Region& region) override { see("stop monitoring " + region.identifier()); }
+    void requestStateForRegion(SharedRegion region) override { see("state of " + region->identifier()); }
+    void startRangingBeaconsInRegion(SharedRegion region) override { see("range " + region->identifier()); }
+    void stopRangingBeaconsInRegion(const Region& region) override { see("stop ranging " + region.identifier()); }
+    void setDesiredAccuracy(double accuracy) override { see("accuracy " + std::to_string(accuracy)); }
+    void setDistanceFilter(double distance) override { see("filter " + std::to_string(distance)); }
+    void startUpdatingLocation() override { see("update"); }
+    void stopUpdatingLocation() override { see("stop updating"); }
+
+    FakeServices& services_;
+    const std::string name_;
+  };
 
   void execute(platform::HTTPRequest request, Completion completion) override {
+    std::string sent = "POST " + request.url.substr(request.url.rfind("/v1/") + 4) + " " + request.body;
+    for (const auto& [name, value] : request.headers) {
+      if (name == "Authorization") sent += " [" + value + "]";
+    }
+    see(sent);
     requests.push_back(std::move(request));
     waiting_.push_back(std::move(completion));
   }
@@ -96,45 +115,16 @@ class FakeServices final : public platform::HTTPClient,
     const auto found = plist.find(key);
     return found == plist.end() ? std::nullopt : std::optional(found->second);
   }
-  void write(std::string_view line) override { seen_.append(seen_.empty() ? "" : "|").append(line); }
+  void write(std::string_view line) override {
+    if (showsLog) see(std::string(line));
+  }
   std::int32_t authorizationStatus() const override { return authorization; }
   bool locationServicesEnabled() const override { return enabled; }
   std::shared_ptr<platform::CLLocationManager> createManager() override {
-    note("create");
-    return {std::shared_ptr<void>(), this};  // lives as long as the process
+    see(">create");
+    return locationManager("");
   }
-  void setDelegate(std::weak_ptr<platform::CLLocationManagerDelegate> delegate) override {
-    note(delegate.expired() ? "no delegate" : "delegate");
-  }
-  bool offersRequestAlwaysAuthorization() const override { return offersAlways; }
-  void requestAlwaysAuthorization() override { note("ask"); }
-  void startMonitoringForRegion(SharedRegion region) override { note("monitor " + region->identifier()); }
-  void stopMonitoringForRegion(const Region& region) override { note("stop monitoring " + region.identifier()); }
-  void requestStateForRegion(SharedRegion region) override { note("state of " + region->identifier()); }
-  void startRangingBeaconsInRegion(SharedRegion region) override { note("range " + region->identifier()); }
-  void stopRangingBeaconsInRegion(const Region& region) override { note("stop ranging " + region.identifier()); }
-  void setDesiredAccuracy(double accuracy) override { note("accuracy " + std::to_string(accuracy)); }
-  void setDistanceFilter(double distance) override { note("filter " + std::to_string(distance)); }
-  void startUpdatingLocation() override { note("update"); }
-  void stopUpdatingLocation() override { note("stop updating"); }
 
   std::deque<Completion> waiting_;
   std::string seen_;
-};
-
-/// A host that keeps what it hears.
-class FakeHost final : public BVManagerDelegate {
- public:
-  int ready = 0;
-  std::vector<std::shared_ptr<const BVError>> errors;
-  std::vector<std::shared_ptr<const BVAPIResolve>> matches;
-  std::vector<std::shared_ptr<const BVWaybeaconDistance::List>> nearest;
-
- private:
-  void didIsReady() override { ++ready; }
-  void didErrorFound(const std::shared_ptr<const BVError>& error) override { errors.push_back(error); }
-  void didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) override { matches.push_back(match); }
-  void didNearestWaybeacons(const std::shared_ptr<const BVWaybeaconDistance::List>& places) override {
-    nearest.push_back(places);
-  }
 };

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <clocale>
 #include <limits>
+#include <sstream>
 #include <stdexcept>
 
 #include "tests/sdk/FakeServices.h"
@@ -12,14 +13,10 @@ namespace {
 constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-class Records : public testing::Test {
- protected:
-  FakeServices& services = FakeServices::get();
-};
-
 std::string inBody(const char* key, const std::string& value) { return std::string("{\"") + key + "\":" + value + "}"; }
 
-TEST_F(Records, ReadNumbersAndBooleansFromWhateverTheServiceSends) {
+TEST(Records, ReadNumbersAndBooleansFromWhateverTheServiceSends) {
+  FakeServices::get();
   ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);  // where 4,5 is a number
   struct Row {
     const char* json;
@@ -29,7 +26,6 @@ TEST_F(Records, ReadNumbersAndBooleansFromWhateverTheServiceSends) {
   };
   const Row rows[] = {
       {"0", 0, 0, false},
-      {"-7", -7, -7, true},
       {"-71.9", -71, -71.9, true},
       {"0.3", 0, 0.3, true},
       {"1e300", kLargest, 1e300, true},
@@ -38,7 +34,7 @@ TEST_F(Records, ReadNumbersAndBooleansFromWhateverTheServiceSends) {
       {"false", 0, 0, false},
       {R"("")", 0, 0, false},
       {R"("042")", 42, 42, true},
-      {R"(" \t\n+8 steps")", 8, 8, true},
+      {R"(" \t\n\f\r\u000b+8 steps")", 8, 8, true},
       {R"("-9")", -9, -9, true},
       {R"("+-9")", 0, 0, false},
       {R"("- 9")", 0, 0, false},
@@ -59,6 +55,7 @@ TEST_F(Records, ReadNumbersAndBooleansFromWhateverTheServiceSends) {
       {R"("-99999999999999999999")", -kLargest - 1, -99999999999999999999.0, true},
       {R"(" +000Yes")", 0, 0, true},
       {R"("00t")", 0, 0, true},
+      {R"("yes")", 0, 0, true},
       {R"("no")", 0, 0, false},
       {R"("x1")", 0, 0, false},
       {R"("0Ñ")", 0, 0, false},
@@ -71,115 +68,131 @@ TEST_F(Records, ReadNumbersAndBooleansFromWhateverTheServiceSends) {
   }
 }
 
-TEST_F(Records, KeepTextsAsTheyStandAndOtherValuesAsTheirJSON) {
-  const auto waybeacon = BVAPIResolve::parse(
-                             R"({"waybeacon":{"uuid":"a\u00e9","name":12.50,"location":null,"accesibility":{"b":[true]},
-          "accessibility":"other","url":"","latitude":"41.38","longitude":2,
-          "payload":{"a":1}}})")
-                             ->waybeacon();
-  EXPECT_EQ(waybeacon->uuid(), "aé");
-  EXPECT_EQ(waybeacon->name(), "12.5");
-  EXPECT_EQ(waybeacon->location(), std::nullopt);
-  EXPECT_EQ(waybeacon->accesibility(), R"({"b":[true]})");
-  EXPECT_EQ(waybeacon->url(), "");
-  EXPECT_EQ(waybeacon->latitude(), 41.38);
-  EXPECT_EQ(waybeacon->longitude(), 2.0);
-  EXPECT_EQ(waybeacon->payload(), platform::JSONValue(platform::JSONValue::Object{{"a", 1}}));
-  EXPECT_EQ(BVWaybeacon::parse(platform::JSONValue()), nullptr);
-  EXPECT_EQ(BVAPIPayload::parse(R"({"status":1,"payload":"x"})")->payload(), "x");
-  EXPECT_TRUE(BVAPIPayload::parse("{}")->payload().isNull());
+/// The fields of a record that hold something, each behind its name.
+class Fields {
+ public:
+  template <typename Value>
+  Fields& add(const char* name, const Value& value) {
+    std::ostringstream text;
+    if constexpr (std::is_same_v<Value, std::optional<std::string>>) {
+      text << value.value_or("");
+    } else if constexpr (std::is_same_v<Value, platform::JSONValue>) {
+      if (!value.isNull()) text << std::get<std::string>(platform::services().json->write(value));
+    } else if (value != 0) {
+      text << value;
+    }
+    if (!text.str().empty()) text_.append(" ").append(name).append("=").append(text.str());
+    return *this;
+  }
+  const std::string& text() const { return text_; }
+
+ private:
+  std::string text_;
+};
+
+std::string textOf(const BVAPIResolve& record) {
+  const BVWaybeacon& beacon = *record.waybeacon();
+  Fields fields;
+  fields.add("rssi", record.rssi()).add("proximity", record.proximity()).add("match", record.uuid());
+  fields.add("uuid", beacon.uuid()).add("name", beacon.name()).add("latitude", beacon.latitude());
+  fields.add("longitude", beacon.longitude()).add("location", beacon.location()).add("url", beacon.url());
+  return fields.add("accesibility", beacon.accesibility()).add("payload", beacon.payload()).text();
+}
+std::string textOf(const BVAPINearest& record) {
+  if (!record.beacons()) return " none";
+  Fields fields;
+  for (const auto& place : *record.beacons()) {
+    const BVLocal& local = *place->local();
+    fields.add("distance", place->distance()).add("name", local.name()).add("uuid", local.uuid());
+    fields.add("city", local.city()).add("category", local.category()).add("address", local.address());
+    fields.add("phone", local.phone()).add("web", local.web()).add("email", local.email()).add("zip", local.zip());
+  }
+  return fields.text();
+}
+std::string textOf(const BVAPIPayload& record) {
+  return Fields().add("uuid", record.uuid()).add("payload", record.payload()).text();
+}
+std::string textOf(const BVAPISync& /*record*/) { return ""; }
+std::string textOf(const BVAPILogin& /*record*/) { return ""; }
+
+/// What is logged of a reply, and the record.
+template <typename Record>
+std::string read(const std::optional<std::string>& body) {
+  FakeServices& services = FakeServices::get();
+  try {
+    const auto record = Record::parse(body);
+    return services.take() + (record ? textOf(*record) : "");
+  } catch (const BVInvalidReply&) {
+    return services.take() + " threw";
+  }
 }
 
-TEST_F(Records, ResolveDecidesWhetherTheBeaconIsKnown) {
+TEST(Records, HoldWhatTheReplySays) {
   struct Row {
-    const char* body;
-    std::optional<std::int64_t> rssi;  // of the record; absent when there is none
-    const char* log;
+    std::string (*read)(const std::optional<std::string>&);
+    std::string body, seen;
   };
+  const auto resolve = read<BVAPIResolve>;
+  const auto nearest = read<BVAPINearest>;
+  const auto payload = read<BVAPIPayload>;
   const Row rows[] = {
-      {R"({"status":false,"rssi":1})", std::nullopt, "|Beacon not found"},
-      {R"({"status":0})", std::nullopt, "|Beacon not found"},
-      {R"({"status":"no","beacon":{"rssi":1}})", std::nullopt, "|Beacon not found"},
-      {R"({"status":true,"beacon":null})", std::nullopt, "|Beacon not found"},
-      {R"({"status":true,"rssi":-5})", -5, ""},
-      {R"({"beacon":{"rssi":-6},"rssi":-5})", -6, ""},
-      {R"({"status":true,"beacon":{},"rssi":-5})", 0, ""},
-      {"{}", 0, ""},
-      {"", std::nullopt, "|Error parsing JSON"},
-      {"{", std::nullopt, "|Error parsing JSON"},
-      {"17", std::nullopt, "|Error parsing JSON"},
+      {resolve, R"({"rssi":-6,"proximity":"p","match":"m","uuid":"other","waybeacon":{"uuid":"a\u00e9","name":12.50,
+                    "latitude":"41.38","longitude":2,"location":"l","accesibility":{"b":[true]},"accessibility":"other",
+                    "url":"u","payload":{"a":1}}})",
+       R"( rssi=-6 proximity=p match=m uuid=aé name=12.5 latitude=41.38 longitude=2 location=l url=u)"
+       R"( accesibility={"b":[true]} payload={"a":1})"},
+      {resolve, R"({"proximity":null,"waybeacon":{"name":null,"payload":null}})", ""},
+      {resolve, R"({"status":false,"rssi":1})", "|Beacon not found"},
+      {resolve, R"({"status":0})", "|Beacon not found"},
+      {resolve, R"({"status":"no","beacon":{"rssi":1}})", "|Beacon not found"},
+      {resolve, R"({"status":true,"beacon":null})", "|Beacon not found"},
+      {resolve, R"({"status":true,"rssi":-5})", " rssi=-5"},
+      {resolve, R"({"beacon":{"rssi":-6},"rssi":-5})", " rssi=-6"},
+      {resolve, R"({"status":true,"beacon":{},"rssi":-5})", ""},
+      {resolve, "17", "|Error parsing JSON"},
+      {resolve, "[]", " threw"},
+      {resolve, R"({"status":null})", " threw"},
+      {resolve, R"({"beacon":null})", " threw"},
+      {resolve, R"({"beacon":[]})", " threw"},
+      {resolve, R"({"rssi":null})", " threw"},
+      {resolve, R"({"rssi":[1]})", " threw"},
+      {resolve, R"({"waybeacon":null})", " threw"},
+      {resolve, R"({"waybeacon":{"latitude":{}}})", " threw"},
+      {nearest, R"({"beacons":[{"distance":9,"local":{"name":"n","uuid":"never","city":"c","category":"k","address":"a",
+                    "phone":93,"web":"w","email":"e","zip":"08002"}},{"distance":"1.5"},{"local":{"name":"b"}}]})",
+       " distance=9 name=n city=c category=k address=a phone=93 web=w email=e zip=8002 distance=1.5 name=b"},
+      {nearest, "{}", " none"},
+      {nearest, R"({"beacons":[]})", " none"},
+      {nearest, R"({"beacons":null})", " threw"},
+      {nearest, R"({"beacons":{}})", " threw"},
+      {nearest, R"({"beacons":[{},1]})", " threw"},
+      {nearest, R"({"beacons":[{"local":7}]})", " threw"},
+      {nearest, R"({"beacons":[{"local":{"zip":null}}]})", " threw"},
+      {payload, R"({"status":1,"uuid":"u","payload":"x"})", R"( uuid=u payload="x")"},
+      {payload, R"({"status":"f"})", "|Beacon not found"},
+      {payload, R"({"status":{}})", " threw"},
+      {read<BVAPILogin>, R"({"expires_in":[]})", " threw"},
+      {read<BVAPISync>, R"({"offline":null})", " threw"},
   };
-  for (const Row& row : rows) {
-    services.take();
-    const auto record = BVAPIResolve::parse(row.body);
-    EXPECT_EQ(record ? std::optional(record->rssi()) : std::nullopt, row.rssi) << row.body;
-    EXPECT_EQ(services.take(), std::string("DATA: ") + row.body + row.log);
+  for (const Row& row : rows) EXPECT_EQ(row.read(row.body), "DATA: " + row.body + row.seen);
+  for (const std::optional<std::string>& body : {std::optional<std::string>(), std::optional<std::string>("\xC0\x80"),
+                                                 std::optional<std::string>("\xED\xA0\x80")}) {
+    EXPECT_EQ(nearest(body), "DATA: (null)|Error parsing JSON");
   }
-  const auto empty = BVAPIResolve::parse("{}");
-  EXPECT_EQ(empty->description(), "Match UUID: (null)");
-  ASSERT_NE(empty->waybeacon(), nullptr);
-  EXPECT_EQ(empty->waybeacon()->uuid(), std::nullopt);
-  EXPECT_EQ(BVAPIResolve::parse(R"({"match":"m","uuid":"u"})")->description(), "Match UUID: m");
+  EXPECT_EQ(BVWaybeacon::parse(platform::JSONValue()), nullptr);
 }
 
-TEST_F(Records, BodiesThatAreNoTextLogAsNull) {
-  for (const std::optional<std::string>& body :
-       {std::optional<std::string>(), std::optional<std::string>("{\"a\":\"\xC3\"}"),
-        std::optional<std::string>("\xED\xA0\x80"), std::optional<std::string>("\xC0\x80")}) {
-    services.take();
-    EXPECT_EQ(BVAPINearest::parse(body), nullptr);
-    EXPECT_EQ(services.take(), "DATA: (null)|Error parsing JSON");
-  }
-}
-
-TEST_F(Records, NearestKeepsTheOrderAndHasNoEmptyList) {
-  EXPECT_EQ(BVAPINearest::parse("{}")->beacons(), nullptr);
-  EXPECT_EQ(BVAPINearest::parse(R"({"beacons":[]})")->beacons(), nullptr);
-  const auto places = BVAPINearest::parse(
-                          R"({"beacons":[{"distance":9,"local":{"name":"b","uuid":"u","zip":"08002","phone":93}},
-                     {"distance":"1.5"},{"local":{}}]})")
-                          ->beacons();
-  ASSERT_EQ(places->size(), 3U);
-  const BVLocal& first = *places->at(0)->local();
-  EXPECT_EQ(first.name(), "b");
-  EXPECT_EQ(first.uuid(), std::nullopt);
-  EXPECT_EQ(first.zip(), 8002);
-  EXPECT_EQ(first.phone(), "93");
-  EXPECT_EQ(places->at(1)->distance(), 1.5);
-  ASSERT_NE(places->at(1)->local(), nullptr);
-  EXPECT_EQ(places->at(1)->local()->name(), std::nullopt);
-}
-
-TEST_F(Records, RepliesOfAnotherFormThrow) {
-  for (const char* body : {"[]", R"({"status":null})", R"({"beacon":null})", R"({"beacon":[]})", R"({"rssi":null})",
-                           R"({"rssi":[1]})", R"({"waybeacon":null})", R"({"waybeacon":{"latitude":{}}})"}) {
-    EXPECT_THROW(BVAPIResolve::parse(body), BVInvalidReply) << body;
-  }
-  for (const char* body : {R"({"beacons":null})", R"({"beacons":{}})", R"({"beacons":[{},1]})",
-                           R"({"beacons":[{"local":7}]})", R"({"beacons":[{"local":{"zip":null}}]})"}) {
-    EXPECT_THROW(BVAPINearest::parse(body), BVInvalidReply) << body;
-  }
-  EXPECT_THROW(BVAPIPayload::parse(R"({"status":{}})"), BVInvalidReply);
-  EXPECT_THROW(BVAPILogin::parse(R"({"expires_in":[]})"), BVInvalidReply);
-  EXPECT_THROW(BVAPISync::parse(R"({"offline":null})"), BVInvalidReply);
-}
-
-TEST_F(Records, LoginDatesItsTokenWithinWhatTheClockHolds) {
-  using Clock = std::chrono::system_clock;
-  const auto before = Clock::now();
+TEST(Records, DateATokenFromNow) {
+  FakeServices::get();
+  const auto before = std::chrono::system_clock::now();
   const auto hour = BVAPILogin::parse(R"({"expires_in":"3600"})")->expires_date();
   EXPECT_GE(hour, before + std::chrono::hours(1));
-  EXPECT_LE(hour, Clock::now() + std::chrono::hours(1));
-  EXPECT_EQ(BVAPILogin::parse(R"({"expires_in":1e30})")->expires_date(), Clock::time_point::max());
-  EXPECT_EQ(BVAPILogin::parse(R"({"expires_in":-1e30})")->expires_date(), Clock::time_point::min());
+  EXPECT_LE(hour, std::chrono::system_clock::now() + std::chrono::hours(1));
 }
 
-TEST_F(Records, ErrorsComeFromTheirTable) {
+TEST(Records, TakeErrorsFromTheirTable) {
   EXPECT_EQ(BVError::newError(0)->errorString(), "No error");
-  EXPECT_EQ(BVError::newError(1)->errorCode(), 1);
-  EXPECT_EQ(BVError::newError(1)->errorString(), "No location services enabled");
-  EXPECT_THROW(BVError::newError(2), std::out_of_range);
-  EXPECT_THROW(BVError::newError(-1), std::out_of_range);
+  for (const int code : {-1, 2}) EXPECT_THROW(BVError::newError(code), std::out_of_range);
 }
 
 }  // namespace

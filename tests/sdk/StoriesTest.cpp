@@ -1,0 +1,350 @@
+#include <gtest/gtest.h>
+#include <sys/utsname.h>
+
+#include <chrono>
+#include <exception>
+#include <functional>
+#include <ostream>
+#include <sstream>
+#include <stdexcept>
+
+#include "tests/sdk/FakeServices.h"
+
+namespace {
+
+/// Services are installed once and what managers share begins with the process, so that a second case would find what
+/// the first left. CTest runs one a process.
+class OneCase final : public testing::Environment {
+  void SetUp() override {
+    if (testing::UnitTest::GetInstance()->test_to_run_count() == 1) return;
+    std::cerr << "Each case needs a process of its own: run ctest, or name one with --gtest_filter.\n";
+    std::exit(2);
+  }
+};
+const auto* const kOneCase = testing::AddGlobalTestEnvironment(new OneCase);
+
+/// Plays words one by one and gives what was seen of them. Before a word, "b." means the second manager in place of the
+/// first.
+class Player {
+ public:
+  std::string play(const std::string& happens) {
+    std::istringstream words(happens);
+    for (std::string word; words >> word;) {
+      try {
+        perform(word);
+      } catch (const BVException& fault) {
+        services_.see("threw " + fault.name() + ": " + fault.reason());
+      } catch (const std::exception& fault) {
+        services_.see(std::string("threw ") + fault.what());
+      }
+    }
+    return shortened(services_.take());
+  }
+
+ private:
+  /// A host that says what it hears and then does what "then=" said, once. It numbers the records that it is handed.
+  class Host final : public BVManagerDelegate {
+   public:
+    Host(Player& player, std::string name) : player_(player), name_(std::move(name)) {}
+
+   private:
+    void tell(const std::string& what) {
+      player_.services_.see("<" + name_ + what);
+      if (const auto deed = std::exchange(player_.reaction_, ""); !deed.empty()) player_.perform(deed);
+    }
+    void didIsReady() override { tell("ready"); }
+    void didErrorFound(const std::shared_ptr<const BVError>& error) override {
+      tell("error " + std::to_string(error->errorCode()) + " " + error->errorString().value_or(""));
+    }
+    void didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) override {
+      if (!match) return tell("no match");
+      const auto number = player_.records_.try_emplace(match, player_.records_.size()).first->second;
+      tell("match " + match->uuid().value_or("") + "#" + std::to_string(number));
+    }
+    void didNearestWaybeacons(const std::shared_ptr<const BVWaybeaconDistance::List>& places) override {
+      tell(places ? "nearest " + std::to_string(places->size()) : "nearest none");
+    }
+
+    Player& player_;
+    const std::string name_;
+  };
+
+  void perform(std::string word) {
+    const bool isSecond = word.starts_with("b.");
+    if (isSecond) word.erase(0, 2);
+    slot_ = isSecond ? "b." : "";
+    const std::size_t equals = word.find('=');
+    argument_ = equals == std::string::npos ? "" : word.substr(equals + 1);
+    deeds_.at(word.substr(0, equals))();
+  }
+  BVManager& manager() { return *managers_.at(slot_); }
+  void create(bool fromPropertyList) {
+    const auto host = std::make_shared<Host>(*this, slot_);
+    managers_[slot_] = fromPropertyList ? BVManager::initWithDelegate(host)
+                                        : BVManager::initWithDelegate_andAPIKey_andAPISecret(host, "own", "");
+  }
+  void answer(bool yes) { services_.see(yes ? "yes" : "no"); }
+  void determine(std::int64_t state) {
+    manager().locationManager_didDetermineState_forRegion(*location_, state, *manager().getRegion());
+  }
+  /// "1.2,3.4": the beacons 1.2 and 3.4, each with a strength of its own.
+  void hear(const platform::UUID& network) {
+    std::vector<platform::CLBeacon> beacons;
+    std::istringstream text(argument_);
+    char separator = 0;
+    for (std::int32_t major = 0, minor = 0; text >> major >> separator >> minor; text >> separator) {
+      beacons.push_back({.proximityUUID = network, .major = major, .minor = minor, .rssi = -10 * major - minor});
+    }
+    manager().locationManager_didRangeBeacons_inRegion(*location_, beacons, *manager().getRegion());
+  }
+  /// As many positions, each of its own.
+  void locate() {
+    std::vector<platform::CLLocation> positions;
+    for (double i = 1; i <= std::stod(argument_); ++i) {
+      positions.push_back({.coordinate = {40 + i, -3 - i}, .horizontalAccuracy = i * 100});
+    }
+    manager().locationManager_didUpdateLocations(*location_, positions);
+  }
+  void tellRest() {
+    const auto region = manager().getRegion();
+    manager().locationManager_didEnterRegion(*location_, *region);
+    manager().locationManager_didExitRegion(*location_, *region);
+    manager().locationManager_didFailWithError(*location_, "a");
+    manager().locationManager_monitoringDidFailForRegion_withError(*location_, *region, "b");
+    manager().locationManager_rangingBeaconsDidFailForRegion_withError(*location_, *region, "c");
+  }
+  /// A number: a reply that has one, whatever it answers; else the body itself.
+  void reply(std::size_t index) {
+    const bool isNumber = argument_.find_first_not_of("0123456789") == std::string::npos;
+    services_.reply(
+        isNumber ? R"({"access_token":"t)" + argument_ + R"(","match":"m)" + argument_ + R"(","beacons":[{},{}]})"
+                 : argument_,
+        index);
+  }
+  void seeRegion() {
+    const auto region = manager().getRegion();
+    services_.see(region->identifier() + " " + region->proximityUUID().UUIDString() +
+                  (region->notifyOnEntry() ? " entry" : "") + (region->notifyOnExit() ? " exit" : "") +
+                  (region->notifyEntryStateOnDisplay() ? " display" : ""));
+  }
+  /// Without what differs from build to build and from machine to machine.
+  static std::string shortened(std::string seen) {
+    utsname system{};
+    uname(&system);
+    const std::pair<std::string, std::string> names[] = {{BVNetwork::proximityUUID(), "NETWORK"},
+                                                         {std::string("model=") + system.machine, "model=M"}};
+    for (const auto& [from, to] : names) {
+      for (std::size_t at = 0; (at = seen.find(from, at)) != std::string::npos;) seen.replace(at, from.size(), to);
+    }
+    return seen;
+  }
+
+  FakeServices& services_ = FakeServices::get();
+  const std::shared_ptr<platform::CLLocationManager> location_ = services_.locationManager("other ");
+  std::map<std::string, std::shared_ptr<BVManager>> managers_;
+  std::map<std::shared_ptr<const BVAPIResolve>, std::size_t> records_;
+  std::string slot_, argument_, reaction_;
+  const std::map<std::string, std::function<void()>> deeds_ = {
+      {"log", [this] { services_.showsLog = argument_ != "off"; }},
+      {"forget", [this] { services_.take(); }},
+      // What the host does.
+      {"new", [this] { create(true); }},
+      {"own", [this] { create(false); }},
+      {"drop", [this] { managers_.erase(slot_); }},
+      {"nobody", [this] { manager().setDelegate(nullptr); }},
+      {"somebody", [this] { manager().setDelegate(std::make_shared<Host>(*this, slot_)); }},
+      {"relocate", [this] { manager().setLocationManager(argument_ == "null" ? nullptr : location_); }},
+      {"gps", [this] { manager().setEnabledGPS(argument_ != "off"); }},
+      {"start", [this] { answer(manager().startDetection()); }},
+      {"stop", [this] { answer(manager().stopDetection()); }},
+      {"scanning", [this] { answer(manager().isScanning()); }},
+      {"region", [this] { seeRegion(); }},
+      {"nearest", [this] { answer(manager().getNearestAtLat_andLng_insideRadius(1.5, -2, 500)); }},
+      {"payload", [this] { answer(manager().setPayload_forWaybeacon({}, nullptr)); }},
+      {"then", [this] { reaction_ = argument_; }},
+      {"nothing",
+       [this] {
+         manager().receivedResolve_forRequest(
+             nullptr, BVAPIResolveRequest::initWithUUID_withMajor_withMinor(BVNetwork::proximityUUID(), 1, 2));
+       }},
+      {"throw", [] { throw std::runtime_error("a host's own"); }},
+      // What happens to it.
+      {"lose", [this] { services_.plist.erase(argument_); }},
+      {"empty", [this] { services_.plist[argument_] = ""; }},
+      {"status", [this] { services_.authorization = std::stoi(argument_); }},
+      {"services", [this] { services_.enabled = argument_ == "on"; }},
+      {"unasked", [this] { services_.offersAlways = false; }},
+      {"authorization", [this] { manager().locationManager_didChangeAuthorizationStatus(*location_, 0); }},
+      {"state", [this] { determine(std::stoi(argument_)); }},
+      {"rest", [this] { tellRest(); }},
+      {"hear", [this] { hear(manager().getRegion()->proximityUUID()); }},
+      {"strange", [this] { hear(platform::UUID()); }},
+      {"at", [this] { locate(); }},
+      {"reply", [this] { reply(0); }},
+      {"reply2nd", [this] { reply(1); }},
+      {"fail", [this] { services_.reply(std::nullopt); }},
+  };
+};
+
+struct Story {
+  const char* name;
+  const char* happens;
+  std::string seen;
+};
+void PrintTo(const Story& story, std::ostream* out) { *out << story.name; }
+
+const std::string kNew = "POST oauth2/token/ client_id=key&client_secret=secret&grant_type=client_credentials";
+const std::string kOwn = "POST oauth2/token/ client_id=own&client_secret=&grant_type=client_credentials";
+const std::string kSync = "POST sync/ installID=ID&model=M";
+const std::string kUnready = "BV API not ready or initialized properly|no";
+const std::string kNoCredentials =
+    "threw BVAPICredentialsNotFound: Not found Brivane SDK/API Credentials in Main bundle (check Info.plist)";
+const std::string kNoUsage =
+    "Init with delegate!|threw BVCoreLocationAuthError: Not NSLocationAlwaysUsageDescription found (check Info.plist)";
+const std::string kAsk12 =
+    "POST resolve/ battery=-1&installID=ID&major=1&minor=2&model=M&rssi=-12&uuid=NETWORK [Bearer t1]";
+const std::string kAsk34 =
+    "POST resolve/ battery=-1&installID=ID&major=3&minor=4&model=M&rssi=-34&uuid=NETWORK [Bearer t1]";
+const std::string kStart = ">monitor BrivaneNetwork|>state of BrivaneNetwork";
+const std::string kUpdate = ">accuracy 10.000000|>filter 20.000000|>update";
+const std::string kStop = ">stop monitoring BrivaneNetwork";
+const std::string kUnrange = ">stop ranging BrivaneNetwork";
+const std::string kNearest = "POST nearest/ lat=1.5&lng=-2&radius=500 [Bearer t1]|yes";
+const std::string kTrack1 =
+    "URL: https://api.brivane.example/api/v1/tracker/|POST tracker/ installID=ID&lat=41.000000&"
+    "lng=-4.000000&model=M&provider=ios&radius=100&speed=0 [Bearer t1]";
+
+std::string data(const std::string& number) {
+  return R"(DATA: {"access_token":"t)" + number + R"(","match":"m)" + number + R"(","beacons":[{},{}]}|)";
+}
+
+const Story kStories[] = {
+    {"Begins", R"(log new reply={"access_token":"t1","scope":"s","expires_in":-9000000000000,"token_type":"y"}
+                  authorization reply={"status":1,"pubkey":"k"})",
+     "Init with delegate!|API Key: key - API Secret: secret|" + kNew +
+         R"(|>create|>delegate|Requesting always auth|>ask|DATA: {"access_token":"t1","scope":"s",)" +
+         R"("expires_in":-9000000000000,"token_type":"y"}|Access token: t1|Received login callback!!!|)" +
+         "-> Token: t1|-> Scope: s|-> Expires in: -9000000000000|-> Expires date: 1677-09-21 00:12:43 +0000|" +
+         "-> Type: y|" + kSync + R"( [Bearer t1]|AUTHORIZATION!|DATA: {"status":1,"pubkey":"k"}|Sync done|)" +
+         "Received sync callback!!!|-> Status: 1|-> Offline: 0|-> Internal: 0|-> Public key: k|<ready"},
+    {"BeginsWithNothing", R"(unasked log own reply={"expires_in":1e30} reply={"offline":1})",
+     "Init with delegate!|API Key: own - API Secret: |" + kOwn +
+         R"(|>create|>delegate|DATA: {"expires_in":1e30}|Access token: (null)|Received login callback!!!|)" +
+         "-> Token: (null)|-> Scope: (null)|-> Expires in: 9223372036854775807|" +
+         "-> Expires date: 2262-04-11 23:47:16 +0000|-> Type: (null)|" + kSync +
+         R"(|DATA: {"offline":1}|Sync done|Received sync callback!!!|-> Status: 0|-> Offline: 1|-> Internal: 0|)" +
+         "-> Public key: (null)|<ready"},
+    {"NeedsAKey", "lose=BrivaneAPIKey new empty=BrivaneAPIKey new", kNoCredentials + "|" + kNoCredentials},
+    {"NeedsASecret", "lose=BrivaneAPISecret new empty=BrivaneAPISecret new", kNoCredentials + "|" + kNoCredentials},
+    {"NeedsAReason", "log lose=NSLocationAlwaysUsageDescription new empty=NSLocationAlwaysUsageDescription own",
+     kNoUsage + "|" + kNoUsage},
+    {"WaitsForItsSession", "new forget log start nearest payload log=off reply=1 log start nearest payload",
+     "Start detection|" + kUnready + "|" + kUnready + "|" + kUnready + "|" + kSync + " [Bearer t1]|Start detection|" +
+         kUnready + "|" + kUnready + "|" + kUnready},
+    {"WaitsForConsent",
+     "status=4 new reply=1 reply=1 forget log start services=off authorization services=on authorization status=3 "
+     "authorization authorization start scanning",
+     "Start detection|BV location not authorized|no|AUTHORIZATION!|Couldn't turn on ranging: Location services are "
+     "not enabled.|AUTHORIZATION!|Couldn't turn on monitoring: Location services not authorised.|AUTHORIZATION!|"
+     "Auth ok|<ready|AUTHORIZATION!|Start detection|Region: NETWORK|" +
+         kStart + "|yes|yes"},
+    {"WaitsForAHost", "new gps nobody reply=1 reply=1 start forget log authorization at=1 somebody authorization at=1",
+     "AUTHORIZATION!|API not ready|AUTHORIZATION!|Auth ok|<ready|" + kTrack1},
+    {"StartsAndStops", "new reply=1 reply=1 forget region stop start scanning gps start start stop stop gps=off start",
+     "BrivaneNetwork NETWORK entry exit display|" + kStop + "|yes|" + kStart + "|yes|yes|" + kStart + "|" + kUpdate +
+         "|yes|" + kStart + "|" + kUpdate + "|yes|" + kStop + "|>stop updating|yes|" + kStop + "|yes|" + kStart +
+         "|yes"},
+    {"StartsWithoutPositions", "new reply=1 reply=1 forget gps services=off then=stop start scanning start scanning",
+     kStart + "|<error 1 No location services enabled|" + kStop + "|yes|yes|no|" + kStart +
+         "|<error 1 No location services enabled|yes|yes"},
+    {"FollowsTheRegion",
+     "new reply=1 reply=1 forget log state=1 state=0 state=7 stop state=2 state=1 state=2 stop scanning rest",
+     "DETERMINATE STATE!|INSIDE|>range BrivaneNetwork|DETERMINATE STATE!|UNKNOWN|DETERMINATE STATE!|Stop detection|" +
+         kStop + "|" + kUnrange + "|yes|DETERMINATE STATE!|" + kUnrange + "|OUTSIDE|DETERMINATE STATE!|INSIDE|" +
+         ">range BrivaneNetwork|DETERMINATE STATE!|" + kUnrange + "|OUTSIDE|Stop detection|" + kStop + "|yes|no|" +
+         "REGION IN!|REGION OUT!|Failed monitoring region: a|Location manager failed: b|Ranging beacons failed: c"},
+    {"MatchesBeacons", "new reply=1 reply=1 forget log hear=1.2,3.4 reply2nd=5 reply=6 hear=3.4,1.2 hear=",
+     "Ranging beacons ok|-> Major: 1 - Minor: 2|Cache miss, goes to API|Resolving...|" + kAsk12 +
+         "|-> Major: 3 - Minor: 4|Cache miss, goes to API|Resolving...|" + kAsk34 + "|" + data("5") +
+         "Resolve done|Received resolve!!!|<match m5#0|" + data("6") + "Resolve done|Received resolve!!!|<match m6#1|" +
+         "Ranging beacons ok|-> Major: 3 - Minor: 4|Cache hit|Received resolve!!!|<match m5#0|-> Major: 1 - Minor: 2|" +
+         "Cache hit|Received resolve!!!|<match m6#1|Ranging beacons ok"},
+    {"KeepsTheLastReply",
+     "new reply=1 reply=1 forget hear=1.2,1.2 reply=5 hear=1.2 nobody reply=6 somebody nothing hear=1.2 start hear=1.2",
+     kAsk12 + "|" + kAsk12 + "|<match m5#0|<match m5#0|<no match|<match m6#1|" + kStart + "|yes|" + kAsk12},
+    {"GivesUpAfterFive",
+     "new reply=1 reply=1 forget hear=1.2 fail hear=1.2 reply={\"status\":false} hear=1.2 reply=junk hear=1.2 reply=[] "
+     "hear=1.2 fail log hear=1.2,3.4 log=off start hear=1.2",
+     kAsk12 + "|" + kAsk12 + "|" + kAsk12 + "|" + kAsk12 + "|threw the reply holds a list in place of an object|" +
+         kAsk12 + "|Ranging beacons ok|-> Major: 1 - Minor: 2|Cache miss, goes to API|Max num tries achivied|" +
+         "-> Major: 3 - Minor: 4|Cache miss, goes to API|Resolving...|" + kAsk34 + "|" + kStart + "|yes|" + kAsk12},
+    {"KnowsWhatIsNoBeacon",
+     "new reply=1 hear=1.2 reply=1 forget hear=65535.1,65535.1,65535.1,65535.1,65535.1 log hear=65535.65535,65535.1 "
+     "hear=1.65535 log=off strange=1.2 reply=5 hear=1.2 strange=1.2",
+     "Ranging beacons ok|-> Major: 65535 - Minor: 65535|-> Major: 65535 - Minor: 1|Cache miss, goes to API|"
+     "Max num tries achivied|Ranging beacons ok|-> Major: 1 - Minor: 65535|Cache miss, goes to API|"
+     "POST resolve/ battery=-1&installID=ID&major=1&minor=2&model=M&rssi=-12&"
+     "uuid=00000000-0000-0000-0000-000000000000 [Bearer t1]|<match m5#0|" +
+         kAsk12 + "|<match m5#0"},
+    {"ResolvesNothingBeforeItsSync", "new hear=1.2 reply=1 log hear=1.2",
+     kNew + "|>create|>delegate|>ask|" + kSync + " [Bearer t1]|Ranging beacons ok|-> Major: 1 - Minor: 2"},
+    {"SendsPositions",
+     "new reply=1 reply=1 gps forget log at=0 at=1 log=off start log at=2 reply=5 at=1 reply={\"status\":0} "
+     "log=off hear=1.2 stop log at=1",
+     "Location is null|Location update while not running|" + kStart + "|" + kUpdate + "|yes|" +
+         "URL: https://api.brivane.example/api/v1/tracker/|POST tracker/ installID=ID&lat=42.000000&lng=-5.000000&" +
+         "model=M&provider=ios&radius=200&speed=0 [Bearer t1]|" + data("5") + "Resolve GPS done|Received resolve!!!|" +
+         "<match m5#0|" + kTrack1 + "|DATA: {\"status\":0}|Beacon not found|" + kAsk12 + "|" + kStop +
+         "|>stop updating|yes|Location update while not running"},
+    {"FindsPlaces", "new reply=1 reply=1 forget log nearest reply=5 nearest reply={} nobody nearest reply=5 payload",
+     kNearest + "|" + data("5") + "Nearest waybeacons received|Received nearest: 2|<nearest 2|" + kNearest +
+         "|DATA: {}|Nearest waybeacons received|Received nearest: 0|<nearest none|" + kNearest + "|" + data("5") +
+         "Nearest waybeacons received|Received nearest: 2|yes"},
+    {"SharesItsState",
+     "new reply=1 reply=1 start state=1 hear=1.2 reply=5 forget b.new hear=1.2 b.scanning b.stop reply2nd=6 "
+     "reply=1 start reply=1 b.authorization hear=1.2 b.start scanning b.drop nearest reply=7 hear=3.4 reply=8 hear=3.4",
+     kNew + " [Bearer t1]|>create|>delegate|>ask|" + kAsk12 + "|yes|" + kStop + "|" + kUnrange + "|yes|" +
+         "<b.match m6#1|" + kSync + " [Bearer t1]|no|<b.ready|<match m6#1|" + kStart + "|yes|yes|" + kNearest + "|" +
+         kAsk34 + "|" + kAsk34},
+    {"SyncsTheNewest", "new b.new forget reply=1 reply2nd=1 relocate stop relocate=null",
+     kSync +
+         " [Bearer t1]|<b.ready|>other stop monitoring BrivaneNetwork|yes|threw a BVManager needs a location manager"},
+    {"IsDroppedBeforeItIsAnswered",
+     "new drop reply=2 new forget reply=1 drop log reply=1 log=off b.new log b.hear=1.2 b.start",
+     kSync + " [Bearer t1]|" + data("1") + "Sync done|" + kNew + " [Bearer t1]|>create|>delegate|>ask|" +
+         "Ranging beacons ok|-> Major: 1 - Minor: 2|Start detection|Region: NETWORK|" + kStart + "|yes"},
+    {"BearsWhatHostsDo",
+     "new reply=1 then=drop reply=1 new reply=1 then=throw reply=1 forget hear=1.2 then=throw reply=5 then=stop "
+     "hear=1.2,3.4 then=nobody hear=1.2,1.2 somebody then=start hear=1.2,1.2",
+     kAsk12 + "|<match m5#0|threw a host's own|<match m5#0|" + kStop + "|yes|" + kAsk34 + "|<match m5#0|<match m5#0|" +
+         kStart + "|yes|" + kAsk12},
+};
+
+class Manager : public testing::TestWithParam<Story> {};
+
+TEST_P(Manager, Does) {
+  FakeServices::get().stored.insert_or_assign("installUUID", platform::JSONValue("ID"));
+  FakeServices::get().showsLog = false;
+  EXPECT_EQ(Player().play(GetParam().happens), GetParam().seen);
+}
+
+INSTANTIATE_TEST_SUITE_P(, Manager, testing::ValuesIn(kStories), [](const auto& story) { return story.param.name; });
+
+TEST(Dates, AreLoggedInUniversalTime) {
+  const auto manager = BVManager::initWithDelegate((FakeServices::get(), nullptr));
+  for (const auto& [second, text] : {std::pair{1795253400, "2026-11-21 09:30:00"}, {-1, "1969-12-31 23:59:59"}}) {
+    BVAPILogin login;
+    login.setExpires_date(std::chrono::system_clock::time_point(std::chrono::seconds(second)));
+    manager->receivedLogin(std::make_shared<const BVAPILogin>(login));
+    EXPECT_NE(FakeServices::get().take().find(std::string("|-> Expires date: ") + text + " +0000|"), std::string::npos);
+  }
+}
+
+TEST(WithoutServices, NoManagerIsCreated) {
+  EXPECT_THROW(BVManager::initWithDelegate(nullptr), std::logic_error);
+  EXPECT_THROW(platform::install({}), std::logic_error);
+  FakeServices::get();
+  EXPECT_THROW(platform::install(platform::services()), std::logic_error);
+}
+
+}  // namespace
