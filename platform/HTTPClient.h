@@ -13,7 +13,8 @@ namespace platform {
 struct HTTPRequest {
   std::string url;
   std::string method;
-  /// Sent as they stand, in order, beside what the HTTP layer itself needs.
+  /// Sent as they stand, in order, beside what the HTTP layer itself needs. One with a line break
+  /// in it cannot be, and is left out.
   std::vector<std::pair<std::string, std::string>> headers;
   std::string body;
 };
@@ -35,10 +36,14 @@ class BRIVANE_EXPORT HTTPClient {
 
   virtual ~HTTPClient() = default;
 
-  /// Sends `request`. `completion` is called exactly once, also on failure and at shutdown, never
-  /// from inside this call, and on one serial thread that moves no bytes: a completion that blocks
-  /// delays later completions, never a transfer. An exception that leaves a completion ends there;
-  /// the next one is served.
+  /// Sends `request`. `completion` is called exactly once, also on failure and when the client is
+  /// shut down or destroyed under the request, never from inside this call, and on one serial
+  /// thread that moves no bytes: a completion that blocks delays later completions, never a
+  /// transfer. An exception that leaves a completion ends there; the next one is served.
+  ///
+  /// Nothing is called once a shutdown has returned, so a request made later is dropped with its
+  /// completion. The same holds for requests that are under way when the process exits: what they
+  /// would call may be gone. A host that waits for their completions shuts the client down first.
   virtual void execute(HTTPRequest request, Completion completion) = 0;
 };
 

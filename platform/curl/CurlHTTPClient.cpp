@@ -3,14 +3,29 @@
 #include <curl/curl.h>
 
 #include <chrono>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 
 #include "platform/curl/CurlWorker.h"
+#include "platform/curl/ExitList.h"
 #include "platform/curl/SerialQueue.h"
 
 namespace platform {
 namespace {
+
+/// Or every transfer would fail, each with a reason that names no file.
+void requireCertificate(const std::string& file) {
+  if (file.empty()) return;
+  std::ifstream stream(file, std::ios::binary);
+  const std::string text(std::istreambuf_iterator<char>(stream), {});
+  for (const char* begin : {"-----BEGIN CERTIFICATE-----", "-----BEGIN TRUSTED CERTIFICATE-----"}) {
+    if (text.find(begin) != text.npos) return;
+  }
+  throw std::invalid_argument(file + ": no certificate can be read from it");
+}
 
 /// Without the query, which may hold secrets.
 std::string pathOf(std::string_view url) {
@@ -28,7 +43,15 @@ struct CurlHTTPClient::Parts {
         callbacks(options.log),
         worker(options, [this](CurlRequest request, CurlReply reply) {
           deliver(std::move(request), std::move(reply));
-        }) {}
+        }) {
+    exitList.add(this, [this] {
+      callbacks.abandon();
+      worker.stop();
+    });
+  }
+  ~Parts() { exitList.remove(this); }
+  Parts(const Parts&) = delete;
+  Parts& operator=(const Parts&) = delete;
 
   void deliver(CurlRequest request, CurlReply reply) {
     if (onTransfer) {
@@ -47,6 +70,7 @@ struct CurlHTTPClient::Parts {
     });
   }
 
+  ExitList& exitList = ExitList::get();
   const std::function<void(const TransferOutcome&)> onTransfer;
   SerialQueue callbacks;
   CurlWorker worker;
@@ -55,7 +79,8 @@ struct CurlHTTPClient::Parts {
 std::string CurlHTTPClient::version() { return curl_version(); }
 
 CurlHTTPClient::CurlHTTPClient(Options options)
-    : options_(std::move(options)), parts_(std::make_unique<Parts>(options_)) {}
+    : options_((requireCertificate(options.caFile), std::move(options))),
+      parts_(std::make_unique<Parts>(options_)) {}
 
 CurlHTTPClient::~CurlHTTPClient() { shutdown(); }
 

@@ -14,12 +14,14 @@ namespace platform {
 
 /// HTTPS over libcurl: HTTP/2 where the service offers it, connections kept alive, at most six to
 /// one host, certificates always checked. A transfer fails when it brings no byte for 60 seconds,
-/// and when the heads and trailers of its replies exceed 256 KiB together. Redirects are followed
-/// to https alone. Neither the Authorization header nor the body follows to another host or port: a
-/// redirect that would take the body there (307, 308) is a failure.
+/// when the heads and trailers of its replies exceed 256 KiB together, and when its body is
+/// compressed but cut off or broken. Redirects are followed to https alone. Neither the
+/// Authorization header nor the body follows to another host or port: a redirect that would take
+/// the body there (307, 308) is a failure. The proxy that the environment names (https_proxy,
+/// all_proxy, but for the hosts in no_proxy) is used.
 ///
-/// Two threads: one moves bytes, one calls completions. `execute` and `shutdown` may be called on
-/// any thread.
+/// Two threads: one moves bytes, one calls completions. Neither takes a signal that is sent to the
+/// process. Every operation may be called on any thread.
 class BRIVANE_EXPORT CurlHTTPClient final : public HTTPClient {
  public:
   struct Options {
@@ -28,7 +30,7 @@ class BRIVANE_EXPORT CurlHTTPClient final : public HTTPClient {
     std::string connectTo = {};
     /// File of the certificates to trust, PEM; empty for the system's.
     std::string caFile = {};
-    /// What is larger counts as a failure of the transport; after decompression.
+    /// A body that is larger, compressed or not, counts as a failure of the transport.
     std::size_t maxReplyBytes = std::size_t{16} << 20U;
     /// Takes a line for each exception that left a completion. May be null.
     std::shared_ptr<Log> log = nullptr;
@@ -40,17 +42,17 @@ class BRIVANE_EXPORT CurlHTTPClient final : public HTTPClient {
   /// What it runs on: the versions of libcurl, the TLS library and others, one line.
   static std::string version();
 
+  /// Throws std::invalid_argument, which names the file, when `caFile` cannot be read or holds no
+  /// certificate, and another std::exception when the threads or libcurl cannot be set up.
   explicit CurlHTTPClient(Options options);
   /// Shuts down. Safe inside a completion.
   ~CurlHTTPClient() override;
 
-  /// A method other than POST, or a header with a line break in it, is a failure of the transport.
-  /// After shutdown the request is dropped and its completion is not called.
+  /// A method other than POST is a failure of the transport.
   void execute(HTTPRequest request, Completion completion) override;
 
-  /// Cancels every request, and returns when each completion has been called: none is called later.
-  /// Inside a completion it calls the others itself. At the process's exit transfers are stopped
-  /// without it, and without calling completions.
+  /// Ends every request, and returns when each completion has been called. Inside a completion it
+  /// calls the others itself.
   void shutdown();
 
  private:

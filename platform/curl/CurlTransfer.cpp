@@ -3,6 +3,7 @@
 #include <strings.h>
 #include <sys/socket.h>
 
+#include <exception>
 #include <string_view>
 #include <utility>
 
@@ -26,21 +27,26 @@ bool hasLineBreak(std::string_view text) {
 }
 
 /// Host and port of a URL, as curl reads it.
-std::string authority(const char* url) {
+std::optional<std::string> authority(const char* url) {
   const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> parsed(curl_url(), &curl_url_cleanup);
+  if (curl_url_set(parsed.get(), CURLUPART_URL, url, 0) != CURLUE_OK) return std::nullopt;
   std::string all;
-  curl_url_set(parsed.get(), CURLUPART_URL, url, 0);
   for (const CURLUPart part : {CURLUPART_HOST, CURLUPART_PORT}) {
     char* text = nullptr;
-    if (curl_url_get(parsed.get(), part, &text, CURLU_DEFAULT_PORT) != CURLUE_OK) continue;
+    if (curl_url_get(parsed.get(), part, &text, CURLU_DEFAULT_PORT) != CURLUE_OK) {
+      return std::nullopt;
+    }
     all.append(text).append(":");
     curl_free(text);
   }
   return all;
 }
 
-bool leadsAway(const std::string& from, const std::string& to) {
-  return from != to && !isSame(authority(from.c_str()), authority(to.c_str()));
+bool leadsAway(const std::string& from, const char* to) {
+  if (from == to) return false;
+  const auto home = authority(from.c_str());
+  const auto there = authority(to);
+  return !home || !there || !isSame(*home, *there);
 }
 
 /// A program that the host starts must not hold the service's connections open.
@@ -65,16 +71,17 @@ void CurlTransfer::setUp() {
   set(CURLOPT_PATH_AS_IS, 1L);
   set(CURLOPT_PROTOCOLS_STR, "https");
   set(CURLOPT_POST, 1L);
-  set(CURLOPT_ACCEPT_ENCODING, "");
-  set(CURLOPT_WRITEFUNCTION, &CurlTransfer::receive);
+  set(CURLOPT_ACCEPT_ENCODING, "gzip");
+  set(CURLOPT_HTTP_CONTENT_DECODING, 0L);
+  set(CURLOPT_WRITEFUNCTION, &CurlTransfer::onBytes<&CurlTransfer::take>);
   set(CURLOPT_WRITEDATA, this);
-  set(CURLOPT_HEADERFUNCTION, &CurlTransfer::receiveHead);
+  set(CURLOPT_HEADERFUNCTION, &CurlTransfer::onBytes<&CurlTransfer::takeHead>);
   set(CURLOPT_HEADERDATA, this);
 
   set(CURLOPT_FOLLOWLOCATION, 1L);
   set(CURLOPT_MAXREDIRS, kMaxRedirects);
   set(CURLOPT_REDIR_PROTOCOLS_STR, "https");
-  set(CURLOPT_PREREQFUNCTION, &CurlTransfer::allow);
+  set(CURLOPT_PREREQFUNCTION, &CurlTransfer::onRequest);
   set(CURLOPT_PREREQDATA, this);
 
   set(CURLOPT_SSL_VERIFYPEER, 1L);
@@ -87,6 +94,7 @@ void CurlTransfer::setUp() {
   }
 
   set(CURLOPT_NOSIGNAL, 1L);
+  set(CURLOPT_QUICK_EXIT, 1L);  // a name server that does not answer is not waited for
   set(CURLOPT_OPENSOCKETFUNCTION, &openSocket);
   set(CURLOPT_PIPEWAIT, 1L);  // a burst shares one connection where the service speaks HTTP/2
   set(CURLOPT_CONNECTTIMEOUT, kSecondsToConnect);
@@ -98,7 +106,8 @@ void CurlTransfer::setUpRequest() {
   const HTTPRequest& post = request_.request;
   append(headers_, "Expect:");  // or a long body would wait for a "100 Continue" that may not come
   for (const auto& [name, value] : post.headers) {
-    if (hasLineBreak(name) || hasLineBreak(value)) refuse("a header holds a line break");
+    // A token that is no token, from a service out of order, must not keep the next login from it.
+    if (hasLineBreak(name) || hasLineBreak(value)) continue;
     // Curl counts the body itself, and knows when a redirect leaves it out.
     if (isSame(name, "Content-Length")) continue;
     append(headers_, std::string(name).append(": ").append(value));
@@ -114,6 +123,7 @@ void CurlTransfer::setUpRequest() {
 CurlReply CurlTransfer::reply(CURLcode result) {
   // Curl takes a head that is cut off for a whole one.
   if (result == CURLE_OK && !headIsWhole_) refuse("the head of the reply was cut off");
+  if (result == CURLE_OK && gunzip_ && !gunzip_->isWhole()) refuse("the reply was cut off");
   if (refusal_ != nullptr) return {{}, {}, refusal_};
   if (result != CURLE_OK) {
     return {{}, {}, curlFault_[0] != 0 ? curlFault_.data() : curl_easy_strerror(result)};
@@ -123,54 +133,85 @@ CurlReply CurlTransfer::reply(CURLcode result) {
   return {HTTPResponse{static_cast<int>(status)}, std::move(body_), {}};
 }
 
-void CurlTransfer::refuse(const char* reason) {
+bool CurlTransfer::refuse(const char* reason) {
   if (refusal_ == nullptr) refusal_ = reason;
+  return false;
 }
 
-std::size_t CurlTransfer::receive(const char* bytes, std::size_t one, std::size_t count,
-                                  void* transfer) {
-  auto& self = *static_cast<CurlTransfer*>(transfer);
-  const std::size_t size = one * count;
-  if (size > self.options_.maxReplyBytes - self.body_.size()) {
-    self.refuse("the reply is too large");
-    return 0;  // fails the transfer
+bool CurlTransfer::take(std::string_view bytes) {
+  const std::size_t limit = options_.maxReplyBytes;
+  if (bytes.size() > limit - std::exchange(bodyBytes_, bodyBytes_ + bytes.size())) {
+    return refuse("the reply is too large");
   }
-  self.body_.append(bytes, size);
-  return size;
-}
-
-std::size_t CurlTransfer::receiveHead(const char* line, std::size_t one, std::size_t count,
-                                      void* transfer) {
-  auto& self = *static_cast<CurlTransfer*>(transfer);
-  const std::string_view text(line, one * count);
-  if (text.size() > kMaxHeadBytes - self.headBytes_) {
-    self.refuse("the head of the reply is too large");
-    return 0;  // fails the transfer
+  if (bodyBytes_ == bytes.size()) findCoding();
+  if (gunzip_) {
+    const char* const fault = gunzip_->unpack(bytes, body_, limit);
+    if (fault != nullptr) refuse(fault);
+  } else {
+    body_.append(bytes);
   }
-  self.headBytes_ += text.size();
-  if (text.starts_with("HTTP/")) self.headIsWhole_ = false;
-  if (text == "\r\n" || text == "\n") self.headIsWhole_ = true;
-  return text.size();
+  return refusal_ == nullptr;
 }
 
-/// Asked before each request is sent. A redirect that keeps the method keeps the body, and with it
-/// the secrets.
-int CurlTransfer::allow(void* transfer, char*, char*, int, int) {
-  auto& self = *static_cast<CurlTransfer*>(transfer);
+void CurlTransfer::findCoding() {
+  curl_header* field = nullptr;
+  if (curl_easy_header(handle(), "Content-Encoding", 0, CURLH_HEADER, -1, &field) != CURLHE_OK)
+    return;
+  if (field->amount == 1 && isSame(field->value, "gzip")) {
+    gunzip_.emplace();
+  } else if (!isSame(field->value, "identity")) {
+    refuse("the reply is coded otherwise than was asked for");
+  }
+}
+
+bool CurlTransfer::takeHead(std::string_view line) {
+  if (line.size() > kMaxHeadBytes - headBytes_) return refuse("the head of the reply is too large");
+  headBytes_ += line.size();
+  if (line.starts_with("HTTP/")) headIsWhole_ = false;
+  if (line == "\r\n" || line == "\n") headIsWhole_ = true;
+  return true;
+}
+
+bool CurlTransfer::mayBeSent() {
   const char* url = nullptr;
   const char* method = nullptr;
-  curl_easy_getinfo(self.handle(), CURLINFO_EFFECTIVE_URL, &url);
-  curl_easy_getinfo(self.handle(), CURLINFO_EFFECTIVE_METHOD, &method);
-  if (std::string_view(method) != "POST" || !leadsAway(self.request_.request.url, url)) {
-    return CURL_PREREQFUNC_OK;
+  curl_easy_getinfo(handle(), CURLINFO_EFFECTIVE_URL, &url);
+  curl_easy_getinfo(handle(), CURLINFO_EFFECTIVE_METHOD, &method);
+  // A redirect that keeps the method keeps the body, and with it the secrets.
+  if (std::string_view(method) != "POST" || !leadsAway(request_.request.url, url)) return true;
+  return refuse("a redirect would take the request's body to another host");
+}
+
+template <bool (CurlTransfer::*step)(std::string_view)>
+std::size_t CurlTransfer::onBytes(const char* bytes, std::size_t one, std::size_t count,
+                                  void* transfer) {
+  const std::string_view all(bytes, one * count);
+  return static_cast<CurlTransfer*>(transfer)->guard([&](auto& self) { return (self.*step)(all); })
+             ? all.size()
+             : CURL_WRITEFUNC_ERROR;
+}
+
+int CurlTransfer::onRequest(void* transfer, char*, char*, int, int) {
+  return static_cast<CurlTransfer*>(transfer)->guard([](auto& self) { return self.mayBeSent(); })
+             ? CURL_PREREQFUNC_OK
+             : CURL_PREREQFUNC_ABORT;
+}
+
+template <typename Step>
+bool CurlTransfer::guard(Step step) {
+  try {
+    return step(*this);
+  } catch (const std::exception&) {
+    return refuse("no memory is left for the reply");
   }
-  self.refuse("a redirect would take the request's body to another host");
-  return CURL_PREREQFUNC_ABORT;
 }
 
 void CurlTransfer::append(List& list, const std::string& item) {
   curl_slist* longer = curl_slist_append(list.get(), item.c_str());
-  if (longer == nullptr) return refuse("libcurl has no memory");
+  if (longer == nullptr) {
+    refuse("libcurl has no memory");
+    return;
+  }
   static_cast<void>(list.release());
   list.reset(longer);
 }

@@ -8,9 +8,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/HTTPClient.h"
 #include "platform/curl/CurlHTTPClient.h"
+#include "platform/curl/Gunzip.h"
 
 namespace platform {
 
@@ -49,18 +51,26 @@ class CurlTransfer {
   };
   using List = std::unique_ptr<curl_slist, Free>;
 
-  static std::size_t receive(const char* bytes, std::size_t one, std::size_t count, void* transfer);
-  static std::size_t receiveHead(const char* line, std::size_t one, std::size_t count,
-                                 void* transfer);
-  static int allow(void* transfer, char*, char*, int, int);
+  // What curl calls. It is written in C, which no exception may pass.
+  template <bool (CurlTransfer::*step)(std::string_view)>
+  static std::size_t onBytes(const char* bytes, std::size_t one, std::size_t count, void* transfer);
+  static int onRequest(void* transfer, char*, char*, int, int);
+  template <typename Step>
+  bool guard(Step step);
 
+  // False gives the transfer up.
+  bool take(std::string_view bytes);
+  bool takeHead(std::string_view line);
+  bool mayBeSent();
+
+  void findCoding();
   void setUp();
   void setUpRequest();
   void append(List& list, const std::string& item);
   template <typename Value>
   void set(CURLoption option, Value value);
-  /// Gives the transfer up, for a reason of ours; the first one counts.
-  void refuse(const char* reason);
+  /// Gives the transfer up, for a reason of ours; the first one counts. False.
+  bool refuse(const char* reason);
 
   const CurlHTTPClient::Options& options_;
   CurlRequest request_;
@@ -70,6 +80,8 @@ class CurlTransfer {
   List connectTo_;
   std::size_t headBytes_ = 0;  // of all heads and trailers
   bool headIsWhole_ = false;
+  std::size_t bodyBytes_ = 0;  // as they arrive
+  std::optional<Gunzip> gunzip_;
   std::string body_;
   const char* refusal_ = nullptr;
 };

@@ -1,17 +1,13 @@
 #include "platform/curl/CurlWorker.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <csignal>
 #include <cstddef>
-#include <cstdlib>
 #include <iterator>
 #include <limits>
-#include <new>
-#include <set>
 #include <stdexcept>
 #include <utility>
+
+#include "platform/curl/QuietThread.h"
 
 namespace platform {
 namespace {
@@ -21,68 +17,17 @@ namespace {
 constexpr std::size_t kTransfersEachOnAConnection = 6;
 constexpr std::size_t kTransfersOnSharedConnections = 100;
 
-/// The workers that run. At exit they are stopped before the TLS library tears itself down under
-/// them; nothing is called then any more.
-class LiveWorkers {
- public:
-  static LiveWorkers& get() {
-    static auto& only = *new LiveWorkers;
-    return only;
-  }
-
-  void add(CurlWorker* worker) {
-    const MutexLock lock(mutex_);
-    workers_.insert(worker);
-  }
-
-  void remove(CurlWorker* worker) {
-    const MutexLock lock(mutex_);
-    workers_.erase(worker);
-  }
-
- private:
-  LiveWorkers() {
-    if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) {
-      throw std::runtime_error("libcurl cannot be initialised");
-    }
-    // Registered after the TLS library has registered its own clean-up, so run before that.
-    if (std::atexit([] { get().stopAll(); }) != 0) throw std::bad_alloc();
-  }
-
-  void stopAll() {
-    // A child of the host's has none of these threads, and their locks as they were.
-    if (getpid() != process_) return;
-    const MutexLock lock(mutex_);
-    for (CurlWorker* worker : workers_) worker->stop();
-  }
-
-  const pid_t process_ = getpid();
-  Mutex mutex_;
-  std::set<CurlWorker*> workers_ BRIVANE_GUARDED_BY(mutex_);
-};
-
-void blockSignals() {
-  // A connection that breaks must not end the process, and the host's signals are the host's.
-  sigset_t all;
-  sigfillset(&all);
-  pthread_sigmask(SIG_BLOCK, &all, nullptr);
-}
-
 }  // namespace
 
 CurlWorker::CurlWorker(const CurlHTTPClient::Options& options, Finished finished)
-    : options_(options), finished_(std::move(finished)) {
-  LiveWorkers::get().add(this);
-  multi_.reset(curl_multi_init());
+    : options_(options), finished_(std::move(finished)), multi_(curl_multi_init()) {
+  if (!multi_) throw std::runtime_error("libcurl cannot be set up");
   curl_multi_setopt(multi_.get(), CURLMOPT_MAX_HOST_CONNECTIONS,
                     static_cast<long>(kTransfersEachOnAConnection));
-  thread_ = std::thread([this] { run(); });
+  thread_ = startQuietThread([this] { run(); });
 }
 
-CurlWorker::~CurlWorker() {
-  stop();
-  LiveWorkers::get().remove(this);
-}
+CurlWorker::~CurlWorker() { stop(); }
 
 void CurlWorker::add(CurlRequest request) {
   const MutexLock lock(mutex_);
@@ -104,7 +49,6 @@ void CurlWorker::stop() {
 }
 
 void CurlWorker::run() {
-  blockSignals();
   while (takeNew()) {
     beginWaiting();
     int running = 0;

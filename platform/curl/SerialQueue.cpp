@@ -7,17 +7,18 @@
 #include <utility>
 
 #include "platform/Mutex.h"
+#include "platform/curl/QuietThread.h"
 
 namespace platform {
 
 struct SerialQueue::State {
   explicit State(std::shared_ptr<Log> sink) : log(std::move(sink)) {}
 
-  /// The next task, waited for; none when the queue is closed and empty.
+  /// The next task, waited for; none when the queue is closed and empty, or abandoned.
   std::function<void()> next() {
     MutexLock lock(mutex);
-    while (!closed && tasks.empty()) lock.wait(changed);
-    if (tasks.empty()) return nullptr;
+    while (!closed && !abandoned && tasks.empty()) lock.wait(changed);
+    if (abandoned || tasks.empty()) return nullptr;
     auto task = std::move(tasks.front());
     tasks.pop_front();
     return task;
@@ -46,12 +47,13 @@ struct SerialQueue::State {
   std::condition_variable changed;
   std::deque<std::function<void()>> tasks BRIVANE_GUARDED_BY(mutex);
   bool closed BRIVANE_GUARDED_BY(mutex) = false;
+  bool abandoned BRIVANE_GUARDED_BY(mutex) = false;
   bool finished BRIVANE_GUARDED_BY(mutex) = false;
 };
 
 SerialQueue::SerialQueue(std::shared_ptr<Log> log)
     : state_(std::make_shared<State>(std::move(log))) {
-  std::thread thread([state = state_] {
+  std::thread thread = startQuietThread([state = state_] {
     state->runAll();
     const MutexLock lock(state->mutex);
     state->finished = true;
@@ -70,6 +72,12 @@ void SerialQueue::post(std::function<void()> task) {
     state_->tasks.push_back(std::move(task));
   }
   state_->changed.notify_all();  // after unlocking: the thread would wake only to wait for the lock
+}
+
+void SerialQueue::abandon() {
+  const MutexLock lock(state_->mutex);
+  state_->abandoned = true;
+  state_->changed.notify_all();
 }
 
 void SerialQueue::close() {

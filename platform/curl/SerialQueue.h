@@ -21,6 +21,10 @@ class SerialQueue {
   /// Any thread. After closing, the task is dropped.
   void post(std::function<void()> task);
 
+  /// Nothing that has not begun yet runs any more. Does not wait for what has. What is waiting
+  /// stays in memory, so that nothing of the host's is destroyed here either.
+  void abandon();
+
   /// Returns when everything posted has run; nothing runs afterwards. Inside a task it runs the
   /// rest itself, except the task it is in.
   void close();

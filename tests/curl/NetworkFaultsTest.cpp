@@ -88,6 +88,7 @@ TEST_F(NetworkFaults, AreNoneWhenManyRequestsShareConnections) {
   }
 }
 
+const std::string kGood("\x1f\x8b\b\0\0\0\0\0\2\3K\xcf\xcfO\1\0\x92N\x84l\4\0\0\0", 24);
 /// A thousand and one letters, compressed.
 const std::string kMuch("\x1f\x8b\b\0\0\0\0\0\2\3\xab\xa8\30\5\xa3`\24\f{\0\0\a\20\x8e\xc5\xe9\3\0\0", 29);
 
@@ -103,7 +104,14 @@ TEST_F(NetworkFaults, AreSurvived) {
       {"too large a body", TLSServer::reply(largest + "x")},
       {"too large in chunks", chunked + "3E9\r\n" + largest + "x\r\n0\r\n\r\n"},
       {"a body without end", "HTTP/1.1 200 OK\r\n\r\n", "none", Then::repeats, "x"},
+      {"a compressed body", gzip(kGood), "200 good"},
       {"a compressed body that grows", gzip(kMuch)},
+      {"a compressed body that is cut off", gzip(kGood.substr(0, 20))},
+      {"one of which nothing is left", gzip(kGood.substr(0, 3))},
+      {"one with another checksum", gzip(kGood.substr(0, 17) + "x" + kGood.substr(18))},
+      {"one that goes on", gzip(kGood + kGood)},
+      {"no compression", gzip("good")},
+      {"an unknown coding", TLSServer::reply("good", "200 OK", "Content-Encoding: br\r\n")},
 
       {"fields without end", "HTTP/1.1 200 OK\r\n", "none", Then::repeats, "X: y\r\n"},
       {"interim replies without end", "", "none", Then::repeats, "HTTP/1.1 100 Continue\r\nX: y\r\n\r\n"},
