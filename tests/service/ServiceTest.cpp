@@ -30,7 +30,7 @@ std::string replaced(std::string text, const std::string& what, const std::strin
   return text.replace(text.find(what), what.size(), with);
 }
 
-TEST(Form, SplitsOnlyWhereAKnownKeyBegins) {
+TEST(FormBody, SplitsOnlyWhereAKnownKeyBegins) {
   const std::pair<const char*, Fields> rows[] = {
       {"", {}},
       {"a=", {{"a", ""}}},
@@ -43,7 +43,7 @@ TEST(Form, SplitsOnlyWhereAKnownKeyBegins) {
   for (const auto& [body, fields] : rows) EXPECT_EQ(parseFormBody(body, {"a", "b"}), fields) << body;
 }
 
-TEST(Networks, NameWhatIsWrongAndWhere) {
+TEST(Network, NamesWhatIsWrongAndWhere) {
   const std::string place = "places[0].beacons[0]";
   const std::pair<std::string, std::string> rows[] = {
       {"{\n\"places\":[\n}", "line 3: not JSON"},
@@ -72,7 +72,7 @@ TEST(Networks, NameWhatIsWrongAndWhere) {
   }
 }
 
-class Answers : public testing::Test {
+class Endpoint : public testing::Test {
  protected:
   std::string ask(const char* endpoint, const std::string& body) {
     const Reply reply = endpoints.answer(endpoint, authorization, body);
@@ -88,7 +88,7 @@ class Answers : public testing::Test {
                        .now = [this] { return now; }}};
 };
 
-TEST_F(Answers, LetOnlyTheRightClientInAndOnlyForAWhile) {
+TEST_F(Endpoint, LetsOnlyTheRightClientInAndOnlyForAWhile) {
   const std::string login = "grant_type=client_credentials&client_id=k&client_secret=";
   EXPECT_EQ(ask("oauth2/token/", login + "x"), R"(401 {"error":"invalid_client"})");
   EXPECT_EQ(ask("oauth2/token/", "grant_type=password"), R"(400 {"error":"unsupported_grant_type"})");
@@ -102,7 +102,7 @@ TEST_F(Answers, LetOnlyTheRightClientInAndOnlyForAWhile) {
   EXPECT_EQ(ask("sync/", "model=m&installID=i"), R"(401 {"error":"invalid_token"})");
 }
 
-TEST_F(Answers, ResolveTrackListAndKeep) {
+TEST_F(Endpoint, ResolvesTracksListsAndKeeps) {
   const Reply login =
       endpoints.answer("oauth2/token/", "", "client_secret=s&client_id=k&grant_type=client_credentials");
   authorization = "Bearer " + login.body["access_token"].get<std::string>();
@@ -133,7 +133,7 @@ TEST_F(Answers, ResolveTrackListAndKeep) {
   EXPECT_TRUE(holds(ask("resolve/", uuid + "&major=1&minor=1&rssi=0"), R"("payload":{"a":"&b="})"));
 }
 
-TEST(FaultTest, AreChosenBySeedAndReadFromText) {
+TEST(Faults, AreChosenBySeedAndReadFromText) {
   const auto run = [](std::uint64_t seed) {
     Faults faults({Fault::parse("drop=0.3"), Fault::parse("delay=1:5")}, seed);
     std::string kinds;
@@ -150,7 +150,7 @@ TEST(FaultTest, AreChosenBySeedAndReadFromText) {
   }
 }
 
-TEST(Certificates, AreKeptAsLongAsTheyServe) {
+TEST(CertificateStore, KeepsWhatServes) {
   const TemporaryFolder folder;
   const CertificateStore store(folder.path() / "new");
   const Certificate made = store.open(kHost);

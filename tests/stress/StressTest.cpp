@@ -16,6 +16,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "BrivaneSDK/BVManager.h"
@@ -156,7 +157,16 @@ void expectThatANewHostFares(Town& town, const Phone& phone, WildHosts& wild) {
   EXPECT_TRUE(waitFor([&] { return called->at(HostDelegate::kMatch).load(); }));
 }
 
-TEST(Stress, HostsMayDoAnythingOnAnyThread) {
+/// The library's services are installed for the life of the process.
+class Stress : public testing::Test {
+ protected:
+  void SetUp() override {
+    static bool ran = false;
+    if (std::exchange(ran, true)) GTEST_SKIP() << "each case needs a process of its own, as ctest starts it";
+  }
+};
+
+TEST_F(Stress, HostsMayDoAnythingOnAnyThread) {
   WildHosts hosts;
   Town town(kFaults);
   const Phone phone(town);
@@ -166,7 +176,7 @@ TEST(Stress, HostsMayDoAnythingOnAnyThread) {
   expectThatANewHostFares(town, phone, hosts);
 }
 
-TEST(Stress, AProcessMayEndInTheMiddleOfIt) {
+TEST_F(Stress, AProcessMayEndInTheMiddleOfIt) {
   const Town town(kFaults);
   EXPECT_EXIT(
       {
@@ -193,7 +203,7 @@ int inheritedConnections(std::uint16_t port) {
   return count;
 }
 
-TEST(Stress, AHostMayForkAndItsChildMayExit) {
+TEST_F(Stress, AHostMayForkAndItsChildMayExit) {
 #ifdef __SANITIZE_ADDRESS__
   GTEST_SKIP() << "its heap does not survive a fork among busy threads";
 #endif
