@@ -54,8 +54,8 @@ void live(benchmark::State& state) {
   unsigned heard = 0;
   bool listens = false;
   platform::LinuxLocationService service(
-      {.onBluetooth = [&listens](const auto& status) { listens = status.listening; },
-       .onAdvertisement = [&heard](const auto& /*frame*/) { ++heard; }});
+      {.live = {.onRadio = [&listens](const auto& status) { listens = status.listening; },
+                .onAdvertisement = [&heard](const auto& /*frame*/) { ++heard; }}});
   const auto walker = std::make_shared<bench::Walker>();
   const auto manager = service.createManager();
   manager->setDelegate(walker);

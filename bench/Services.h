@@ -65,14 +65,13 @@ class Memory final : public platform::Preferences, public platform::PropertyList
 inline void install(std::shared_ptr<platform::HTTPClient> http,
                     std::shared_ptr<platform::Log> log = nullptr) {
   const auto memory = std::make_shared<Memory>();
-  platform::install(
-      {.http = std::move(http),
-       .json = std::make_shared<platform::SimdJSON>(),
-       .preferences = memory,
-       .propertyList = memory,
-       .location = std::make_shared<platform::LocationCore>(platform::LocationCore::Options{
-           .authorization = platform::kCLAuthorizationStatusAuthorizedAlways}),
-       .log = std::move(log)});
+  platform::install({.http = std::move(http),
+                     .json = std::make_shared<platform::SimdJSON>(),
+                     .preferences = memory,
+                     .propertyList = memory,
+                     .location = std::make_shared<platform::LocationCore>(
+                         platform::LocationCore::Options{.permission = platform::alwaysPermitted}),
+                     .log = std::move(log)});
 }
 
 /// The i-th beacon of the network.

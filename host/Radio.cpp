@@ -13,14 +13,15 @@ Radio::Radio(Screen& screen, Options options)
           std::make_shared<platform::LinuxLocationService>(platform::LinuxLocationService::Options{
               .adapter = options.live.adapter,
               .desktopId = options.positions ? options.live.desktopId : "",
-              .log = options.log ? std::make_shared<platform::StandardErrorLog>() : nullptr,
-              .onBluetooth = [this](const auto& status) { onBluetooth(status); },
-              .onNoPositions =
-                  [this](const std::string& reason) {
-                    positionFault_ = reason;
-                    screen_.complain(reason);
-                  },
-              .onAdvertisement = std::move(options.onAdvertisement)})) {}
+              .live = {
+                  .log = options.log ? std::make_shared<platform::StandardErrorLog>() : nullptr,
+                  .onRadio = [this](const auto& status) { onRadio(status); },
+                  .onNoPositions =
+                      [this](const std::string& reason) {
+                        positionFault_ = reason;
+                        screen_.complain(reason);
+                      },
+                  .onAdvertisement = std::move(options.onAdvertisement)}})) {}
 
 void Radio::failIfUseless() const {
   if (isUseless()) throw Failure(kServiceFailure, fault_);
@@ -33,7 +34,7 @@ void Radio::failUnlessAuthorized() const {
                                      (reason.empty() ? "nobody answered the question" : reason));
 }
 
-void Radio::onBluetooth(const platform::BluetoothStatus& status) {
+void Radio::onRadio(const platform::Radio::Status& status) {
   const std::string before = std::exchange(fault_, status.fault);
   if (hasListened_ && !fault_.empty() && fault_ != before) {
     screen_.complain(fault_);

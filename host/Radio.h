@@ -35,7 +35,7 @@ class Radio {
   void failUnlessAuthorized() const;
 
  private:
-  void onBluetooth(const platform::BluetoothStatus& status);
+  void onRadio(const platform::Radio::Status& status);
 
   Screen& screen_;
   bool hasListened_ = false;

@@ -126,8 +126,8 @@ void Session::interrupt() {
 }
 
 std::shared_ptr<platform::LocationService> locationWithoutSources() {
-  return std::make_shared<platform::LocationCore>(platform::LocationCore::Options{
-      .authorization = platform::kCLAuthorizationStatusAuthorizedAlways});
+  return std::make_shared<platform::LocationCore>(
+      platform::LocationCore::Options{.permission = platform::alwaysPermitted});
 }
 
 }  // namespace host

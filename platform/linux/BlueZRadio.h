@@ -1,105 +1,34 @@
 #pragma once
 
-#include <functional>
 #include <memory>
-#include <optional>
 #include <set>
 #include <string>
 
 #include "platform/Log.h"
-#include "platform/UUID.h"
-#include "platform/linux/AdapterChoice.h"
-#include "platform/linux/BlueZConnection.h"
-#include "platform/linux/BlueZDevices.h"
-#include "platform/linux/BlueZMonitor.h"
-#include "platform/linux/DiscoverySchedule.h"
+#include "platform/linux/BlueZListening.h"
 #include "platform/linux/MainContext.h"
-#include "platform/location/Advertisement.h"
+#include "platform/location/Radio.h"
 
 namespace platform {
 
-/// The radio: hears beacons through BlueZ's daemon for as long as it lives, and goes on by itself
-/// after anything that happens to the daemon, the adapter or the bus. Lives on the thread of its
-/// context; never destroyed from inside one of its own calls.
-class BlueZRadio : private BlueZConnection::Listener {
+/// The radio of a Linux phone: beacons through BlueZ's daemon, over the system bus.
+class BlueZRadio final : public Radio {
  public:
-  struct Status {
-    bool listening = false;
-    /// Why it does not, one line for a person that says what to do; empty while it is on the way.
-    std::string fault;
-    /// Whether policy forbids it; absent until the daemon has answered, or is known to be absent.
-    std::optional<bool> refused;
+  /// `adapter`: "hci0" or an address; empty for whichever there is. `log` gets a line on each fault
+  /// that is mended without the host's knowledge; it may be null.
+  BlueZRadio(MainContext context, std::string adapter, std::shared_ptr<Log> log,
+             Listener& listener);
 
-    friend bool operator==(const Status&, const Status&) = default;
-  };
-
-  struct Options {
-    /// "hci0" or an address; empty for whichever there is.
-    std::string adapter;
-    /// Networks that a monitor may watch for. When there is none, the daemon is asked whether it
-    /// would listen, and nothing is begun.
-    std::set<UUID> networks;
-    /// For what is mended without the host's knowledge; may be null.
-    std::shared_ptr<Log> log;
-    std::function<void(const Advertisement&)> onHeard;
-    std::function<void(const Status&)> onStatus;
-  };
-
-  BlueZRadio(MainContext context, Options options);
-
-  const std::set<UUID>& networks() const { return options_.networks; }
-
-  /// Ends it at once; nothing is called afterwards. May be called from inside its own calls.
-  void close();
+  void listen(const std::set<UUID>& networks) override;
+  void stop() override;
 
  private:
-  void onForgotten() override;
-  void onStage() override;
-  void onObject(const std::string& path, GVariant* interfaces) override;
-  void onNewObject(const std::string& path, GVariant* interfaces) override;
-  void onRemoved(const std::string& path, const gchar* const* interfaces) override;
-  void onAdapterChanged(const std::string& path, GVariant* changed) override;
-  void onDeviceChanged(const std::string& path, GVariant* changed, GVariant* invalidated) override;
-
-  /// Takes the adapter that serves now into use.
-  void useAdapter();
-  void startMonitor();
-
-  /// Makes the call that is due, tells the status and sets the timer.
-  void proceed();
-  void perform(DiscoverySchedule::Call call);
-  void finish(DiscoverySchedule::Call call, const BusReply& reply);
-  void hear(const std::string& path, const std::optional<Advertisement>& advertisement);
-  void publish();
-  std::string fault() const;
-  void arm();
-  void log(const std::string& line) const;
-
   const MainContext context_;
-  const Options options_;
-  Timer timer_;
-  DiscoverySchedule schedule_;
-  AdapterChoice adapters_;
-  BlueZDevices devices_;
-  /// Path of the adapter that serves; empty when there is none.
-  std::string adapter_;
-  bool powered_ = false;
-  /// Whether something was heard since the adapter was taken into use.
-  bool proven_ = false;
-  /// Counts the adapters taken into use: the answer of an earlier one is of no use.
-  int epoch_ = 0;
-  /// Why discovery did not start; empty when it did.
-  std::string failure_;
-  std::optional<bool> refused_;
-  Status status_;
-  /// Until when a daemon that has just started may find adapters.
-  Instant adaptersDue_{};
-  /// When the timer wakes.
-  std::optional<Instant> armed_;
-  bool closed_ = false;
-  /// Calls the rest of this, so it stands last.
-  BlueZConnection connection_;
-  std::unique_ptr<BlueZMonitor> monitor_;
+  const std::string adapter_;
+  const std::shared_ptr<Log> log_;
+  Listener& listener_;
+  /// Kept after it was closed, because that may have been inside a call of its own.
+  std::unique_ptr<BlueZListening> listening_;
 };
 
 }  // namespace platform

@@ -62,23 +62,26 @@ std::optional<CLLocation> positionIn(GVariant* properties, std::int64_t now) {
   return position;
 }
 
-GeoCluePositions::GeoCluePositions(MainContext context, Options options)
+GeoCluePositions::GeoCluePositions(MainContext context, std::string desktopId, Listener& listener)
     : context_(std::move(context)),
-      options_(std::move(options)),
-      timer_(context_, [this] { open(); }) {
+      desktopId_(std::move(desktopId)),
+      listener_(listener),
+      timer_(context_, [this] { open(); }) {}
+
+void GeoCluePositions::start(double accuracy) {
+  accuracy_ = accuracy;
   open();
 }
 
-void GeoCluePositions::close() {
+void GeoCluePositions::stop() {
   signals_.clear();
   watch_.reset();
-  bus_->close();
+  if (bus_) bus_->close();
   timer_.set(std::nullopt);
 }
 
 void GeoCluePositions::open() {
-  signals_.clear();
-  watch_.reset();
+  stop();
   started_ = false;
   bus_ = std::make_unique<SystemBus>(
       context_,
@@ -105,8 +108,8 @@ void GeoCluePositions::useClient(const BusReply& reply) {
   const gchar* path = nullptr;
   g_variant_get(reply.value.get(), "(&o)", &path);
   client_ = path;
-  const bool street = options_.accuracy >= kStreetAccuracy;
-  setProperty("DesktopId", g_variant_new_string(options_.desktopId.c_str()));
+  const bool street = accuracy_ >= kStreetAccuracy;
+  setProperty("DesktopId", g_variant_new_string(desktopId_.c_str()));
   setProperty("RequestedAccuracyLevel", g_variant_new_uint32(street ? kStreet : kExact));
   // Below its threshold GeoClue can lose a slow walk; distances are filtered behind this.
   setProperty("DistanceThreshold", g_variant_new_uint32(0));
@@ -141,7 +144,7 @@ void GeoCluePositions::onStarted(const BusReply& reply) {
     return;
   }
   started_ = true;
-  options_.onGrant(PositionGrant::kGranted, "");
+  listener_.positionGrantChanged(PositionGrant::kGranted, "");
 }
 
 /// GeoClue stops and starts a client as the user wishes.
@@ -149,8 +152,9 @@ void GeoCluePositions::onActiveChanged(GVariant* arguments) {
   const Variant changed(g_variant_get_child_value(arguments, 1));
   gboolean active = FALSE;
   if (!started_ || g_variant_lookup(changed.get(), "Active", "b", &active) == FALSE) return;
-  options_.onGrant(active != FALSE ? PositionGrant::kGranted : PositionGrant::kDenied,
-                   active != FALSE ? "" : "the permission to know the position was withdrawn");
+  listener_.positionGrantChanged(
+      active != FALSE ? PositionGrant::kGranted : PositionGrant::kDenied,
+      active != FALSE ? "" : "the permission to know the position was withdrawn");
 }
 
 void GeoCluePositions::onLocationUpdated(GVariant* arguments) {
@@ -167,14 +171,14 @@ void GeoCluePositions::onLocationUpdated(GVariant* arguments) {
                if (!reply.value) return;
                const Variant properties(g_variant_get_child_value(reply.value.get(), 0));
                const auto position = positionIn(properties.get(), g_get_real_time());
-               if (position) options_.onPosition(*position);
+               if (position) listener_.positionFound(*position);
              });
 }
 
 void GeoCluePositions::refuse(const BusReply& reply) {
   timer_.set(monotonicNow() + kPause);
-  options_.onGrant(positionGrantOf(reply.error, reply.message),
-                   "no positions from GeoClue: " + reply.message);
+  listener_.positionGrantChanged(positionGrantOf(reply.error, reply.message),
+                                 "no positions from GeoClue: " + reply.message);
 }
 
 }  // namespace platform

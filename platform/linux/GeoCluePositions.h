@@ -2,16 +2,15 @@
 
 #include <glib.h>
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/Location.h"
-#include "platform/linux/LocationPermission.h"
 #include "platform/linux/MainContext.h"
 #include "platform/linux/SystemBus.h"
+#include "platform/location/PositionSource.h"
 
 namespace platform {
 
@@ -23,26 +22,14 @@ PositionGrant positionGrantOf(const std::string& error, const std::string& messa
 /// older than half a minute at `now`, microseconds since 1970, or not a position at all.
 std::optional<CLLocation> positionIn(GVariant* properties, std::int64_t now);
 
-/// The positions that GeoClue finds, for as long as this lives; it asks for permission to begin
-/// with. Lives on the thread of its context; never destroyed from inside one of its own calls.
-class GeoCluePositions {
+/// The positions that GeoClue finds, over the system bus. While it is refused, it asks again.
+class GeoCluePositions final : public PositionSource {
  public:
-  struct Options {
-    /// Names the application to GeoClue, and so to the user.
-    std::string desktopId;
-    /// Metres.
-    double accuracy = kCLLocationAccuracyNearestTenMeters;
-    std::function<void(const CLLocation&)> onPosition;
-    /// With the reason for a person, empty when it is granted.
-    std::function<void(PositionGrant, const std::string&)> onGrant;
-  };
+  /// `desktopId` names the application to GeoClue, and so to the user.
+  GeoCluePositions(MainContext context, std::string desktopId, Listener& listener);
 
-  GeoCluePositions(MainContext context, Options options);
-
-  double accuracy() const { return options_.accuracy; }
-
-  /// Ends it at once; nothing is called afterwards. May be called from inside its own calls.
-  void close();
+  void start(double accuracy) override;
+  void stop() override;
 
  private:
   void open();
@@ -54,7 +41,9 @@ class GeoCluePositions {
   void refuse(const BusReply& reply);
 
   const MainContext context_;
-  const Options options_;
+  const std::string desktopId_;
+  Listener& listener_;
+  double accuracy_ = kCLLocationAccuracyNearestTenMeters;
   Timer timer_;
   std::string client_;
   bool started_ = false;

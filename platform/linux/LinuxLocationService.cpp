@@ -1,28 +1,30 @@
 #include "platform/linux/LinuxLocationService.h"
 
-#include <utility>
+#include <memory>
 
-#include "platform/linux/LiveLocation.h"
-#include "platform/linux/PermissionBoard.h"
+#include "platform/linux/BlueZRadio.h"
+#include "platform/linux/GeoCluePositions.h"
+#include "platform/linux/MainContext.h"
 
 namespace platform {
+namespace {
 
-LinuxLocationService::LinuxLocationService(Options options)
-    : options_(std::move(options)),
-      board_(std::make_shared<PermissionBoard>(!options_.desktopId.empty())) {}
-
-LinuxLocationService::~LinuxLocationService() = default;
-
-std::int32_t LinuxLocationService::authorizationStatus() const {
-  return board_->published().status;
+LiveLocationService::Sources sourcesFor(const LinuxLocationService::Options& options) {
+  LiveLocationService::Sources sources;
+  sources.eventLoop = [] { return std::make_shared<MainContext>(MainContext::ofThisThread()); };
+  sources.radio = [adapter = options.adapter, log = options.live.log](Radio::Listener& listener) {
+    return std::make_unique<BlueZRadio>(MainContext::ofThisThread(), adapter, log, listener);
+  };
+  if (options.desktopId.empty()) return sources;
+  sources.positions = [desktopId = options.desktopId](PositionSource::Listener& listener) {
+    return std::make_unique<GeoCluePositions>(MainContext::ofThisThread(), desktopId, listener);
+  };
+  return sources;
 }
 
-bool LinuxLocationService::locationServicesEnabled() const {
-  return board_->published().servicesEnabled;
-}
+}  // namespace
 
-std::shared_ptr<CLLocationManager> LinuxLocationService::createManager() {
-  return LiveLocation::createManager(options_, board_);
-}
+LinuxLocationService::LinuxLocationService(const Options& options)
+    : LiveLocationService(sourcesFor(options), options.live) {}
 
 }  // namespace platform

@@ -5,12 +5,12 @@
 namespace platform {
 namespace {
 
-using Deed = std::function<void()>;
+using Task = std::function<void()>;
 
-void destroyDeed(gpointer deed) { delete static_cast<Deed*>(deed); }
+void destroyTask(gpointer task) { delete static_cast<Task*>(task); }
 
-gboolean callDeed(gpointer deed) {
-  (*static_cast<Deed*>(deed))();
+gboolean callTask(gpointer task) {
+  (*static_cast<Task*>(task))();
   return G_SOURCE_REMOVE;
 }
 
@@ -28,17 +28,31 @@ MainContext::MainContext(GMainContext* context) : context_(context, g_main_conte
 
 MainContext MainContext::ofThisThread() { return MainContext(g_main_context_ref_thread_default()); }
 
-void MainContext::post(std::function<void()> deed) const {
+void MainContext::post(std::function<void()> task) {
   GSource* const source = g_idle_source_new();
   g_source_set_priority(source, G_PRIORITY_DEFAULT);
-  g_source_set_callback(source, callDeed, new Deed(std::move(deed)), destroyDeed);
+  g_source_set_callback(source, callTask, new Task(std::move(task)), destroyTask);
   g_source_attach(source, get());
   g_source_unref(source);
 }
 
+void MainContext::invoke(std::function<void()> task) {
+  const auto context = context_;  // the task may destroy this
+  if (g_main_context_acquire(context.get()) == FALSE) {
+    post(std::move(task));  // another thread runs it, now
+    return;
+  }
+  std::exchange(task, nullptr)();
+  g_main_context_release(context.get());
+}
+
+std::unique_ptr<EventLoop::Timer> MainContext::createTimer(std::function<void()> due) {
+  return std::make_unique<platform::Timer>(*this, std::move(due));
+}
+
 Timer::Timer(const MainContext& context, std::function<void()> due)
     : source_(g_source_new(&timerFunctions, sizeof(GSource))) {
-  g_source_set_callback(source_, callDeed, new Deed(std::move(due)), destroyDeed);
+  g_source_set_callback(source_, callTask, new Task(std::move(due)), destroyTask);
   g_source_attach(source_, context.get());
 }
 

@@ -7,6 +7,7 @@
 #include <optional>
 #include <utility>
 
+#include "platform/location/EventLoop.h"
 #include "platform/location/Instant.h"
 
 namespace platform {
@@ -14,17 +15,19 @@ namespace platform {
 /// Time on the clock by which GLib wakes: monotonic, and it stands still while the device sleeps.
 inline Instant monotonicNow() { return Instant(Duration(g_get_monotonic_time())); }
 
-/// A GLib main context, held as long as this lives.
-class MainContext {
+/// A GLib main context, held as long as this lives. A copy stands for the same.
+class MainContext final : public EventLoop {
  public:
   /// The default of the calling thread: what an application's main loop runs there.
   static MainContext ofThisThread();
 
   GMainContext* get() const { return context_.get(); }
 
-  /// Calls `deed` once, when the context runs next, never at once. Any thread. When the context
-  /// goes without having run, `deed` is destroyed uncalled.
-  void post(std::function<void()> deed) const;
+  void post(std::function<void()> task) override;
+  void invoke(std::function<void()> task) override;
+  std::unique_ptr<EventLoop::Timer> createTimer(std::function<void()> due) override;
+  Instant now() const override { return monotonicNow(); }
+  const void* identity() const override { return get(); }
 
  private:
   explicit MainContext(GMainContext* context);
@@ -47,16 +50,15 @@ class ThreadDefault {
   const MainContext context_;
 };
 
-/// Calls back on a context when its time has come.
-class Timer {
+/// A timer on a context.
+class Timer final : public EventLoop::Timer {
  public:
   Timer(const MainContext& context, std::function<void()> due);
-  ~Timer();
+  ~Timer() override;
   Timer(const Timer&) = delete;
   Timer& operator=(const Timer&) = delete;
 
-  /// Once, at `time` on the monotonic clock; absent for never. Replaces what was set.
-  void set(std::optional<Instant> time);
+  void set(std::optional<Instant> time) override;
 
  private:
   GSource* const source_;

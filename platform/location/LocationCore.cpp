@@ -1,480 +1,284 @@
+// How it works. Two kinds of calls come in: operations of managers, on any thread, and what feeds
+// the core, on one thread. Both change the managers' tasks under one lock, `State::mutex`. A
+// delegate is never called there: what there is to report goes into the queue, and the feeding call
+// delivers it when it holds no lock. So a delegate may call every operation, drop its manager, and
+// even feed the core again.
+//
+// An operation leaves the time alone: what it starts begins when time is fed next (`settle`). While
+// nothing was changed and nothing is due, `advance` only moves the time (`passQuietly`), because
+// most frames come in a quiet time.
+
 #include "platform/location/LocationCore.h"
 
 #include <algorithm>
-#include <deque>
-#include <functional>
-#include <map>
-#include <mutex>
-#include <string>
 #include <utility>
 #include <vector>
 
+#include "platform/Mutex.h"
 #include "platform/location/IBeaconFrame.h"
-#include "platform/location/PositionFilter.h"
-#include "platform/location/RangingWindow.h"
-#include "platform/location/RegionMonitor.h"
+#include "platform/location/ManagerTasks.h"
+#include "platform/location/ReportQueue.h"
 
 namespace platform {
-namespace {
 
-using Region = std::shared_ptr<const CLBeaconRegion>;
-using Call = std::function<void(CLLocationManagerDelegate&, CLLocationManager&)>;
-
-// What runs for one region; absent until the time is known at which it began.
-
-struct Monitored {
-  Region region;
-  std::optional<RegionMonitor> monitor;
-};
-
-struct Ranged {
-  Region region;
-  std::optional<RangingWindow> window;
-};
-
-}  // namespace
-
-/// What managers and feeding threads share, under one lock, which is never held while a delegate is
-/// called: calls are queued here first.
+/// What managers and the feeding thread share.
 struct LocationCore::State {
-  struct Report {
-    std::weak_ptr<Manager> manager;
-    /// What the report is about. A report is dropped when that has gone: nothing is reported about
-    /// a region after it was stopped.
-    std::weak_ptr<const void> subject;
-    Call call;
-  };
+  explicit State(Options settings) : options(std::move(settings)), reports(options.log) {}
 
-  explicit State(Options settings) : options(std::move(settings)) {}
+  /// Moves the time, if that is all there is to do until then; false if not.
+  bool passQuietly(Instant to) BRIVANE_EXCLUDES(mutex);
+  /// Begins what was started, and finds out when something will be due.
+  void settle() BRIVANE_EXCLUDES(mutex);
+  void begin() BRIVANE_REQUIRES(mutex);
+  std::optional<Instant> earliestDeadline() const BRIVANE_REQUIRES(mutex);
 
-  /// Delivers what is queued, also what comes to it meanwhile. Without the lock.
-  void deliver();
-  /// Begins what was started, now. Without the lock.
-  void begin();
-  /// Moves the time, if that is all there is to do until then; false if not. Without the lock.
-  bool passQuietly(Instant to);
-  /// The earliest of the managers' deadlines. Under the lock.
-  std::optional<Instant> deadline();
-
-  mutable std::mutex mutex;
-  Options options;
-  Instant now{};
-  /// Nothing is due before this: most frames change nothing, so that most times only pass. In the
-  /// past while something may have changed.
-  Instant quietUntil = Instant::min();
-  bool scanning = true;
-  std::vector<std::weak_ptr<Manager>> managers;
-  std::deque<Report> reports;
+  const Options options;
+  ReportQueue reports;
+  mutable Mutex mutex;
+  Instant now BRIVANE_GUARDED_BY(mutex){};
+  bool scanning BRIVANE_GUARDED_BY(mutex) = true;
+  /// Of the managers that are there.
+  std::vector<std::shared_ptr<ManagerTasks>> tasks BRIVANE_GUARDED_BY(mutex);
+  /// Counts what may have put something else on the agenda, and how much of it `settle` has seen.
+  std::uint64_t changes BRIVANE_GUARDED_BY(mutex) = 1;
+  std::uint64_t settled BRIVANE_GUARDED_BY(mutex) = 0;
+  /// When something is due, as it was when `settle` looked. Written there alone.
+  std::optional<Instant> deadline BRIVANE_GUARDED_BY(mutex);
 };
-
-/// One operation of a manager: holds the lock, then tells of it.
-class LocationCore::Operation {
- public:
-  explicit Operation(State& state) : state_(state), lock_(state.mutex) {
-    state_.quietUntil = Instant::min();
-  }
-  ~Operation() {
-    lock_.unlock();
-    if (state_.options.onOperation) state_.options.onOperation();
-  }
-  Operation(const Operation&) = delete;
-  Operation& operator=(const Operation&) = delete;
-
- private:
-  State& state_;
-  std::unique_lock<std::mutex> lock_;
-};
-
-class LocationCore::Manager final : public CLLocationManager,
-                                    public std::enable_shared_from_this<Manager> {
- public:
-  explicit Manager(std::shared_ptr<State> state) : state_(std::move(state)) {}
-
-  void setDelegate(std::weak_ptr<CLLocationManagerDelegate> delegate) override {
-    const Operation operation(*state_);
-    delegate_ = std::move(delegate);
-  }
-
-  bool offersRequestAlwaysAuthorization() const override {
-    return static_cast<bool>(state_->options.onOperation);
-  }
-
-  void requestAlwaysAuthorization() override {
-    const Operation operation(*state_);
-    wantsAuthorization_ = true;
-  }
-
-  void startMonitoringForRegion(Region region) override {
-    const Operation operation(*state_);
-    const std::string& identifier = region->identifier();
-    monitored_[identifier] = std::make_shared<Monitored>(Monitored{region, std::nullopt});
-  }
-
-  void stopMonitoringForRegion(const CLBeaconRegion& region) override {
-    const Operation operation(*state_);
-    monitored_.erase(region.identifier());
-  }
-
-  void requestStateForRegion(Region region) override {
-    const Operation operation(*state_);
-    queue(shared_from_this(), [this, region](auto& delegate, auto& manager) {
-      delegate.locationManager_didDetermineState_forRegion(manager, stateOf(*region), *region);
-    });
-  }
-
-  void startRangingBeaconsInRegion(Region region) override {
-    const Operation operation(*state_);
-    auto& ranged = ranged_[region->identifier()];
-    // A region that is ranged already goes on in its rhythm.
-    if (!ranged) ranged = std::make_shared<Ranged>(Ranged{region, std::nullopt});
-  }
-
-  void stopRangingBeaconsInRegion(const CLBeaconRegion& region) override {
-    const Operation operation(*state_);
-    ranged_.erase(region.identifier());
-  }
-
-  void setDesiredAccuracy(double accuracy) override {
-    const Operation operation(*state_);
-    accuracy_ = accuracy;
-  }
-
-  void setDistanceFilter(double distance) override {
-    const Operation operation(*state_);
-    filter_.setDistance(distance);
-  }
-
-  void startUpdatingLocation() override {
-    const Operation operation(*state_);
-    if (updating_) return;
-    filter_.reset();
-    updating_ = std::make_shared<bool>(true);
-  }
-
-  void stopUpdatingLocation() override {
-    const Operation operation(*state_);
-    updating_.reset();
-  }
-
-  // The rest is called by the core.
-
-  std::shared_ptr<CLLocationManagerDelegate> delegate() const {
-    const std::lock_guard lock(state_->mutex);
-    return delegate_.lock();
-  }
-
-  // Under the lock.
-
-  void queueAuthorization() {
-    queue(shared_from_this(), [this](auto& delegate, auto& manager) {
-      std::unique_lock lock(state_->mutex);
-      const std::int32_t status = state_->options.authorization;
-      lock.unlock();
-      delegate.locationManager_didChangeAuthorizationStatus(manager, status);
-    });
-  }
-
-  void addTo(Wanted& wanted) const {
-    for (const auto& [identifier, monitored] : monitored_) {
-      wanted.beacons.insert(monitored->region->proximityUUID());
-    }
-    for (const auto& [identifier, ranged] : ranged_) {
-      wanted.beacons.insert(ranged->region->proximityUUID());
-    }
-    wanted.authorization = wanted.authorization || wantsAuthorization_;
-    if (!updating_) return;
-    wanted.accuracy = wanted.positions ? std::min(wanted.accuracy, accuracy_) : accuracy_;
-    wanted.positions = true;
-  }
-
-  void begin() {
-    for (const auto& [identifier, monitored] : monitored_) {
-      if (monitored->monitor) continue;
-      monitored->monitor.emplace(state_->now, state_->options.exitPeriod, state_->scanning);
-    }
-    for (const auto& [identifier, ranged] : ranged_) {
-      if (!ranged->window) ranged->window.emplace(ranged->region->proximityUUID(), state_->now);
-    }
-  }
-
-  void failBeacons(const std::string& error) {
-    for (const auto& [identifier, ranged] : ranged_) {
-      queue(ranged, [region = ranged->region, error](auto& delegate, auto& manager) {
-        delegate.locationManager_rangingBeaconsDidFailForRegion_withError(manager, *region, error);
-      });
-    }
-    if (!ranged_.empty()) return;
-    for (const auto& [identifier, monitored] : monitored_) {
-      queue(monitored, [region = monitored->region, error](auto& delegate, auto& manager) {
-        delegate.locationManager_monitoringDidFailForRegion_withError(manager, *region, error);
-      });
-    }
-  }
-
-  void failPositions(const std::string& error) {
-    if (!updating_) return;
-    queue(updating_, [error](auto& delegate, auto& manager) {
-      delegate.locationManager_didFailWithError(manager, error);
-    });
-  }
-
-  void hear(const IBeaconFrame& frame, int rssi, Instant now) {
-    begin();  // what another thread started since the time was fed
-    for (const auto& [identifier, monitored] : monitored_) {
-      if (monitored->region->proximityUUID() == frame.proximityUUID) {
-        queueChange(monitored, monitored->monitor->hear(now));
-      }
-    }
-    for (const auto& [identifier, ranged] : ranged_) {
-      if (ranged->region->proximityUUID() == frame.proximityUUID) {
-        ranged->window->hear(frame, rssi, now);
-      }
-    }
-  }
-
-  void locate(const CLLocation& position) {
-    if (!updating_ || !filter_.passes(position)) return;
-    queue(updating_, [position](auto& delegate, auto& manager) {
-      delegate.locationManager_didUpdateLocations(manager, {position});
-    });
-  }
-
-  void setScanning(bool scanning, Instant now) {
-    begin();
-    for (const auto& [identifier, monitored] : monitored_) {
-      monitored->monitor->setScanning(scanning, now);
-    }
-  }
-
-  std::optional<Instant> deadline() const {
-    std::optional<Instant> earliest;
-    for (const auto& [identifier, monitored] : monitored_) {
-      if (monitored->monitor) earliest = earlier(earliest, monitored->monitor->deadline());
-    }
-    for (const auto& [identifier, ranged] : ranged_) {
-      if (ranged->window) earliest = earlier(earliest, ranged->window->deadline());
-    }
-    return earliest;
-  }
-
-  void advance(Instant now) {
-    for (const auto& [identifier, monitored] : monitored_) {
-      if (monitored->monitor) queueChange(monitored, monitored->monitor->advance(now));
-    }
-    for (const auto& [identifier, ranged] : ranged_) {
-      if (!ranged->window || ranged->window->deadline() > now) continue;
-      queue(ranged, [region = ranged->region, beacons = ranged->window->report()](auto& delegate,
-                                                                                  auto& manager) {
-        delegate.locationManager_didRangeBeacons_inRegion(manager, beacons, *region);
-      });
-    }
-  }
-
- private:
-  CLRegionState stateOf(const CLBeaconRegion& region) const {
-    const std::lock_guard lock(state_->mutex);
-    const auto found = monitored_.find(region.identifier());
-    return found == monitored_.end() || !found->second->monitor ? kCLRegionStateUnknown
-                                                                : found->second->monitor->state();
-  }
-
-  void queue(const std::shared_ptr<const void>& subject, Call call) {
-    state_->reports.push_back({weak_from_this(), subject, std::move(call)});
-  }
-
-  void queueChange(const std::shared_ptr<Monitored>& monitored, RegionMonitor::Change change) {
-    using Change = RegionMonitor::Change;
-    const Region& region = monitored->region;
-    if (change == Change::kNone) return;
-    if (change == Change::kEntered && region->notifyOnEntry()) {
-      queue(monitored, [region](auto& delegate, auto& manager) {
-        delegate.locationManager_didEnterRegion(manager, *region);
-      });
-    }
-    if (change == Change::kExited && region->notifyOnExit()) {
-      queue(monitored, [region](auto& delegate, auto& manager) {
-        delegate.locationManager_didExitRegion(manager, *region);
-      });
-    }
-    queue(monitored, [region, state = monitored->monitor->state()](auto& delegate, auto& manager) {
-      delegate.locationManager_didDetermineState_forRegion(manager, state, *region);
-    });
-  }
-
-  const std::shared_ptr<State> state_;
-  bool wantsAuthorization_ = false;
-  double accuracy_ = kCLLocationAccuracyNearestTenMeters;
-  std::weak_ptr<CLLocationManagerDelegate> delegate_;
-  std::map<std::string, std::shared_ptr<Monitored>> monitored_;
-  std::map<std::string, std::shared_ptr<Ranged>> ranged_;
-  PositionFilter filter_;
-  std::shared_ptr<const bool> updating_;  // there while positions are wanted
-};
-
-namespace {
-
-/// Calls `use` for each manager that is still there.
-template <typename Managers, typename Use>
-void forEach(Managers& managers, Use use) {
-  std::erase_if(managers, [&use](const auto& weak) {
-    const auto manager = weak.lock();
-    if (manager) use(*manager);
-    return !manager;
-  });
-}
-
-}  // namespace
-
-void LocationCore::State::begin() {
-  const std::lock_guard lock(mutex);
-  forEach(managers, [](Manager& manager) { manager.begin(); });
-  quietUntil = reports.empty() ? deadline().value_or(Instant::max()) : Instant::min();
-}
-
-std::optional<Instant> LocationCore::State::deadline() {
-  std::optional<Instant> earliest;
-  forEach(managers,
-          [&](const Manager& manager) { earliest = earlier(earliest, manager.deadline()); });
-  return earliest;
-}
 
 bool LocationCore::State::passQuietly(Instant to) {
-  const std::lock_guard lock(mutex);
-  if (to >= quietUntil) return false;
+  const MutexLock lock(mutex);
+  if (settled != changes || !reports.isEmpty() || (deadline && *deadline <= to)) return false;
   now = std::max(now, to);
   return true;
 }
 
-void LocationCore::State::deliver() {
-  for (;;) {
-    std::unique_lock lock(mutex);
-    if (reports.empty()) return;
-    const Report report = std::move(reports.front());
-    reports.pop_front();
-    const auto manager = report.manager.lock();
-    const bool wanted = manager && !report.subject.expired();
-    lock.unlock();
-    const auto delegate = wanted ? manager->delegate() : nullptr;
-    if (!delegate) continue;
-    try {
-      report.call(*delegate, *manager);
-    } catch (...) {  // NOLINT(bugprone-empty-catch): what a host throws ends here, with this call
-    }
-  }
+void LocationCore::State::settle() {
+  const MutexLock lock(mutex);
+  begin();
+  deadline = earliestDeadline();
+  settled = changes;
 }
 
-LocationCore::LocationCore(const Options& options) : state_(std::make_shared<State>(options)) {}
+void LocationCore::State::begin() {
+  for (const auto& each : tasks) each->begin({now, options.exitPeriod, scanning});
+}
+
+std::optional<Instant> LocationCore::State::earliestDeadline() const {
+  std::optional<Instant> earliest;
+  for (const auto& each : tasks) earliest = earlier(earliest, each->deadline());
+  return earliest;
+}
+
+/// The operations of a manager. What it was asked for stands in its tasks.
+class LocationCore::Manager final : public ReportQueue::Manager,
+                                    public std::enable_shared_from_this<Manager> {
+ public:
+  explicit Manager(std::shared_ptr<State> state) : state_(std::move(state)) {}
+
+  ~Manager() override {
+    {
+      const MutexLock lock(state_->mutex);
+      std::erase(state_->tasks, tasks_);
+      ++state_->changes;
+    }
+    if (state_->options.onOperation) state_->options.onOperation();
+  }
+  Manager(const Manager&) = delete;
+  Manager& operator=(const Manager&) = delete;
+
+  /// Once, when somebody owns it.
+  void begin() {
+    tasks_ = std::make_shared<ManagerTasks>(weak_from_this(), state_->reports);
+    const MutexLock lock(state_->mutex);
+    state_->tasks.push_back(tasks_);
+    ++state_->changes;
+    tasks_->tellPermission(state_->options.permission);
+  }
+
+  std::shared_ptr<CLLocationManagerDelegate> delegate() const override {
+    const MutexLock lock(state_->mutex);
+    return delegate_.lock();
+  }
+
+  void setDelegate(std::weak_ptr<CLLocationManagerDelegate> delegate) override {
+    {
+      const MutexLock lock(state_->mutex);
+      delegate_ = std::move(delegate);
+    }
+    operate([](ManagerTasks& /*tasks*/) {});
+  }
+
+  bool offersRequestAlwaysAuthorization() const override {
+    return state_->options.offersRequestAlwaysAuthorization;
+  }
+  void requestAlwaysAuthorization() override {
+    operate([](ManagerTasks& tasks) { tasks.askForAuthorization(); });
+  }
+
+  void startMonitoringForRegion(ManagerTasks::Region region) override {
+    operate([&region](ManagerTasks& tasks) { tasks.monitor(region); });
+  }
+  void stopMonitoringForRegion(const CLBeaconRegion& region) override {
+    operate([&region](ManagerTasks& tasks) { tasks.stopMonitoring(region); });
+  }
+  void requestStateForRegion(ManagerTasks::Region region) override {
+    operate([this, &region](ManagerTasks& tasks) {
+      tasks.answerLater([this, region](auto& delegate, auto& manager) {
+        delegate.locationManager_didDetermineState_forRegion(manager, stateOf(*region), *region);
+      });
+    });
+  }
+  void startRangingBeaconsInRegion(ManagerTasks::Region region) override {
+    operate([&region](ManagerTasks& tasks) { tasks.range(region); });
+  }
+  void stopRangingBeaconsInRegion(const CLBeaconRegion& region) override {
+    operate([&region](ManagerTasks& tasks) { tasks.stopRanging(region); });
+  }
+
+  void setDesiredAccuracy(double accuracy) override {
+    operate([accuracy](ManagerTasks& tasks) { tasks.setAccuracy(accuracy); });
+  }
+  void setDistanceFilter(double distance) override {
+    operate([distance](ManagerTasks& tasks) { tasks.setDistanceFilter(distance); });
+  }
+  void startUpdatingLocation() override {
+    operate([](ManagerTasks& tasks) { tasks.startUpdating(); });
+  }
+  void stopUpdatingLocation() override {
+    operate([](ManagerTasks& tasks) { tasks.stopUpdating(); });
+  }
+
+ private:
+  template <typename Change>
+  void operate(const Change& change) {
+    {
+      const MutexLock lock(state_->mutex);
+      change(*tasks_);
+      ++state_->changes;
+    }
+    if (state_->options.onOperation) state_->options.onOperation();
+  }
+
+  CLRegionState stateOf(const CLBeaconRegion& region) const {
+    const MutexLock lock(state_->mutex);
+    return tasks_->stateOf(region);
+  }
+
+  const std::shared_ptr<State> state_;
+  /// Used under the core's lock alone.
+  std::shared_ptr<ManagerTasks> tasks_;
+  std::weak_ptr<CLLocationManagerDelegate> delegate_ BRIVANE_GUARDED_BY(state_->mutex);
+};
+
+LocationCore::LocationCore(Options options) : state_(std::make_shared<State>(std::move(options))) {}
 
 LocationCore::~LocationCore() = default;
 
-void LocationCore::hear(const Advertisement& advertisement, Instant now) {
-  advance(now);
+void LocationCore::hear(const Advertisement& advertisement, Instant heard) {
+  advance(heard);
   const auto frame = IBeaconFrame::parse(advertisement);
   if (!frame) return;
   {
-    const std::lock_guard lock(state_->mutex);
-    forEach(state_->managers,
-            [&](Manager& manager) { manager.hear(*frame, advertisement.rssi, state_->now); });
-    if (state_->reports.empty()) return;
+    const MutexLock lock(state_->mutex);
+    state_->begin();  // what another thread started since the time was fed
+    for (const auto& each : state_->tasks) {
+      each->hear(*frame, advertisement.rssi, heard, state_->now);
+    }
+    if (state_->reports.isEmpty()) return;
+    ++state_->changes;
   }
-  state_->deliver();
-  state_->begin();
+  state_->reports.deliver();
+  state_->settle();
 }
 
 void LocationCore::locate(const CLLocation& position, Instant now) {
   advance(now);
   {
-    const std::lock_guard lock(state_->mutex);
-    forEach(state_->managers, [&](Manager& manager) { manager.locate(position); });
+    const MutexLock lock(state_->mutex);
+    for (const auto& each : state_->tasks) each->locate(position);
   }
-  state_->deliver();
-  state_->begin();
+  state_->reports.deliver();
+  state_->settle();
 }
 
 void LocationCore::setScanning(bool scanning, Instant now) {
   advance(now);
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   state_->scanning = scanning;
-  state_->quietUntil = Instant::min();
-  forEach(state_->managers, [&](Manager& manager) { manager.setScanning(scanning, state_->now); });
+  state_->begin();
+  for (const auto& each : state_->tasks) each->setScanning(scanning, state_->now);
+  ++state_->changes;
 }
 
-void LocationCore::setAuthorization(CLAuthorizationStatus status, bool servicesEnabled) {
+void LocationCore::tellPermission() {
   {
-    const std::lock_guard lock(state_->mutex);
-    state_->options.authorization = status;
-    state_->options.servicesEnabled = servicesEnabled;
-    forEach(state_->managers, [](Manager& manager) { manager.queueAuthorization(); });
+    const MutexLock lock(state_->mutex);
+    for (const auto& each : state_->tasks) each->tellPermission(state_->options.permission);
   }
-  state_->deliver();
+  state_->reports.deliver();
 }
 
 void LocationCore::failBeacons(const std::string& error) {
   {
-    const std::lock_guard lock(state_->mutex);
-    forEach(state_->managers, [&error](Manager& manager) { manager.failBeacons(error); });
+    const MutexLock lock(state_->mutex);
+    for (const auto& each : state_->tasks) each->failBeacons(error);
   }
-  state_->deliver();
+  state_->reports.deliver();
 }
 
 void LocationCore::failPositions(const std::string& error) {
   {
-    const std::lock_guard lock(state_->mutex);
-    forEach(state_->managers, [&error](Manager& manager) { manager.failPositions(error); });
+    const MutexLock lock(state_->mutex);
+    for (const auto& each : state_->tasks) each->failPositions(error);
   }
-  state_->deliver();
+  state_->reports.deliver();
 }
 
 void LocationCore::advance(Instant now) {
   if (state_->passQuietly(now)) return;
-  state_->deliver();
+  state_->reports.deliver();
   // Deadline by deadline: what a delegate does at one decides about the next.
   for (auto due = nextDeadline(); due && *due <= now; due = nextDeadline()) {
     {
-      const std::lock_guard lock(state_->mutex);
+      const MutexLock lock(state_->mutex);
       state_->now = std::max(state_->now, *due);
-      forEach(state_->managers, [&](Manager& manager) { manager.advance(*due); });
+      for (const auto& each : state_->tasks) each->advance(*due);
+      ++state_->changes;
     }
-    state_->deliver();
-    state_->begin();
+    state_->reports.deliver();
+    state_->settle();
   }
   {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     state_->now = std::max(state_->now, now);
   }
-  state_->begin();
+  state_->settle();
 }
 
 LocationCore::Wanted LocationCore::wanted() const {
-  const std::lock_guard lock(state_->mutex);
+  const MutexLock lock(state_->mutex);
   Wanted wanted;
-  forEach(state_->managers, [&wanted](const Manager& manager) { manager.addTo(wanted); });
+  for (const auto& each : state_->tasks) each->addTo(wanted);
   return wanted;
 }
 
 std::optional<Instant> LocationCore::nextDeadline() const {
-  const std::lock_guard lock(state_->mutex);
-  if (state_->quietUntil == Instant::max()) return std::nullopt;
-  if (state_->quietUntil != Instant::min()) return state_->quietUntil;
-  return state_->deadline();
+  const MutexLock lock(state_->mutex);
+  return state_->settled == state_->changes ? state_->deadline : state_->earliestDeadline();
 }
 
 std::int32_t LocationCore::authorizationStatus() const {
-  const std::lock_guard lock(state_->mutex);
-  return state_->options.authorization;
+  return state_->options.permission().status;
 }
 
 bool LocationCore::locationServicesEnabled() const {
-  const std::lock_guard lock(state_->mutex);
-  return state_->options.servicesEnabled;
+  return state_->options.permission().servicesEnabled;
 }
 
 std::shared_ptr<CLLocationManager> LocationCore::createManager() {
   auto manager = std::make_shared<Manager>(state_);
-  const std::lock_guard lock(state_->mutex);
-  state_->managers.push_back(manager);
-  state_->quietUntil = Instant::min();
-  manager->queueAuthorization();
+  manager->begin();
   return manager;
 }
 

@@ -9,9 +9,11 @@
 
 #include "platform/Export.h"
 #include "platform/Location.h"
+#include "platform/Log.h"
 #include "platform/UUID.h"
 #include "platform/location/Advertisement.h"
 #include "platform/location/Instant.h"
+#include "platform/location/Permission.h"
 
 namespace platform {
 
@@ -29,12 +31,15 @@ class BRIVANE_EXPORT LocationCore final : public LocationService {
   struct Options {
     /// How long a region stays inside without a frame.
     Duration exitPeriod = kExitPeriod;
-    CLAuthorizationStatus authorization = kCLAuthorizationStatusNotDetermined;
-    bool servicesEnabled = true;
-    /// Called after each operation of a manager, on its caller's thread: `wanted` may have changed,
-    /// and a report may wait for `advance`. Empty where time is fed anyway; then there is nobody
-    /// who could ask the user, and permanent authorisation cannot be asked for.
+    /// The user's consent, which is not kept here. Called on any thread.
+    std::function<Permission()> permission = [] { return Permission(); };
+    /// Whether somebody is there who could ask the user for permanent authorisation.
+    bool offersRequestAlwaysAuthorization = false;
+    /// Called after each operation of a manager and at its end, on that thread: `wanted` may have
+    /// changed, and a report may wait for `advance`. Empty where time is fed anyway.
     std::function<void()> onOperation = nullptr;
+    /// For a line on each exception that leaves a delegate; may be null.
+    std::shared_ptr<Log> log = nullptr;
   };
 
   /// What the managers need of the sources.
@@ -48,17 +53,18 @@ class BRIVANE_EXPORT LocationCore final : public LocationService {
     bool authorization = false;
   };
 
-  explicit LocationCore(const Options& options);
+  explicit LocationCore(Options options);
   ~LocationCore() override;
 
-  /// The radio heard an advertisement.
-  void hear(const Advertisement& advertisement, Instant now);
+  /// The radio heard an advertisement at `heard`. That may be before the latest time that was fed,
+  /// for a radio that delivers in batches.
+  void hear(const Advertisement& advertisement, Instant heard);
   /// The device is at a position.
   void locate(const CLLocation& position, Instant now);
   /// The radio began or ceased to listen; it listens at first.
   void setScanning(bool scanning, Instant now);
-  /// The user's consent, or the switch, changed; each manager hears of it.
-  void setAuthorization(CLAuthorizationStatus status, bool servicesEnabled);
+  /// The permission has changed: each manager hears of it.
+  void tellPermission();
   /// The radio cannot listen: told for each ranged region, or by a manager that ranges none, for
   /// each monitored one. `error` is one line for a person.
   void failBeacons(const std::string& error);
@@ -80,7 +86,6 @@ class BRIVANE_EXPORT LocationCore final : public LocationService {
 
  private:
   struct State;
-  class Operation;
   class Manager;
 
   const std::shared_ptr<State> state_;

@@ -26,10 +26,11 @@ bool isNearer(const CLBeacon& a, const CLBeacon& b) {
 RangingWindow::RangingWindow(const UUID& proximityUUID, Instant now)
     : proximityUUID_(proximityUUID), deadline_(now + kInterval) {}
 
-void RangingWindow::hear(const IBeaconFrame& frame, int rssi, Instant now) {
+void RangingWindow::hear(const IBeaconFrame& frame, int rssi, Instant heard) {
+  if (deadline_ - heard > kLingering) return;
   Heard& beacon = heard_[{frame.major, frame.minor}];
   beacon.measuredPower = frame.measuredPower;
-  beacon.last = now;
+  beacon.last = std::max(beacon.last, heard);
   if (!isReading(rssi)) return;
   beacon.sum += rssi;
   ++beacon.readings;

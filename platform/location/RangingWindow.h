@@ -18,8 +18,9 @@ class BRIVANE_EXPORT RangingWindow {
  public:
   RangingWindow(const UUID& proximityUUID, Instant now);
 
-  /// A frame of the region was heard.
-  void hear(const IBeaconFrame& frame, int rssi, Instant now);
+  /// A frame of the region was heard, at `heard`; it counts for the next report unless it is too
+  /// old for that.
+  void hear(const IBeaconFrame& frame, int rssi, Instant heard);
 
   /// When the next report is due.
   Instant deadline() const { return deadline_; }

@@ -1,5 +1,6 @@
 #include "platform/location/RegionMonitor.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace platform {
@@ -9,8 +10,9 @@ RegionMonitor::RegionMonitor(Instant now, Duration exitPeriod, bool scanning)
   if (!scanning) remaining_ = exitPeriod;
 }
 
-RegionMonitor::Change RegionMonitor::hear(Instant now) {
-  silenceEnds_ = now + exitPeriod_;
+RegionMonitor::Change RegionMonitor::hear(Instant heard, Instant now) {
+  if (heard + exitPeriod_ <= now) return Change::kNone;
+  silenceEnds_ = std::max(silenceEnds_, heard + exitPeriod_);
   if (remaining_) remaining_ = exitPeriod_;
   const bool wasInside = std::exchange(state_, kCLRegionStateInside) == kCLRegionStateInside;
   return wasInside ? Change::kNone : Change::kEntered;

@@ -19,8 +19,9 @@ class BRIVANE_EXPORT RegionMonitor {
 
   CLRegionState state() const { return state_; }
 
-  /// A frame of the region was heard.
-  Change hear(Instant now);
+  /// A frame of the region was heard, at `heard`, not after `now`. One that is as old as an exit
+  /// period says nothing any more.
+  Change hear(Instant heard, Instant now);
   /// Time has passed.
   Change advance(Instant now);
   /// The radio began or ceased to listen.

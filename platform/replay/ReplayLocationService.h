@@ -11,6 +11,7 @@
 #include "platform/Export.h"
 #include "platform/Location.h"
 #include "platform/location/LocationCore.h"
+#include "platform/location/Permission.h"
 #include "platform/replay/BtsnoopReader.h"
 #include "platform/replay/GpxTrack.h"
 #include "platform/replay/ReplayClock.h"
@@ -34,7 +35,7 @@ class BRIVANE_EXPORT ReplayLocationService final : public LocationService {
     /// Called with the part of the capture that has been played, 0 to 1, on the thread of `run`.
     /// May be empty.
     std::function<void(double)> onProgress;
-    LocationCore::Options location = {.authorization = kCLAuthorizationStatusAuthorizedAlways};
+    LocationCore::Options location = {.permission = alwaysPermitted};
   };
 
   /// Opens the files. Throws CaptureError when one is missing or of another kind.

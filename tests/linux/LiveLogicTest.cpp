@@ -10,7 +10,6 @@
 #include "platform/linux/BlueZDevices.h"
 #include "platform/linux/DiscoverySchedule.h"
 #include "platform/linux/GeoCluePositions.h"
-#include "platform/linux/LocationPermission.h"
 
 namespace {
 
@@ -173,29 +172,6 @@ TEST(BlueZDevices, CountsSightingsAndNothingElse) {
   devices.forget(path);
   EXPECT_EQ(change("'RSSI': <int16 -49>", ""), "");
   EXPECT_EQ(textOf(devices.find("/org/bluez/hci0/dev_nonsense_here", found.get())), "-50/0");
-}
-
-TEST(Permission, FollowsWhatIsGranted) {
-  using Grant = PositionGrant;
-  const auto statusOf = [](bool withPositions, Grant positions, std::optional<bool> bluetoothRefused = false) {
-    LocationPermission permission(withPositions);
-    EXPECT_EQ(permission.current().status, 0);  // nobody has asked
-    permission.ask();
-    if (bluetoothRefused) permission.setBluetoothRefused(*bluetoothRefused);
-    permission.setPositions(positions);
-    permission.setPositions(Grant::kPending);  // nothing new
-    EXPECT_EQ(permission.current().servicesEnabled, positions != Grant::kSwitchedOff);
-    return permission.current().status;
-  };
-  EXPECT_EQ(statusOf(false, Grant::kPending, std::nullopt), 0);
-  EXPECT_EQ(statusOf(false, Grant::kPending), 3);
-  EXPECT_EQ(statusOf(false, Grant::kPending, true), 2);
-  EXPECT_EQ(statusOf(true, Grant::kPending), 0);
-  EXPECT_EQ(statusOf(true, Grant::kGranted), 3);
-  EXPECT_EQ(statusOf(true, Grant::kDenied), 2);
-  EXPECT_EQ(statusOf(true, Grant::kRestricted), 1);
-  EXPECT_EQ(statusOf(true, Grant::kGranted, true), 2);
-  EXPECT_EQ(statusOf(true, Grant::kSwitchedOff), 3);
 }
 
 TEST(GeoClue, ReadsRefusalsAndPositions) {

@@ -175,7 +175,7 @@ TEST(Live, MayBeDroppedOnAnotherThreadAndWithoutALoop) {
 
 TEST(Live, ABlockedApplicationMissesReportsButLeavesNoRegion) {
   const OwnContext context;
-  LinuxLocationService service({.exitPeriod = 2s});
+  LinuxLocationService service({.live = {.exitPeriod = 2s}});
   Walker walker(service);
   ASSERT_TRUE(context.runUntil([&] { return walker.has("range-60"); }));
   std::this_thread::sleep_for(4s);

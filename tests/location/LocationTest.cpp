@@ -81,7 +81,10 @@ class Core : public testing::Test {
   }
 
   int operations = 0;
-  LocationCore core{{.onOperation = [this] { ++operations; }}};
+  Permission permission;
+  LocationCore core{{.permission = [this] { return permission; },
+                     .offersRequestAlwaysAuthorization = true,
+                     .onOperation = [this] { ++operations; }}};
   std::shared_ptr<CLLocationManager> manager = core.createManager();
   std::shared_ptr<RecordingDelegate> listener = std::make_shared<RecordingDelegate>();
   std::shared_ptr<CLBeaconRegion> region = CLBeaconRegion::initWithProximityUUID_identifier(kNetwork, "r");
@@ -104,7 +107,11 @@ class Core : public testing::Test {
       {"stranger", [this] { core.hear(beaconFrame(UUID(), 1, 1, -60), now); }},
       {"deaf", [this] { core.setScanning(false, now); }},
       {"scan", [this] { core.setScanning(true, now); }},
-      {"grant", [this] { core.setAuthorization(kCLAuthorizationStatusAuthorizedAlways, false); }},
+      {"grant",
+       [this] {
+         permission = {.status = kCLAuthorizationStatusAuthorizedAlways, .servicesEnabled = false};
+         core.tellPermission();
+       }},
       {"failBeacons", [this] { core.failBeacons("beacons"); }},
       {"failPositions", [this] { core.failPositions("positions"); }},
   };

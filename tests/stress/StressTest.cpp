@@ -66,7 +66,7 @@ class Phone {
   const std::shared_ptr<platform::CurlHTTPClient> curl_;
   const std::shared_ptr<host::WatchedHTTPClient> http_ = std::make_shared<host::WatchedHTTPClient>(curl_, nullptr);
   const std::shared_ptr<platform::LocationCore> location_ = std::make_shared<platform::LocationCore>(
-      platform::LocationCore::Options{.authorization = platform::kCLAuthorizationStatusAuthorizedAlways});
+      platform::LocationCore::Options{.permission = platform::alwaysPermitted});
   std::atomic<bool> silent_ = false;
   std::thread radio_;
 };

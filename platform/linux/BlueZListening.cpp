@@ -1,0 +1,268 @@
+// How it works
+//
+// BlueZConnection leads to the daemon and calls the functions whose names begin with "on": what
+// adapters and devices there are, what becomes of them, and when none of that holds any more.
+// AdapterChoice says which adapter serves; useAdapter takes it into use when that has changed.
+// DiscoverySchedule says which call is due: filter, start, stop, or a new connection. At most one
+// is under way; its answer comes to `finish`, and proceed() asks for the next. BlueZMonitor, where
+// the adapter offers monitors, stands beside the discovery.
+//
+// All of it runs on one thread, from the main context alone. The listener is called from two
+// places, publish() and hear(), each the last thing that its caller does apart from setting the
+// timer: the listener may close this there. What happened to an adapter that is not in use any
+// more is never taken for the news of the one that is: that is what the epoch is for.
+#include "platform/linux/BlueZListening.h"
+
+#include <glib.h>
+
+#include <utility>
+
+#include "platform/linux/RadioFault.h"
+
+namespace platform {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// BlueZ answers the calls of a discovery at once, or as soon as its controller does.
+constexpr std::chrono::milliseconds kPatience = 3s;
+/// A daemon that has just started finds its adapters one by one.
+constexpr Duration kAdapterGrace = 2s;
+
+DiscoverySchedule::Outcome outcomeOf(const BusReply& reply) {
+  using Outcome = DiscoverySchedule::Outcome;
+  if (reply.value) return Outcome::kDone;
+  if (isDenied(reply.error)) return Outcome::kRefused;
+  if (reply.error == "org.freedesktop.DBus.Error.NoReply") return Outcome::kLost;
+  const bool isBusy =
+      reply.error == "org.bluez.Error.InProgress" || reply.error == "org.bluez.Error.NotReady";
+  return isBusy ? Outcome::kBusy : Outcome::kFailed;
+}
+
+/// Every report, of LE devices, however faint. The empty pattern matches every address: it keeps
+/// ours coming while another client's filter matches none of them.
+GVariant* filter() {
+  return g_variant_new_parsed(
+      "({'Transport': <'le'>, 'DuplicateData': <true>, 'RSSI': <int16 -127>, 'Pattern': <''>},)");
+}
+
+void readFlag(GVariant* properties, const char* name, bool& flag) {
+  gboolean value = FALSE;
+  if (g_variant_lookup(properties, name, "b", &value) != FALSE) flag = value != FALSE;
+}
+
+/// Takes over the properties (a{sv}) that are named.
+void read(GVariant* properties, BlueZAdapter& adapter) {
+  const gchar* address = nullptr;
+  if (g_variant_lookup(properties, "Address", "&s", &address) != FALSE) adapter.address = address;
+  readFlag(properties, "Powered", adapter.powered);
+  readFlag(properties, "Discovering", adapter.discovering);
+}
+
+Variant interfaceIn(GVariant* interfaces, const char* name) {
+  return Variant(g_variant_lookup_value(interfaces, name, G_VARIANT_TYPE_VARDICT));
+}
+
+}  // namespace
+
+BlueZListening::BlueZListening(MainContext context, Options options)
+    : context_(std::move(context)),
+      options_(std::move(options)),
+      timer_(context_,
+             [this] {
+               armed_.reset();
+               proceed();
+             }),
+      adapters_(options_.adapter),
+      connection_(context_, *this) {}
+
+void BlueZListening::close() {
+  closed_ = true;
+  connection_.close();
+  timer_.set(std::nullopt);
+}
+
+void BlueZListening::onForgotten() {
+  ++epoch_;
+  monitor_.reset();
+  adapters_.removeAll();
+  devices_.forgetAll();
+  adapter_.clear();
+  powered_ = false;
+  failure_.clear();
+  schedule_.setUsable(false, monotonicNow());
+}
+
+void BlueZListening::onStage() {
+  using Stage = BlueZConnection::Stage;
+  const Stage stage = connection_.stage();
+  if (stage == Stage::kNoBus) log("the system bus: " + connection_.reason());
+  if (stage != Stage::kConnecting && stage != Stage::kAsking) refused_ = connection_.isRefused();
+  if (stage == Stage::kKnown) adaptersDue_ = monotonicNow() + kAdapterGrace;
+  useAdapter();
+  proceed();
+}
+
+void BlueZListening::onObject(const std::string& path, GVariant* interfaces) {
+  if (const Variant its = interfaceIn(interfaces, BlueZConnection::kAdapter)) {
+    read(its.get(), adapters_.at(path));
+  }
+  BlueZAdapter* const adapter = adapters_.find(path);
+  if (adapter != nullptr && interfaceIn(interfaces, BlueZConnection::kMonitorManager)) {
+    adapter->offersMonitor = true;
+  }
+  if (const Variant its = interfaceIn(interfaces, BlueZConnection::kDevice)) {
+    devices_.know(path, its.get());
+  }
+}
+
+void BlueZListening::onNewObject(const std::string& path, GVariant* interfaces) {
+  if (const Variant device = interfaceIn(interfaces, BlueZConnection::kDevice)) {
+    hear(path, devices_.find(path, device.get()));
+    return;
+  }
+  onObject(path, interfaces);
+  useAdapter();
+  proceed();
+}
+
+void BlueZListening::onRemoved(const std::string& path, const gchar* const* interfaces) {
+  if (g_strv_contains(interfaces, BlueZConnection::kDevice) != FALSE) devices_.forget(path);
+  if (g_strv_contains(interfaces, BlueZConnection::kAdapter) == FALSE) return;
+  adapters_.remove(path);
+  useAdapter();
+  proceed();
+}
+
+void BlueZListening::onAdapterChanged(const std::string& path, GVariant* changed) {
+  BlueZAdapter* const adapter = adapters_.find(path);
+  if (adapter == nullptr) return;
+  const bool before = adapter->discovering;
+  read(changed, *adapter);
+  if (path == adapter_ && adapter->discovering != before) {
+    schedule_.setDiscovering(adapter->discovering, monotonicNow());
+  }
+  useAdapter();
+  proceed();
+}
+
+void BlueZListening::onDeviceChanged(const std::string& path, GVariant* changed,
+                                     GVariant* invalidated) {
+  hear(path, devices_.change(path, changed, invalidated));
+}
+
+void BlueZListening::useAdapter() {
+  const std::string path = adapters_.choose();
+  const BlueZAdapter* const adapter = adapters_.find(path);
+  const bool powered = adapter != nullptr && adapter->powered;
+  if (path == adapter_ && powered == powered_) return;
+  ++epoch_;
+  adapter_ = path;
+  powered_ = powered;
+  proven_ = false;
+  failure_.clear();
+  monitor_.reset();
+  const bool usable = powered && !options_.networks.empty();
+  schedule_.setUsable(usable, monotonicNow());
+  if (!usable) return;
+  schedule_.setDiscovering(adapter->discovering, monotonicNow());
+  if (adapter->offersMonitor) startMonitor();
+}
+
+void BlueZListening::startMonitor() {
+  monitor_ = std::make_unique<BlueZMonitor>(
+      connection_.bus(), context_, connection_.daemon(), adapter_, options_.networks,
+      [this](const std::string& reason) {
+        log("no advertisement monitor, discovery goes on alone: " + reason);
+      });
+}
+
+void BlueZListening::proceed() {
+  if (const auto call = schedule_.next(monotonicNow())) perform(*call);
+  publish();
+  if (!closed_) arm();
+}
+
+void BlueZListening::perform(DiscoverySchedule::Call call) {
+  using Call = DiscoverySchedule::Call;
+  if (call == Call::kRenewConnection) {
+    log("the connection is renewed");
+    connection_.renew();
+    return;
+  }
+  if (call == Call::kStop) log("nothing is heard, discovery is renewed");
+  const char* const method = call == Call::kSetFilter ? "SetDiscoveryFilter"
+                             : call == Call::kStart   ? "StartDiscovery"
+                                                      : "StopDiscovery";
+  connection_.bus().call({.destination = connection_.daemon().c_str(),
+                          .path = adapter_,
+                          .interface = BlueZConnection::kAdapter,
+                          .method = method,
+                          .arguments = call == Call::kSetFilter ? filter() : nullptr,
+                          .timeout = kPatience},
+                         [this, call, epoch = epoch_](const BusReply& reply) {
+                           if (epoch == epoch_) finish(call, reply);
+                         });
+}
+
+void BlueZListening::finish(DiscoverySchedule::Call call, const BusReply& reply) {
+  using Outcome = DiscoverySchedule::Outcome;
+  const Outcome outcome = outcomeOf(reply);
+  const bool fails = outcome == Outcome::kRefused || outcome == Outcome::kFailed;
+  const bool starts = call == DiscoverySchedule::Call::kStart && outcome == Outcome::kDone;
+  if (call != DiscoverySchedule::Call::kStop && (fails || starts)) {
+    failure_ = fails ? reply.message : "";
+    refused_ = outcome == Outcome::kRefused;
+  }
+  schedule_.finish(outcome, monotonicNow());
+  proceed();
+}
+
+void BlueZListening::hear(const std::string& path,
+                          const std::optional<Advertisement>& advertisement) {
+  if (adapter_.empty() || !path.starts_with(adapter_ + "/")) return;
+  schedule_.hear(monotonicNow());
+  if (!std::exchange(proven_, true)) adapters_.prove(adapter_);
+  if (advertisement) options_.listener.radioHeard(*advertisement, monotonicNow());
+}
+
+void BlueZListening::publish() {
+  const bool listening = schedule_.isListening();
+  Radio::Status status{listening, listening ? "" : fault(), refused_};
+  if (status == status_) return;
+  status_ = std::move(status);
+  options_.listener.radioChanged(status_);
+}
+
+std::string BlueZListening::fault() const {
+  using Stage = BlueZConnection::Stage;
+  const Stage stage = connection_.stage();
+  // What was wrong before stands until it is known to be over.
+  if (stage == Stage::kConnecting || stage == Stage::kAsking) return status_.fault;
+  return faultOf({.stage = stage,
+                  .reason = connection_.reason(),
+                  .wanted = options_.adapter,
+                  .adapter = adapter_.substr(adapter_.rfind('/') + 1),
+                  .powered = powered_,
+                  .mayFindAdapters = monotonicNow() < adaptersDue_,
+                  .failure = failure_});
+}
+
+/// Wakes for what is due first. An earlier wake that was set for something since put off costs less
+/// than setting the timer at each frame.
+void BlueZListening::arm() {
+  auto due = schedule_.deadline();
+  if (connection_.stage() == BlueZConnection::Stage::kKnown && adapter_.empty() &&
+      monotonicNow() < adaptersDue_) {
+    due = earlier(due, adaptersDue_);
+  }
+  if (!due || (armed_ && *armed_ <= *due)) return;
+  armed_ = due;
+  timer_.set(due);
+}
+
+void BlueZListening::log(const std::string& line) const {
+  if (options_.log) options_.log->write("Bluetooth: " + line);
+}
+
+}  // namespace platform

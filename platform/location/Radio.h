@@ -1,0 +1,54 @@
+#pragma once
+
+#include <optional>
+#include <set>
+#include <string>
+
+#include "platform/Export.h"
+#include "platform/UUID.h"
+#include "platform/location/Advertisement.h"
+#include "platform/location/Instant.h"
+
+namespace platform {
+
+/// Hears Bluetooth LE advertisements. A port writes this over its platform's scanner; what happens
+/// to the daemon or the adapter meanwhile it mends by itself. All calls, both ways, are on the
+/// thread of the loop that it was made for.
+class BRIVANE_EXPORT Radio {
+ public:
+  /// Whether it listens.
+  struct Status {
+    bool listening = false;
+    /// Why it does not, one line for a person that says what to do; empty while it is on the way.
+    std::string fault = {};
+    /// Whether the user or the system forbids it; absent until that is known.
+    std::optional<bool> refused = {};
+
+    friend bool operator==(const Status&, const Status&) = default;
+  };
+
+  /// Who is told. Not called from inside `listen`, nor after `stop` until it listens again.
+  class BRIVANE_EXPORT Listener {
+   public:
+    virtual ~Listener() = default;
+    /// An advertisement was heard at `time` on the loop's clock. A radio that delivers in batches
+    /// says when each was heard.
+    virtual void radioHeard(const Advertisement& advertisement, Instant time) = 0;
+    /// The status changed.
+    virtual void radioChanged(const Status& status) = 0;
+  };
+
+  /// Stops.
+  virtual ~Radio() = default;
+
+  /// Listens for beacons of `networks`; when there are none, finds out whether it would be allowed
+  /// to, and begins nothing. Called again, it goes on with others. What else is heard may be told
+  /// too. Never called from inside a call to the listener.
+  virtual void listen(const std::set<UUID>& networks) = 0;
+
+  /// Ends at once all that `listen` began. May be called from inside a call to the listener, and
+  /// then the radio is destroyed only after that has returned.
+  virtual void stop() = 0;
+};
+
+}  // namespace platform
