@@ -1,9 +1,11 @@
 #include "platform/linux/BlueZDevices.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstddef>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 #include <system_error>
 
@@ -89,6 +91,14 @@ std::optional<Advertisement> BlueZDevices::change(const std::string& path, GVari
   if (rssi) found->second.rssi = g_variant_get_int16(rssi.get());
   if (contains(invalidated, "RSSI")) found->second.rssi = 0;
   return data || rssi ? heard(path, found->second) : std::nullopt;
+}
+
+bool BlueZDevices::isSighting(GVariant* properties) {
+  constexpr const char* kHeard[] = {"RSSI", "ManufacturerData", "ServiceData", "AdvertisingData",
+                                    "AdvertisingFlags"};
+  return std::any_of(std::begin(kHeard), std::end(kHeard), [properties](const char* name) {
+    return Variant(g_variant_lookup_value(properties, name, nullptr)) != nullptr;
+  });
 }
 
 std::optional<Advertisement> BlueZDevices::heard(const std::string& path, const Device& device) {

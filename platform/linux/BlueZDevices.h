@@ -26,6 +26,10 @@ class BlueZDevices {
   /// Properties of a device have changed or have become invalid (as).
   std::optional<Advertisement> change(const std::string& path, GVariant* changed,
                                       GVariant* invalidated);
+  /// Whether the properties mean that the device was heard now: they bear its signal strength or
+  /// what it advertises. One that connects or is paired changes too, though nothing was heard.
+  static bool isSighting(GVariant* properties);
+
   void forget(const std::string& path) { devices_.erase(path); }
   void forgetAll() { devices_.clear(); }
 

@@ -118,7 +118,8 @@ void BlueZListening::onObject(const std::string& path, GVariant* interfaces) {
 
 void BlueZListening::onNewObject(const std::string& path, GVariant* interfaces) {
   if (const Variant device = interfaceIn(interfaces, BlueZConnection::kDevice)) {
-    hear(path, devices_.find(path, device.get()));
+    const auto advertisement = devices_.find(path, device.get());
+    if (BlueZDevices::isSighting(device.get())) hear(path, advertisement);
     return;
   }
   onObject(path, interfaces);
@@ -148,7 +149,8 @@ void BlueZListening::onAdapterChanged(const std::string& path, GVariant* changed
 
 void BlueZListening::onDeviceChanged(const std::string& path, GVariant* changed,
                                      GVariant* invalidated) {
-  hear(path, devices_.change(path, changed, invalidated));
+  const auto advertisement = devices_.change(path, changed, invalidated);
+  if (BlueZDevices::isSighting(changed)) hear(path, advertisement);
 }
 
 void BlueZListening::useAdapter() {
@@ -239,13 +241,16 @@ std::string BlueZListening::fault() const {
   const Stage stage = connection_.stage();
   // What was wrong before stands until it is known to be over.
   if (stage == Stage::kConnecting || stage == Stage::kAsking) return status_.fault;
+  const std::string name = adapter_.substr(adapter_.rfind('/') + 1);
   return faultOf({.stage = stage,
                   .reason = connection_.reason(),
                   .wanted = options_.adapter,
-                  .adapter = adapter_.substr(adapter_.rfind('/') + 1),
+                  .adapter = name,
                   .powered = powered_,
+                  .block = powered_ ? RadioBlock::kNone : radioBlockOf(name),
                   .mayFindAdapters = monotonicNow() < adaptersDue_,
-                  .failure = failure_});
+                  .failure = failure_,
+                  .isStuck = schedule_.isStuck()});
 }
 
 /// Wakes for what is due first. An earlier wake that was set for something since put off costs less

@@ -11,6 +11,8 @@ using namespace std::chrono_literals;
 constexpr Duration kBusyPause = 500ms;
 /// After as many attempts, ten seconds, BlueZ would have finished what it was busy with.
 constexpr int kMostBusy = 20;
+/// Each has been waited for some seconds.
+constexpr int kMostLost = 3;
 constexpr Duration kFailurePause = 500ms;
 constexpr Duration kRefusalPause = 30s;
 constexpr Duration kDoubtPause = 2s;
@@ -24,6 +26,11 @@ Duration doubled(Duration time, int times) { return time * (1 << std::min(times,
 }  // namespace
 
 void DiscoverySchedule::setUsable(bool usable, Instant now) {
+  const bool renewing = underWay_ == Call::kRenewConnection;
+  // An adapter that comes back begins anew, but a new connection goes on with the old one's
+  // trouble.
+  if (usable_ && !usable && !renewing) busy_ = lost_ = 0;
+  usable_ = usable;
   listening_ = false;
   underWay_.reset();
   planned_.reset();
@@ -39,7 +46,7 @@ void DiscoverySchedule::finish(Outcome outcome, Instant now) {
   if (!done) {
     retry(outcome, now);
   } else if (call == Call::kStart) {
-    busy_ = failed_ = 0;
+    busy_ = lost_ = failed_ = 0;
     listen(now);
   } else {
     planned_ = call == Call::kStop ? Call::kSetFilter : Call::kStart;
@@ -72,6 +79,8 @@ std::optional<Instant> DiscoverySchedule::deadline() const {
   return planned_ && !underWay_ ? std::optional(due_) : std::nullopt;
 }
 
+bool DiscoverySchedule::isStuck() const { return busy_ >= kMostBusy || lost_ >= kMostLost; }
+
 void DiscoverySchedule::listen(Instant now) {
   listening_ = true;
   planned_ = renewals_ == 0 ? Call::kStop : Call::kRenewConnection;
@@ -85,6 +94,7 @@ void DiscoverySchedule::retry(Outcome outcome, Instant now) {
     due_ = now + kBusyPause;
     if (++busy_ % kMostBusy == 0) planned_ = Call::kRenewConnection;
   } else if (outcome == Outcome::kLost) {
+    ++lost_;
     planned_ = Call::kRenewConnection;
     due_ = now + kBusyPause;
   } else {

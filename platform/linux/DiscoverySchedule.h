@@ -40,19 +40,23 @@ class DiscoverySchedule {
   std::optional<Instant> deadline() const;
 
   bool isListening() const { return listening_; }
+  /// For some ten seconds BlueZ has been busy, or has not answered.
+  bool isStuck() const;
 
  private:
   void listen(Instant now);
   void retry(Outcome outcome, Instant now);
 
+  bool usable_ = false;
   bool listening_ = false;
   bool discovering_ = false;
   /// What is to be called, and when: while listening, the renewal of a discovery that stays silent.
   std::optional<Call> planned_;
   Instant due_{};
   std::optional<Call> underWay_;
-  /// Attempts to start in succession that found BlueZ busy, and that failed.
+  /// Attempts to start in succession that found BlueZ busy, got no answer, or failed.
   int busy_ = 0;
+  int lost_ = 0;
   int failed_ = 0;
   /// Renewals since the last device was heard.
   int renewals_ = 0;

@@ -3,17 +3,28 @@
 namespace platform {
 namespace {
 
+std::string remedyOf(RadioBlock block) {
+  return block == RadioBlock::kHard
+             ? " is blocked by a switch of this device; switch it on there"
+             : " is blocked; end the airplane mode, or unblock it (rfkill unblock bluetooth)";
+}
+
 std::string faultOfAdapter(const RadioState& state) {
   if (state.adapter.empty()) {
     if (state.mayFindAdapters) return "";
+    if (state.block != RadioBlock::kNone) return "Bluetooth" + remedyOf(state.block);
     const std::string which = state.wanted.empty() ? "" : " " + state.wanted;
     return "there is no Bluetooth adapter" + which + "; plug it in, or load its driver";
   }
   if (!state.powered) {
     return "the Bluetooth adapter " + state.adapter +
-           " is off; switch it on (bluetoothctl power on)";
+           (state.block == RadioBlock::kNone ? " is off; switch it on (bluetoothctl power on)"
+                                             : remedyOf(state.block));
   }
-  return state.failure.empty() ? "" : "Bluetooth discovery does not start: " + state.failure;
+  const std::string what = "Bluetooth discovery does not start: ";
+  if (!state.failure.empty()) return what + state.failure;
+  if (!state.isStuck) return "";
+  return what + "the Bluetooth daemon stays busy; restart it (systemctl restart bluetooth)";
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "platform/linux/BlueZConnection.h"
+#include "platform/linux/RadioBlock.h"
 
 namespace platform {
 
@@ -10,16 +11,20 @@ namespace platform {
 struct RadioState {
   BlueZConnection::Stage stage = BlueZConnection::Stage::kConnecting;
   /// Why the daemon does not say what it has.
-  std::string reason;
+  std::string reason = {};
   /// The adapter that was asked for; empty for whichever there is.
-  std::string wanted;
+  std::string wanted = {};
   /// The one that serves, as "hci0"; empty for none.
-  std::string adapter;
+  std::string adapter = {};
   bool powered = false;
+  /// Of that adapter; of any while none serves.
+  RadioBlock block = RadioBlock::kNone;
   /// The daemon has just started, and finds its adapters one by one.
   bool mayFindAdapters = false;
   /// Why discovery does not start.
-  std::string failure;
+  std::string failure = {};
+  /// The daemon has been asked to start it for a while, and is busy or does not answer.
+  bool isStuck = false;
 };
 
 /// Why the radio does not listen, in one line for a person that says what to do; empty while

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <sstream>
 #include <string>
@@ -10,6 +12,9 @@
 #include "platform/linux/BlueZDevices.h"
 #include "platform/linux/DiscoverySchedule.h"
 #include "platform/linux/GeoCluePositions.h"
+#include "platform/linux/RadioBlock.h"
+#include "platform/linux/RadioFault.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
@@ -19,7 +24,7 @@ using namespace platform;
 Variant parse(const std::string& text) { return Variant(g_variant_ref_sink(g_variant_new_parsed(text.c_str()))); }
 
 /// What a discovery calls while events happen to it: "3:stop" for a call three seconds after the beginning; a "+"
-/// stands behind a call since which it listens. An event stands behind its second as well: the adapter is "on" or
+/// stands behind a call since which it listens, a "!" behind one since which it is stuck. An event stands behind its second as well: the adapter is "on" or
 /// "off", something is "heard", BlueZ says that it is "idle". "start=busy" is how each start ends from there on;
 /// after a start that is "quiet" BlueZ does not say that it discovers.
 class Story {
@@ -62,11 +67,13 @@ class Story {
       discovery_.finish(outcomes.at(endings_[name]), now);
       if (name == "start" && endings_[name].empty()) discovery_.setDiscovering(true, now);
       if (discovery_.isListening()) told_ += "+ ";
+      if (std::exchange(stuck_, discovery_.isStuck()) != discovery_.isStuck()) told_ += stuck_ ? "! " : "";
     }
   }
 
   std::map<std::string, std::string> endings_;
   DiscoverySchedule discovery_;
+  bool stuck_ = false;
   std::string told_;
 };
 
@@ -88,6 +95,10 @@ TEST(DiscoverySchedule, KeepsItselfRunning) {
       {"start=quiet 0:on 7:end", "0:filter 0:start + 2:stop 2:filter 2:start + 6:renew 6:filter 6:start + "},
       // An answer that is lost: on a new connection. What a stop answers is of no interest.
       {"start=lost 3:on start= 4:end", "3:filter 3:start 3:renew 3:filter 3:start + "},
+      // Stuck when that goes on, until a start succeeds or the adapter goes.
+      {"start=lost 0:on 1:off 2:on 3:end start= 4:end",
+       "0:filter 0:start 0:renew 0:filter 0:start 1:renew 1:filter 1:start ! "
+       "2:filter 2:start 2:renew 2:filter 2:start 3:renew 3:filter 3:start ! 3:renew 3:filter 3:start + "},
       {"stop=failed 0:on 0:idle 2:end", "0:filter 0:start + 2:stop 2:filter 2:start + "},
       // Refused: seldom. Failed: ever more seldom.
       {"filter=refused 0:on 60:end", "0:filter 30:filter 60:filter "},
@@ -97,7 +108,7 @@ TEST(DiscoverySchedule, KeepsItselfRunning) {
   // Busy: each half second, after ten a new connection.
   const std::string busy = Story().tell("start=busy 0:on 10:end");
   EXPECT_TRUE(busy.starts_with("0:filter 0:start 0:filter 0:start 1:filter 1:start 1:f")) << busy;
-  EXPECT_TRUE(busy.ends_with("9:filter 9:start 10:renew 10:filter 10:start ")) << busy;
+  EXPECT_TRUE(busy.ends_with("9:filter 9:start ! 10:renew 10:filter 10:start ")) << busy;
 }
 
 /// Which adapter serves, each time that changes, "-" for none: while adapters come or change ("0=A+" is hci0 with
@@ -136,6 +147,32 @@ TEST(AdapterChoice, PrefersPowerAndKnowsAnAdapterByItsAddress) {
       {"hci1", "1=B+ gone 0=B- 1=A+ 0=", "1-01"},  // wherever it is
   };
   for (const auto& [wanted, events, told] : rows) EXPECT_EQ(choices(wanted, events), told) << wanted << ": " << events;
+}
+
+TEST(RadioFault, GivesAdviceThatWorks) {
+  const TemporaryFolder folder;
+  const auto put = [&](const std::string& control, const std::map<std::string, std::string>& files) {
+    std::filesystem::create_directory(folder.path() / control);
+    for (const auto& [name, word] : files) std::ofstream(folder.path() / control / name) << word << "\n";
+  };
+  put("rfkill0", {{"type", "bluetooth"}, {"name", "hci0"}, {"soft", "0"}, {"hard", "1"}});
+  put("rfkill1", {{"type", "bluetooth"}, {"name", "hci1"}, {"soft", "1"}, {"hard", "0"}});
+  put("rfkill2", {{"type", "bluetooth"}, {"name", "hci2"}, {"soft", "0"}, {"hard", "0"}});
+  put("rfkill3", {{"type", "wlan"}, {"name", "phy0"}, {"soft", "1"}, {"hard", "0"}});
+  const auto adviceFor = [&](const std::string& adapter) {
+    const std::string fault = faultOf({.stage = BlueZConnection::Stage::kKnown,
+                                       .adapter = adapter,
+                                       .block = radioBlockOf(adapter, folder.path())});
+    return fault.substr(fault.find("; ") + 2);
+  };
+  EXPECT_EQ(adviceFor("hci0"), "switch it on there");
+  EXPECT_EQ(adviceFor("hci1"), "end the airplane mode, or unblock it (rfkill unblock bluetooth)");
+  EXPECT_EQ(adviceFor("hci2"), "switch it on (bluetoothctl power on)");
+  std::filesystem::remove_all(folder.path() / "rfkill0");
+  EXPECT_EQ(adviceFor(""), "end the airplane mode, or unblock it (rfkill unblock bluetooth)");
+  std::filesystem::remove_all(folder.path() / "rfkill1");
+  EXPECT_EQ(adviceFor(""), "plug it in, or load its driver");
+  EXPECT_EQ(radioBlockOf("", folder.path() / "absent"), RadioBlock::kNone);
 }
 
 TEST(BlueZDevices, CountsSightingsAndNothingElse) {

@@ -9,19 +9,37 @@ from gi.repository import GLib
 FRAMES_A_SECOND = 10
 NETWORK = bytes.fromhex("5c8e3d7a41b24f609e0b27d1a6c4f385")
 MONITORS = "org.bluez.AdvertisementMonitorManager1"
+ROOT = "/org/bluez/"
 
 
 def load(mock, parameters):
     load_bluez(mock, parameters)
     mock.beacons = []
     mock.deaf = False
+    mock.asked = 0
+    mock.refusal, mock.late = parameters.get("refusal"), ""
+    mock.AddMethod("org.freedesktop.DBus.ObjectManager", "GetManagedObjects", "", "a{oa{sa{sv}}}", answer)
     GLib.timeout_add(1000 // FRAMES_A_SECOND, hear_all, mock)
+
+
+def answer(mock):
+    mock.asked += 1
+    if mock.refusal:
+        raise dbus.exceptions.DBusException("as the test wishes", name=mock.refusal)
+    known = {dbus.ObjectPath(path): each.props for path, each in mockobject.objects.items() if path.startswith(ROOT)}
+    if mock.late:
+        mock.AddAdapter(mock.late, mock.late)
+        mock.late = ""
+    return known
 
 
 def hear_all(mock):
     for path, adapter in list(mockobject.objects.items()):
         properties = getattr(adapter, "props", {}).get(ADAPTER_IFACE)
-        if not properties or mock.deaf or not (properties["Powered"] and properties["Discovering"]):
+        if not properties or not (properties["Powered"] and properties["Discovering"]):
+            continue
+        if mock.deaf:  # a mouse that connects is not heard
+            tell(mock, path, 99, {"Connected": dbus.Boolean(True)})
             continue
         # Without this filter BlueZ tells of a beacon once.
         if (properties.get("DiscoveryFilter") or {}).get("DuplicateData"):
@@ -32,12 +50,15 @@ def hear_all(mock):
 
 def hear(mock, adapter, minor, rssi):
     frame = b"\x02\x15" + NETWORK + bytes([0, 1, 0, minor, 0xC5])
-    device = f"{adapter}/dev_C0_00_00_00_00_{minor:02X}"
-    properties = {
+    tell(mock, adapter, minor, {
         "ManufacturerData": dbus.Dictionary({dbus.UInt16(76): dbus.ByteArray(frame)}, "qv"),
-        "RSSI": dbus.Int16(rssi)}
+        "RSSI": dbus.Int16(rssi)})
+
+
+def tell(mock, adapter, number, properties):
+    device = f"{adapter}/dev_C0_00_00_00_00_{number:02X}"
     if device not in mockobject.objects:
-        mock.AddDevice(adapter.rsplit("/", 1)[1], f"C0:00:00:00:00:{minor:02X}", "beacon")
+        mock.AddDevice(adapter.rsplit("/", 1)[1], f"C0:00:00:00:00:{number:02X}", "device")
     mockobject.objects[device].EmitSignal(dbus.PROPERTIES_IFACE, "PropertiesChanged", "sa{sv}as",
                                           [DEVICE_IFACE, dbus.Dictionary(properties, "sv"), []])
 
@@ -45,6 +66,17 @@ def hear(mock, adapter, minor, rssi):
 @dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="yn")
 def PutOnAir(mock, minor, rssi):
     mock.beacons.append((int(minor), int(rssi)))
+
+
+@dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="s")
+def AppearWhenAsked(mock, adapter):
+    """Has an adapter appear after it was asked what there is, and before the answer, which does not name it."""
+    mock.late = str(adapter)
+
+
+@dbus.service.method(BLUEZ_MOCK_IFACE, out_signature="i")
+def TimesAsked(mock):
+    return mock.asked
 
 
 @dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="b")

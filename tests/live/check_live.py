@@ -52,9 +52,10 @@ class Machine:
         process.kill()
         process.communicate()
 
-    def start_daemon(self, name, owner, path, interface):
+    def start_daemon(self, name, owner, path, interface, parameters="{}"):
         """What controls the stand-in NAME.py."""
-        self.spawn(name, "/usr/bin/python3", "-m", "dbusmock", "--system", "--template", str(HERE / f"{name}.py"))
+        self.spawn(name, "/usr/bin/python3", "-m", "dbusmock", "--system", "--template", str(HERE / f"{name}.py"),
+                   "--parameters", parameters)
         bus = dbus.bus.BusConnection(self.address)
         wait_for(lambda: bus.name_has_owner(owner))
         return dbus.Interface(bus.get_object(owner, path), interface)
@@ -65,6 +66,9 @@ class Machine:
             name, *arguments = step.split()
             arguments = [int(each) if each.lstrip("-").isdigit() else each for each in arguments]
             (getattr(self, name, None) or self.radio.get_dbus_method(name))(*arguments)
+
+    def start_mute_bluez(self):
+        self.start_daemon("bluez_radio", "org.bluez", "/", "org.bluez.Mock", '{"refusal": "org.bluez.Error.Failed"}')
 
     def start_bluez(self):
         self.radio = self.start_daemon("bluez_radio", "org.bluez", "/", "org.bluez.Mock")
@@ -97,6 +101,10 @@ FAULTS = [
     start_fails("StartDiscovery", "NotReady"),
     start_fails("SetDiscoveryFilter", "Failed"),
     start_fails("StartDiscovery", "Failed"),
+    (["kill bluez_radio", "start_mute_bluez"],
+     "the Bluetooth daemon does not say what it has", ["kill bluez_radio", "start_bluez"]),
+    (["Power hci0 0", "Fail hci0 StartDiscovery org.bluez.Error.InProgress 999", "Power hci0 1"],
+     "does not start: the Bluetooth daemon stays busy", ["Fail hci0 StartDiscovery - 0"]),
     (["SetDeaf 1", "Fail hci0 StopDiscovery org.bluez.Error.InProgress 9"], "nothing is heard, discovery is renewed",
      ["SetDeaf 0"]),
 ]
@@ -109,11 +117,11 @@ NO_RADIO = [
      "Bluetooth discovery does not start: as the test wishes"),
 ]
 
-# GeoClue's refusal, or None where it is absent; how detection ends; what it says.
+# What happens before; GeoClue's refusal, or None where it is absent; how detection ends; what it says.
 GRANTS = [
-    ("", 0, "Location services not authorised"),  # granted, and withdrawn later
-    (None, 0, "No location services enabled"),
-    ("Access denied", 1, "not allowed to detect: no positions from GeoClue: Access denied"),
+    (["RemoveAdapter hci0", "AppearWhenAsked hci0"], "", 0, "Location services not authorised"),  # withdrawn later
+    ([], None, 0, "No location services enabled"),
+    ([], "Access denied", 1, "not allowed to detect: no positions from GeoClue: Access denied"),
 ]
 
 
@@ -140,10 +148,14 @@ class Live(unittest.TestCase):
                 time.sleep(PAUSE)
                 machine.do(*end)
                 wait_for(scan.hears)
+                if "start_bluez" in end:
+                    time.sleep(PAUSE)
+                    self.assertEqual(machine.radio.TimesAsked(), 1)  # what has recovered is left alone
             self.assertEqual([event["state"] for event in scan.of("state")], ["inside"])
             self.assertEqual(scan.status, 0)
-            # Each is told once, however often it is tried again; a busy radio is waited for without a word.
-            self.assertEqual(len([line for line in scan.lines if "does not start" in line]), "Failed" in str(end))
+            # Each is told once, however often it is tried again; a busy radio is waited for some time without a word.
+            self.assertEqual(len([line for line in scan.lines if "does not start" in line]),
+                             "Failed" in str(end) or "does not start" in complaint)
             if "discovery is renewed" not in complaint:
                 self.assertTrue(scan.says("^brivane: listening again$"))
                 self.assertEqual(len([line for line in scan.lines if complaint in line]), 1)
@@ -195,9 +207,9 @@ class Live(unittest.TestCase):
     def test_detection_names_the_place_and_reports_positions_as_they_are_granted(self):
         self.all_at_once(GRANTS, self.check_grant)
 
-    def check_grant(self, refusal, status, said):
+    def check_grant(self, steps, refusal, status, said):
         with Machine() as machine:
-            machine.do("start_bluez")
+            machine.do("start_bluez", *steps)
             if refusal is not None:
                 machine.start_geoclue(refusal)
             reach = start_service(self, SERVICE, WALKS, "--state", machine.folder.name)
