@@ -7,9 +7,8 @@
 
 /// Time never goes back, whatever stands in a capture, and whatever a controller's event holds.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const InputFile file(data, size);
   try {
-    platform::BtsnoopReader reader(file.path());
+    platform::BtsnoopReader reader(fileWith(data, size));
     platform::UTCTime latest{};
     while (const auto record = reader.next()) {
       require(record->time >= latest && !record->advertisements.empty());

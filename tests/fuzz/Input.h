@@ -16,21 +16,12 @@ inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {
   return {reinterpret_cast<const char*>(data), size};
 }
 
-/// The input as a file in memory, for what reads files alone.
-class InputFile {
- public:
-  InputFile(const std::uint8_t* data, std::size_t size) : descriptor_(memfd_create("input", MFD_CLOEXEC)) {
-    if (descriptor_ < 0 || write(descriptor_, data, size) != static_cast<ssize_t>(size)) std::abort();
-  }
-  ~InputFile() { close(descriptor_); }
-  InputFile(const InputFile&) = delete;
-  InputFile& operator=(const InputFile&) = delete;
-
-  std::string path() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
-
- private:
-  const int descriptor_;
-};
+/// The input as a file, for what reads files alone; in memory, so that nothing stays when a run is killed.
+inline std::string fileWith(const std::uint8_t* data, std::size_t size) {
+  static const int file = memfd_create("input", MFD_CLOEXEC);
+  if (ftruncate(file, 0) != 0 || pwrite(file, data, size, 0) != static_cast<ssize_t>(size)) std::abort();
+  return "/proc/self/fd/" + std::to_string(file);
+}
 
 /// Ends the run when what must hold does not.
 inline void require(bool condition) {

@@ -39,29 +39,20 @@ std::vector<Bytes> readSeeds(const char* const* first, const char* const* last) 
   return seeds;
 }
 
-// NOLINTNEXTLINE(cert-msc32-c,cert-msc51-cpp): the same changes each time are wanted
-class Mutator {
- public:
-  Bytes change(Bytes bytes, const Bytes& other) {
-    for (std::size_t count = below(8) + 1; count > 0; --count) changeOnce(bytes, other);
-    bytes.resize(std::min(bytes.size(), kLargest));
-    return bytes;
-  }
-  std::size_t below(std::size_t limit) { return random_() % limit; }
-
- private:
-  void changeOnce(Bytes& bytes, const Bytes& other) {
-    const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(below(bytes.size() + 1));
-    const auto end = at + static_cast<std::ptrdiff_t>(below(static_cast<std::size_t>(bytes.end() - at) + 1));
+/// `bytes` with up to eight changes: a bit, a byte that means something, a part cut out or one of `other` put in.
+Bytes changed(Bytes bytes, const Bytes& other, std::mt19937& random) {
+  const auto below = [&random](std::size_t limit) { return static_cast<std::ptrdiff_t>(random() % limit); };
+  for (auto count = below(8) + 1; count > 0; --count) {
+    const auto at = bytes.begin() + below(bytes.size() + 1);
     const auto kind = below(4);
     if (kind == 0 && at != bytes.end()) *at ^= static_cast<std::uint8_t>(1U << below(8));
     if (kind == 1) bytes.insert(at, static_cast<std::uint8_t>("\xFF\x7F\0{[\"e9"[below(8)]));
-    if (kind == 2) bytes.erase(at, end);
+    if (kind == 2) bytes.erase(at, bytes.end() - below(static_cast<std::size_t>(bytes.end() - at) + 1));
     if (kind == 3) bytes.insert(at, other.begin(), other.end());
   }
-
-  std::mt19937 random_;
-};
+  bytes.resize(std::min(bytes.size(), kLargest));
+  return bytes;
+}
 
 }  // namespace
 
@@ -72,9 +63,10 @@ int main(int argc, char** argv) {
   }
   const std::vector<Bytes> seeds = readSeeds(argv + 2, argv + argc);
   for (const Bytes& seed : seeds) LLVMFuzzerTestOneInput(seed.data(), seed.size());
-  Mutator mutator;
+  std::mt19937 random;  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same changes each time are wanted
+  const auto any = [&] { return seeds[random() % seeds.size()]; };
   for (std::size_t run = 0; run < runs; ++run) {
-    const Bytes input = mutator.change(seeds[mutator.below(seeds.size())], seeds[mutator.below(seeds.size())]);
+    const Bytes input = changed(any(), any(), random);
     LLVMFuzzerTestOneInput(input.data(), input.size());
   }
   std::cout << seeds.size() << " seeds and " << runs << " changes of them\n";

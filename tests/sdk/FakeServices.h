@@ -75,15 +75,15 @@ class FakeServices final : public platform::HTTPClient,
     }
     bool offersRequestAlwaysAuthorization() const override { return services_.offersAlways; }
     void requestAlwaysAuthorization() override { see("ask"); }
-    void startMonitoringForRegion(SharedRegion region) override { see("monitor " + region->identifier()); }
-    void stopMonitoringForRegion(const Region& region) override { see("stop monitoring " + region.identifier()); }
-    void requestStateForRegion(SharedRegion region) override { see("state of " + region->identifier()); }
-    void startRangingBeaconsInRegion(SharedRegion region) override { see("range " + region->identifier()); }
-    void stopRangingBeaconsInRegion(const Region& region) override { see("stop ranging " + region.identifier()); }
+    void startMonitoringForRegion(SharedRegion) override { see("monitor"); }
+    void stopMonitoringForRegion(const Region&) override { see("unmonitor"); }
+    void requestStateForRegion(SharedRegion) override { see("ask state"); }
+    void startRangingBeaconsInRegion(SharedRegion) override { see("range"); }
+    void stopRangingBeaconsInRegion(const Region&) override { see("unrange"); }
     void setDesiredAccuracy(double accuracy) override { see("accuracy " + std::to_string(accuracy)); }
     void setDistanceFilter(double distance) override { see("filter " + std::to_string(distance)); }
     void startUpdatingLocation() override { see("update"); }
-    void stopUpdatingLocation() override { see("stop updating"); }
+    void stopUpdatingLocation() override { see("stop"); }
 
     FakeServices& services_;
     const std::string name_;

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 #include <sys/utsname.h>
 
-#include <chrono>
 #include <exception>
 #include <functional>
 #include <ostream>
@@ -127,12 +126,31 @@ class Player {
                   (region->notifyOnEntry() ? " entry" : "") + (region->notifyOnExit() ? " exit" : "") +
                   (region->notifyEntryStateOnDisplay() ? " display" : ""));
   }
-  /// Without what differs from build to build and from machine to machine.
+  /// With short names for what differs from build to build and for what is seen often, each field of it as it must be.
   static std::string shortened(std::string seen) {
     utsname system{};
     uname(&system);
-    const std::pair<std::string, std::string> names[] = {{BVNetwork::proximityUUID(), "NETWORK"},
-                                                         {std::string("model=") + system.machine, "model=M"}};
+    const std::pair<std::string, std::string> names[] = {
+        {BVNetwork::proximityUUID(), "NETWORK"},
+        {std::string("model=") + system.machine, "model=M"},
+        {"POST oauth2/token/ client_id=key&client_secret=secret&grant_type=client_credentials", "LOGIN"},
+        {"POST sync/ installID=ID&model=M", "SYNC"},
+        {"POST resolve/ battery=-1&installID=ID&major=1&minor=2&model=M&rssi=-12&uuid=NETWORK", "RESOLVE1.2"},
+        {"POST resolve/ battery=-1&installID=ID&major=3&minor=4&model=M&rssi=-34&uuid=NETWORK", "RESOLVE3.4"},
+        {"POST tracker/ installID=ID&lat=41.000000&lng=-4.000000&model=M&provider=ios&radius=100&speed=0", "TRACK1"},
+        {"POST tracker/ installID=ID&lat=42.000000&lng=-5.000000&model=M&provider=ios&radius=200&speed=0", "TRACK2"},
+        {"POST nearest/ lat=1.5&lng=-2&radius=500", "NEAREST"},
+        {" [Bearer t1]", "[t1]"},
+        {R"(DATA: {"access_token":"t5","match":"m5","beacons":[{},{}]})", "DATA5"},
+        {R"(DATA: {"access_token":"t6","match":"m6","beacons":[{},{}]})", "DATA6"},
+        {">create|>delegate|>ask", "CREATE"},
+        {">monitor|>ask state", "MONITOR"},
+        {">accuracy 10.000000|>filter 20.000000|>update", "UPDATE"},
+        {"BV API not ready or initialized properly|no", "UNREADY"},
+        {"Not found Brivane SDK/API Credentials in Main bundle (check Info.plist)", "NONE"},
+        {"-> Major: 1 - Minor: 2|Cache miss, goes to API", "MISS1.2"},
+        {"-> Major: 3 - Minor: 4|Cache miss, goes to API", "MISS3.4"},
+        {"URL: https://api.brivane.example/api/v1/tracker/", "URL"}};
     for (const auto& [from, to] : names) {
       for (std::size_t at = 0; (at = seen.find(from, at)) != std::string::npos;) seen.replace(at, from.size(), to);
     }
@@ -150,6 +168,7 @@ class Player {
       // What the host does.
       {"new", [this] { create(true); }},
       {"own", [this] { create(false); }},
+      {"ready", [this] { play("new reply=1 reply=1"); }},
       {"drop", [this] { managers_.erase(slot_); }},
       {"nobody", [this] { manager().setDelegate(nullptr); }},
       {"somebody", [this] { manager().setDelegate(std::make_shared<Host>(*this, slot_)); }},
@@ -171,6 +190,7 @@ class Player {
       // What happens to it.
       {"lose", [this] { services_.plist.erase(argument_); }},
       {"empty", [this] { services_.plist[argument_] = ""; }},
+      {"restore", [this] { services_.plist[argument_] = "x"; }},
       {"status", [this] { services_.authorization = std::stoi(argument_); }},
       {"services", [this] { services_.enabled = argument_ == "on"; }},
       {"unasked", [this] { services_.offersAlways = false; }},
@@ -189,135 +209,109 @@ class Player {
 struct Story {
   const char* name;
   const char* happens;
-  std::string seen;
+  const char* seen;
 };
 void PrintTo(const Story& story, std::ostream* out) { *out << story.name; }
 
-const std::string kNew = "POST oauth2/token/ client_id=key&client_secret=secret&grant_type=client_credentials";
-const std::string kOwn = "POST oauth2/token/ client_id=own&client_secret=&grant_type=client_credentials";
-const std::string kSync = "POST sync/ installID=ID&model=M";
-const std::string kUnready = "BV API not ready or initialized properly|no";
-const std::string kNoCredentials =
-    "threw BVAPICredentialsNotFound: Not found Brivane SDK/API Credentials in Main bundle (check Info.plist)";
-const std::string kNoUsage =
-    "Init with delegate!|threw BVCoreLocationAuthError: Not NSLocationAlwaysUsageDescription found (check Info.plist)";
-const std::string kAsk12 =
-    "POST resolve/ battery=-1&installID=ID&major=1&minor=2&model=M&rssi=-12&uuid=NETWORK [Bearer t1]";
-const std::string kAsk34 =
-    "POST resolve/ battery=-1&installID=ID&major=3&minor=4&model=M&rssi=-34&uuid=NETWORK [Bearer t1]";
-const std::string kStart = ">monitor BrivaneNetwork|>state of BrivaneNetwork";
-const std::string kUpdate = ">accuracy 10.000000|>filter 20.000000|>update";
-const std::string kStop = ">stop monitoring BrivaneNetwork";
-const std::string kUnrange = ">stop ranging BrivaneNetwork";
-const std::string kNearest = "POST nearest/ lat=1.5&lng=-2&radius=500 [Bearer t1]|yes";
-const std::string kTrack1 =
-    "URL: https://api.brivane.example/api/v1/tracker/|POST tracker/ installID=ID&lat=41.000000&"
-    "lng=-4.000000&model=M&provider=ios&radius=100&speed=0 [Bearer t1]";
-
-std::string data(const std::string& number) {
-  return R"(DATA: {"access_token":"t)" + number + R"(","match":"m)" + number + R"(","beacons":[{},{}]}|)";
-}
-
 const Story kStories[] = {
-    {"Begins", R"(log new reply={"access_token":"t1","scope":"s","expires_in":-9000000000000,"token_type":"y"}
-                  authorization reply={"status":1,"pubkey":"k"})",
-     "Init with delegate!|API Key: key - API Secret: secret|" + kNew +
-         R"(|>create|>delegate|Requesting always auth|>ask|DATA: {"access_token":"t1","scope":"s",)" +
-         R"("expires_in":-9000000000000,"token_type":"y"}|Access token: t1|Received login callback!!!|)" +
-         "-> Token: t1|-> Scope: s|-> Expires in: -9000000000000|-> Expires date: 1677-09-21 00:12:43 +0000|" +
-         "-> Type: y|" + kSync + R"( [Bearer t1]|AUTHORIZATION!|DATA: {"status":1,"pubkey":"k"}|Sync done|)" +
-         "Received sync callback!!!|-> Status: 1|-> Offline: 0|-> Internal: 0|-> Public key: k|<ready"},
+    {"Begins",
+     R"(log new reply={"access_token":"t1","scope":"s","expires_in":-9000000000000,"token_type":"y"} authorization )"
+     R"(reply={"status":1,"pubkey":"k"})",
+     "Init with delegate!|API Key: key - API Secret: secret|LOGIN|>create|>delegate|Requesting always auth|>ask|DATA: "
+     R"({"access_token":"t1","scope":"s","expires_in":-9000000000000,"token_type":"y"}|Access token: t1|Received login )"
+     "callback!!!|-> Token: t1|-> Scope: s|-> Expires in: -9000000000000|-> Expires date: 1677-09-21 00:12:43 +0000|-> "
+     R"(Type: y|SYNC[t1]|AUTHORIZATION!|DATA: {"status":1,"pubkey":"k"}|Sync done|Received sync callback!!!|-> Status: 1|)"
+     "-> Offline: 0|-> Internal: 0|-> Public key: k|<ready"},
     {"BeginsWithNothing", R"(unasked log own reply={"expires_in":1e30} reply={"offline":1})",
-     "Init with delegate!|API Key: own - API Secret: |" + kOwn +
-         R"(|>create|>delegate|DATA: {"expires_in":1e30}|Access token: (null)|Received login callback!!!|)" +
-         "-> Token: (null)|-> Scope: (null)|-> Expires in: 9223372036854775807|" +
-         "-> Expires date: 2262-04-11 23:47:16 +0000|-> Type: (null)|" + kSync +
-         R"(|DATA: {"offline":1}|Sync done|Received sync callback!!!|-> Status: 0|-> Offline: 1|-> Internal: 0|)" +
-         "-> Public key: (null)|<ready"},
-    {"NeedsAKey", "lose=BrivaneAPIKey new empty=BrivaneAPIKey new", kNoCredentials + "|" + kNoCredentials},
-    {"NeedsASecret", "lose=BrivaneAPISecret new empty=BrivaneAPISecret new", kNoCredentials + "|" + kNoCredentials},
+     "Init with delegate!|API Key: own - API Secret: |POST oauth2/token/ "
+     R"(client_id=own&client_secret=&grant_type=client_credentials|>create|>delegate|DATA: {"expires_in":1e30}|Access )"
+     "token: (null)|Received login callback!!!|-> Token: (null)|-> Scope: (null)|-> Expires in: 9223372036854775807|-> "
+     R"(Expires date: 2262-04-11 23:47:16 +0000|-> Type: (null)|SYNC|DATA: {"offline":1}|Sync done|Received sync )"
+     "callback!!!|-> Status: 0|-> Offline: 1|-> Internal: 0|-> Public key: (null)|<ready"},
+    {"NeedsCredentials",
+     "lose=BrivaneAPIKey new empty=BrivaneAPIKey new restore=BrivaneAPIKey empty=BrivaneAPISecret new "
+     "lose=BrivaneAPISecret new",
+     "threw BVAPICredentialsNotFound: NONE|threw BVAPICredentialsNotFound: NONE|threw BVAPICredentialsNotFound: NONE|"
+     "threw BVAPICredentialsNotFound: NONE"},
     {"NeedsAReason", "log lose=NSLocationAlwaysUsageDescription new empty=NSLocationAlwaysUsageDescription own",
-     kNoUsage + "|" + kNoUsage},
+     "Init with delegate!|threw BVCoreLocationAuthError: Not NSLocationAlwaysUsageDescription found (check Info.plist)|"
+     "Init with delegate!|threw BVCoreLocationAuthError: Not NSLocationAlwaysUsageDescription found (check "
+     "Info.plist)"},
     {"WaitsForItsSession", "new forget log start nearest payload log=off reply=1 log start nearest payload",
-     "Start detection|" + kUnready + "|" + kUnready + "|" + kUnready + "|" + kSync + " [Bearer t1]|Start detection|" +
-         kUnready + "|" + kUnready + "|" + kUnready},
+     "Start detection|UNREADY|UNREADY|UNREADY|SYNC[t1]|Start detection|UNREADY|UNREADY|UNREADY"},
     {"WaitsForConsent",
-     "status=4 new reply=1 reply=1 forget log start services=off authorization services=on authorization status=3 "
-     "authorization authorization start scanning",
-     "Start detection|BV location not authorized|no|AUTHORIZATION!|Couldn't turn on ranging: Location services are "
-     "not enabled.|AUTHORIZATION!|Couldn't turn on monitoring: Location services not authorised.|AUTHORIZATION!|"
-     "Auth ok|<ready|AUTHORIZATION!|Start detection|Region: NETWORK|" +
-         kStart + "|yes|yes"},
+     "status=4 ready log start services=off authorization services=on authorization status=3 authorization "
+     "authorization start scanning",
+     "Start detection|BV location not authorized|no|AUTHORIZATION!|Couldn't turn on ranging: Location services are not "
+     "enabled.|AUTHORIZATION!|Couldn't turn on monitoring: Location services not authorised.|AUTHORIZATION!|Auth ok|"
+     "<ready|AUTHORIZATION!|Start detection|Region: NETWORK|MONITOR|yes|yes"},
     {"WaitsForAHost", "new gps nobody reply=1 reply=1 start forget log authorization at=1 somebody authorization at=1",
-     "AUTHORIZATION!|API not ready|AUTHORIZATION!|Auth ok|<ready|" + kTrack1},
-    {"StartsAndStops", "new reply=1 reply=1 forget region stop start scanning gps start start stop stop gps=off start",
-     "BrivaneNetwork NETWORK entry exit display|" + kStop + "|yes|" + kStart + "|yes|yes|" + kStart + "|" + kUpdate +
-         "|yes|" + kStart + "|" + kUpdate + "|yes|" + kStop + "|>stop updating|yes|" + kStop + "|yes|" + kStart +
-         "|yes"},
-    {"StartsWithoutPositions", "new reply=1 reply=1 forget gps services=off then=stop start scanning start scanning",
-     kStart + "|<error 1 No location services enabled|" + kStop + "|yes|yes|no|" + kStart +
-         "|<error 1 No location services enabled|yes|yes"},
-    {"FollowsTheRegion",
-     "new reply=1 reply=1 forget log state=1 state=0 state=7 stop state=2 state=1 state=2 stop scanning rest",
-     "DETERMINATE STATE!|INSIDE|>range BrivaneNetwork|DETERMINATE STATE!|UNKNOWN|DETERMINATE STATE!|Stop detection|" +
-         kStop + "|" + kUnrange + "|yes|DETERMINATE STATE!|" + kUnrange + "|OUTSIDE|DETERMINATE STATE!|INSIDE|" +
-         ">range BrivaneNetwork|DETERMINATE STATE!|" + kUnrange + "|OUTSIDE|Stop detection|" + kStop + "|yes|no|" +
-         "REGION IN!|REGION OUT!|Failed monitoring region: a|Location manager failed: b|Ranging beacons failed: c"},
-    {"MatchesBeacons", "new reply=1 reply=1 forget log hear=1.2,3.4 reply2nd=5 reply=6 hear=3.4,1.2 hear=",
-     "Ranging beacons ok|-> Major: 1 - Minor: 2|Cache miss, goes to API|Resolving...|" + kAsk12 +
-         "|-> Major: 3 - Minor: 4|Cache miss, goes to API|Resolving...|" + kAsk34 + "|" + data("5") +
-         "Resolve done|Received resolve!!!|<match m5#0|" + data("6") + "Resolve done|Received resolve!!!|<match m6#1|" +
-         "Ranging beacons ok|-> Major: 3 - Minor: 4|Cache hit|Received resolve!!!|<match m5#0|-> Major: 1 - Minor: 2|" +
-         "Cache hit|Received resolve!!!|<match m6#1|Ranging beacons ok"},
-    {"KeepsTheLastReply",
-     "new reply=1 reply=1 forget hear=1.2,1.2 reply=5 hear=1.2 nobody reply=6 somebody nothing hear=1.2 start hear=1.2",
-     kAsk12 + "|" + kAsk12 + "|<match m5#0|<match m5#0|<no match|<match m6#1|" + kStart + "|yes|" + kAsk12},
+     "AUTHORIZATION!|API not ready|AUTHORIZATION!|Auth ok|<ready|URL|TRACK1[t1]"},
+    {"StartsAndStops", "ready region stop start scanning gps start start stop stop gps=off start",
+     "BrivaneNetwork NETWORK entry exit display|>unmonitor|yes|MONITOR|yes|yes|MONITOR|UPDATE|yes|MONITOR|UPDATE|yes|"
+     ">unmonitor|>stop|yes|>unmonitor|yes|MONITOR|yes"},
+    {"StartsWithoutPositions", "ready gps services=off then=stop start scanning start scanning",
+     "MONITOR|<error 1 No location services enabled|>unmonitor|yes|yes|no|MONITOR|<error 1 No location services "
+     "enabled|"
+     "yes|yes"},
+    {"FollowsTheRegion", "ready log state=1 state=0 state=7 stop state=2 state=1 state=2 stop scanning rest",
+     "DETERMINATE STATE!|INSIDE|>range|DETERMINATE STATE!|UNKNOWN|DETERMINATE STATE!|Stop "
+     "detection|>unmonitor|>unrange|"
+     "yes|DETERMINATE STATE!|>unrange|OUTSIDE|DETERMINATE STATE!|INSIDE|>range|DETERMINATE "
+     "STATE!|>unrange|OUTSIDE|Stop "
+     "detection|>unmonitor|yes|no|REGION IN!|REGION OUT!|Failed monitoring region: a|Location manager failed: "
+     "b|Ranging "
+     "beacons failed: c"},
+    {"MatchesBeacons", "ready log hear=1.2,3.4 reply2nd=5 reply=6 hear=3.4,1.2 hear=",
+     "Ranging beacons ok|MISS1.2|Resolving...|RESOLVE1.2[t1]|MISS3.4|Resolving...|RESOLVE3.4[t1]|DATA5|Resolve done|"
+     "Received resolve!!!|<match m5#0|DATA6|Resolve done|Received resolve!!!|<match m6#1|Ranging beacons ok|-> Major: "
+     "3 "
+     "- Minor: 4|Cache hit|Received resolve!!!|<match m5#0|-> Major: 1 - Minor: 2|Cache hit|Received resolve!!!|<match "
+     "m6#1|Ranging beacons ok"},
+    {"KeepsTheLastReply", "ready hear=1.2,1.2 reply=5 hear=1.2 nobody reply=6 somebody nothing hear=1.2 start hear=1.2",
+     "RESOLVE1.2[t1]|RESOLVE1.2[t1]|<match m5#0|<match m5#0|<no match|<match m6#1|MONITOR|yes|RESOLVE1.2[t1]"},
     {"GivesUpAfterFive",
-     "new reply=1 reply=1 forget hear=1.2 fail hear=1.2 reply={\"status\":false} hear=1.2 reply=junk hear=1.2 reply=[] "
-     "hear=1.2 fail log hear=1.2,3.4 log=off start hear=1.2",
-     kAsk12 + "|" + kAsk12 + "|" + kAsk12 + "|" + kAsk12 + "|threw the reply holds a list in place of an object|" +
-         kAsk12 + "|Ranging beacons ok|-> Major: 1 - Minor: 2|Cache miss, goes to API|Max num tries achivied|" +
-         "-> Major: 3 - Minor: 4|Cache miss, goes to API|Resolving...|" + kAsk34 + "|" + kStart + "|yes|" + kAsk12},
+     R"(ready hear=1.2 fail hear=1.2 reply={"status":false} hear=1.2 reply=junk hear=1.2 reply=[] hear=1.2 fail log )"
+     "hear=1.2,3.4 log=off start hear=1.2",
+     "RESOLVE1.2[t1]|RESOLVE1.2[t1]|RESOLVE1.2[t1]|RESOLVE1.2[t1]|threw the reply holds a list in place of an object|"
+     "RESOLVE1.2[t1]|Ranging beacons ok|MISS1.2|Max num tries achivied|MISS3.4|Resolving...|RESOLVE3.4[t1]|MONITOR|yes|"
+     "RESOLVE1.2[t1]"},
     {"KnowsWhatIsNoBeacon",
      "new reply=1 hear=1.2 reply=1 forget hear=65535.1,65535.1,65535.1,65535.1,65535.1 log hear=65535.65535,65535.1 "
      "hear=1.65535 log=off strange=1.2 reply=5 hear=1.2 strange=1.2",
-     "Ranging beacons ok|-> Major: 65535 - Minor: 65535|-> Major: 65535 - Minor: 1|Cache miss, goes to API|"
-     "Max num tries achivied|Ranging beacons ok|-> Major: 1 - Minor: 65535|Cache miss, goes to API|"
-     "POST resolve/ battery=-1&installID=ID&major=1&minor=2&model=M&rssi=-12&"
-     "uuid=00000000-0000-0000-0000-000000000000 [Bearer t1]|<match m5#0|" +
-         kAsk12 + "|<match m5#0"},
+     "Ranging beacons ok|-> Major: 65535 - Minor: 65535|-> Major: 65535 - Minor: 1|Cache miss, goes to API|Max num "
+     "tries achivied|Ranging beacons ok|-> Major: 1 - Minor: 65535|Cache miss, goes to API|POST resolve/ "
+     "battery=-1&installID=ID&major=1&minor=2&model=M&rssi=-12&uuid=00000000-0000-0000-0000-000000000000[t1]|<match "
+     "m5#0|RESOLVE1.2[t1]|<match m5#0"},
     {"ResolvesNothingBeforeItsSync", "new hear=1.2 reply=1 log hear=1.2",
-     kNew + "|>create|>delegate|>ask|" + kSync + " [Bearer t1]|Ranging beacons ok|-> Major: 1 - Minor: 2"},
+     "LOGIN|CREATE|SYNC[t1]|Ranging beacons ok|-> Major: 1 - Minor: 2"},
     {"SendsPositions",
-     "new reply=1 reply=1 gps forget log at=0 at=1 log=off start log at=2 reply=5 at=1 reply={\"status\":0} "
-     "log=off hear=1.2 stop log at=1",
-     "Location is null|Location update while not running|" + kStart + "|" + kUpdate + "|yes|" +
-         "URL: https://api.brivane.example/api/v1/tracker/|POST tracker/ installID=ID&lat=42.000000&lng=-5.000000&" +
-         "model=M&provider=ios&radius=200&speed=0 [Bearer t1]|" + data("5") + "Resolve GPS done|Received resolve!!!|" +
-         "<match m5#0|" + kTrack1 + "|DATA: {\"status\":0}|Beacon not found|" + kAsk12 + "|" + kStop +
-         "|>stop updating|yes|Location update while not running"},
-    {"FindsPlaces", "new reply=1 reply=1 forget log nearest reply=5 nearest reply={} nobody nearest reply=5 payload",
-     kNearest + "|" + data("5") + "Nearest waybeacons received|Received nearest: 2|<nearest 2|" + kNearest +
-         "|DATA: {}|Nearest waybeacons received|Received nearest: 0|<nearest none|" + kNearest + "|" + data("5") +
-         "Nearest waybeacons received|Received nearest: 2|yes"},
+     R"(ready gps forget log at=0 at=1 log=off start log at=2 reply=5 at=1 reply={"status":0} log=off hear=1.2 stop log )"
+     "at=1",
+     "Location is null|Location update while not running|MONITOR|UPDATE|yes|URL|TRACK2[t1]|DATA5|Resolve GPS done|"
+     R"(Received resolve!!!|<match m5#0|URL|TRACK1[t1]|DATA: {"status":0}|Beacon not found|RESOLVE1.2[t1]|>unmonitor|)"
+     ">stop|yes|Location update while not running"},
+    {"FindsPlaces", "ready log nearest reply=5 nearest reply={} nobody nearest reply=5 payload",
+     "NEAREST[t1]|yes|DATA5|Nearest waybeacons received|Received nearest: 2|<nearest 2|NEAREST[t1]|yes|DATA: "
+     "{}|Nearest "
+     "waybeacons received|Received nearest: 0|<nearest none|NEAREST[t1]|yes|DATA5|Nearest waybeacons received|Received "
+     "nearest: 2|yes"},
     {"SharesItsState",
-     "new reply=1 reply=1 start state=1 hear=1.2 reply=5 forget b.new hear=1.2 b.scanning b.stop reply2nd=6 "
-     "reply=1 start reply=1 b.authorization hear=1.2 b.start scanning b.drop nearest reply=7 hear=3.4 reply=8 hear=3.4",
-     kNew + " [Bearer t1]|>create|>delegate|>ask|" + kAsk12 + "|yes|" + kStop + "|" + kUnrange + "|yes|" +
-         "<b.match m6#1|" + kSync + " [Bearer t1]|no|<b.ready|<match m6#1|" + kStart + "|yes|yes|" + kNearest + "|" +
-         kAsk34 + "|" + kAsk34},
+     "ready start state=1 hear=1.2 reply=5 forget b.new hear=1.2 b.scanning b.stop reply2nd=6 reply=1 start reply=1 "
+     "b.authorization hear=1.2 b.start scanning b.drop nearest reply=7 hear=3.4 reply=8 hear=3.4",
+     "LOGIN[t1]|CREATE|RESOLVE1.2[t1]|yes|>unmonitor|>unrange|yes|<b.match m6#1|SYNC[t1]|no|<b.ready|<match m6#1|"
+     "MONITOR|yes|yes|NEAREST[t1]|yes|RESOLVE3.4[t1]|RESOLVE3.4[t1]"},
     {"SyncsTheNewest", "new b.new forget reply=1 reply2nd=1 relocate stop relocate=null",
-     kSync +
-         " [Bearer t1]|<b.ready|>other stop monitoring BrivaneNetwork|yes|threw a BVManager needs a location manager"},
+     "SYNC[t1]|<b.ready|>other unmonitor|yes|threw a BVManager needs a location manager"},
     {"IsDroppedBeforeItIsAnswered",
      "new drop reply=2 new forget reply=1 drop log reply=1 log=off b.new log b.hear=1.2 b.start",
-     kSync + " [Bearer t1]|" + data("1") + "Sync done|" + kNew + " [Bearer t1]|>create|>delegate|>ask|" +
-         "Ranging beacons ok|-> Major: 1 - Minor: 2|Start detection|Region: NETWORK|" + kStart + "|yes"},
+     R"(SYNC[t1]|DATA: {"access_token":"t1","match":"m1","beacons":[{},{}]}|Sync done|LOGIN[t1]|CREATE|Ranging beacons ok|)"
+     "-> Major: 1 - Minor: 2|Start detection|Region: NETWORK|MONITOR|yes"},
     {"BearsWhatHostsDo",
      "new reply=1 then=drop reply=1 new reply=1 then=throw reply=1 forget hear=1.2 then=throw reply=5 then=stop "
      "hear=1.2,3.4 then=nobody hear=1.2,1.2 somebody then=start hear=1.2,1.2",
-     kAsk12 + "|<match m5#0|threw a host's own|<match m5#0|" + kStop + "|yes|" + kAsk34 + "|<match m5#0|<match m5#0|" +
-         kStart + "|yes|" + kAsk12},
+     "RESOLVE1.2[t1]|<match m5#0|threw a host's own|<match m5#0|>unmonitor|yes|RESOLVE3.4[t1]|<match m5#0|<match m5#0|"
+     "MONITOR|yes|RESOLVE1.2[t1]"},
 };
 
 class Manager : public testing::TestWithParam<Story> {};
@@ -329,16 +323,6 @@ TEST_P(Manager, Does) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, Manager, testing::ValuesIn(kStories), [](const auto& story) { return story.param.name; });
-
-TEST(Dates, AreLoggedInUniversalTime) {
-  const auto manager = BVManager::initWithDelegate((FakeServices::get(), nullptr));
-  for (const auto& [second, text] : {std::pair{1795253400, "2026-11-21 09:30:00"}, {-1, "1969-12-31 23:59:59"}}) {
-    BVAPILogin login;
-    login.setExpires_date(std::chrono::system_clock::time_point(std::chrono::seconds(second)));
-    manager->receivedLogin(std::make_shared<const BVAPILogin>(login));
-    EXPECT_NE(FakeServices::get().take().find(std::string("|-> Expires date: ") + text + " +0000|"), std::string::npos);
-  }
-}
 
 TEST(WithoutServices, NoManagerIsCreated) {
   EXPECT_THROW(BVManager::initWithDelegate(nullptr), std::logic_error);

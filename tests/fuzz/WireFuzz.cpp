@@ -1,0 +1,61 @@
+#include <algorithm>
+
+#include "BrivaneSDK/BVInvalidReply.h"
+#include "tests/fuzz/Input.h"
+#include "tests/sdk/FakeServices.h"
+
+namespace {
+
+template <typename Record>
+std::shared_ptr<const Record> parse(const std::string& body) try {
+  return Record::parse(body);
+} catch (const BVInvalidReply&) {
+  return nullptr;
+}
+
+/// A reply becomes a whole record, none, or a fault that says so.
+void reply(const std::string& body) {
+  parse<BVAPILogin>(body);
+  parse<BVAPISync>(body);
+  parse<BVAPINearest>(body);
+  parse<BVAPIPayload>(body);
+  const auto resolve = parse<BVAPIResolve>(body);
+  require(!resolve || resolve->waybeacon());
+}
+
+/// What can be read as JSON can be written, and reads back to what writes the same; but "-0" reads as 0.
+void readAndWrite(std::string text) {
+  const auto& json = *platform::services().json;
+  for (int round = 0; round < 3; ++round) {
+    const auto read = json.read(text);
+    const auto* value = std::get_if<platform::JSONValue>(&read);
+    require(value != nullptr || round == 0);
+    if (value == nullptr) return;
+    std::string written = std::get<std::string>(json.write(*value));
+    require(written == text || round < 2);
+    text = std::move(written);
+  }
+}
+
+/// Whatever a host's texts are, the body of a request is ASCII and as long as the request says.
+void request(const std::string& text) {
+  BVAPI::init()->request_withData_withCallback("sync/", {{"value", text}}, [](const auto&, const auto&) {});
+  FakeServices::get().reply(std::nullopt);
+  FakeServices::get().take();
+  const platform::HTTPRequest sent = std::exchange(FakeServices::get().requests, {}).back();
+  const auto isASCII = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  require(std::ranges::all_of(sent.body, isASCII));
+  require(sent.headers.back().second == std::to_string(sent.body.size()));
+  require(!std::ranges::all_of(text, isASCII) || sent.body == "value=" + text);
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  FakeServices::get().showsLog = false;
+  const std::string text(textOf(data, size));
+  reply(text);
+  readAndWrite(text);
+  request(text);
+  return 0;
+}
