@@ -5,6 +5,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -112,7 +113,9 @@ bool Writer::writeList(const JSONValue& list, int depth) {
 bool Writer::writeObject(const JSONValue& object, int depth) {
   text += '{';
   bool first = true;
+  std::set<std::string_view> written;
   for (const auto& [key, value] : object.members()) {
+    if (!written.insert(key).second) continue;  // of equal keys the first counts
     if (!std::exchange(first, false)) text += ',';
     if (!writeText(key)) return false;
     text += ':';

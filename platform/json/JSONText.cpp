@@ -1,14 +1,11 @@
-#include "platform/json/LongIntegers.h"
+#include "platform/json/JSONText.h"
 
-#include <cstddef>
+#include <charconv>
 #include <cstdint>
-#include <limits>
+#include <system_error>
 
 namespace platform {
 namespace {
-
-/// Integers of fewer digits always fit.
-constexpr std::size_t kLong = std::numeric_limits<std::int64_t>::digits10 + 1;
 
 /// The string at the front of `json`, with its quotes; all of it when it does not end.
 std::string_view stringAtFront(std::string_view json) {
@@ -28,14 +25,17 @@ std::string_view numberAtFront(std::string_view json) {
 }
 
 bool isLongInteger(std::string_view number) {
-  return number.size() >= kLong && number.find_first_of(".Ee") == std::string_view::npos;
+  if (number.find_first_of(".Ee") != std::string_view::npos) return false;
+  std::int64_t integer = 0;
+  const auto read = std::from_chars(number.data(), number.data() + number.size(), integer);
+  return read.ec == std::errc::result_out_of_range;
 }
 
 }  // namespace
 
 std::string withLongIntegersAsReals(std::string_view json) {
   std::string text;
-  text.reserve(json.size());
+  text.reserve(json.size() + json.size() / 9);  // two characters for 19 digits
   while (!json.empty()) {
     const bool isString = json.front() == '"';
     const std::string_view number = isString ? std::string_view() : numberAtFront(json);
@@ -47,6 +47,16 @@ std::string withLongIntegersAsReals(std::string_view json) {
     json.remove_prefix(part.size());
   }
   return text;
+}
+
+bool holdsMoreValuesThan(std::size_t most, std::string_view json) {
+  std::size_t values = 0;
+  while (values <= most && json.size() > most - values) {
+    const char c = json.front();
+    if (c == '[' || c == '{' || c == ',' || c == ':') ++values;
+    json.remove_prefix(c == '"' ? stringAtFront(json).size() : 1);
+  }
+  return values > most;
 }
 
 }  // namespace platform
