@@ -5,21 +5,24 @@
 
 #include "BrivaneSDK/BVNetwork.h"
 #include "BrivaneSDK/BVUtil.h"
+#include "BrivaneSDK/Guarded.h"
 #include "BrivaneSDK/LogLine.h"
 #include "BrivaneSDK/LossyASCII.h"
+#include "BrivaneSDK/NullText.h"
 #include "BrivaneSDK/NumberText.h"
+#include "BrivaneSDK/UnsetIdentifier.h"
 #include "platform/JSON.h"
 #include "platform/Services.h"
 
+using namespace brivane::internal;
+
 namespace {
 
-constexpr std::int64_t kUnsetIdentifier = 65535;
-
-enum State : std::int32_t { kLoggedOut = 0, kLoggedIn = 1, kSynced = 2 };
+enum class SessionState { kLoggedOut, kLoggedIn, kSynced };
 
 struct Session {
   Guarded<std::optional<std::string>> token;
-  std::atomic<std::int32_t> state = kLoggedOut;
+  std::atomic<SessionState> state = SessionState::kLoggedOut;
 };
 
 /// Never destroyed, so that a reply that comes while the process ends still finds it.
@@ -44,9 +47,23 @@ void addDevice(BVAPI::Parameters& parameters) {
 
 }  // namespace
 
+struct BVAPI::State {
+  Guarded<std::weak_ptr<BVAPIDelegate>> delegate;
+};
+
 std::shared_ptr<BVAPI> BVAPI::init() { return std::shared_ptr<BVAPI>(new BVAPI); }
 
-bool BVAPI::isReady() const { return session().state == kSynced; }
+BVAPI::BVAPI() : state_(std::make_unique<State>()) {}
+
+BVAPI::~BVAPI() = default;
+
+std::shared_ptr<BVAPIDelegate> BVAPI::delegate() const { return state_->delegate.get().lock(); }
+
+void BVAPI::setDelegate(std::weak_ptr<BVAPIDelegate> delegate) {
+  state_->delegate.set(std::move(delegate));
+}
+
+bool BVAPI::isReady() const { return session().state == SessionState::kSynced; }
 
 std::string BVAPI::getEPURL(std::string_view endpoint) {
   return std::string("https://").append(BVNetwork::apiHost()).append("/api/v1/").append(endpoint);
@@ -90,7 +107,7 @@ void BVAPI::loginWithAPIKey_andSecret(const std::string& key, const std::string&
   ask<BVAPILogin>(getEPURL("oauth2/token/"), parameters, [this](const auto& login) {
     logLine("Access token: ", login->access_token());
     session().token.set(login->access_token());
-    session().state = kLoggedIn;
+    session().state = SessionState::kLoggedIn;
     if (const auto delegate = this->delegate()) delegate->receivedLogin(login);
   });
 }
@@ -100,7 +117,7 @@ void BVAPI::sync() {
   addDevice(parameters);
   ask<BVAPISync>(getEPURL("sync/"), parameters, [this](const auto& sync) {
     logLine("Sync done");
-    session().state = kSynced;
+    session().state = SessionState::kSynced;
     if (const auto delegate = this->delegate()) delegate->receivedSync(sync);
   });
 }

@@ -10,7 +10,6 @@
 #include <variant>
 
 #include "BrivaneSDK/BVAPIDelegate.h"
-#include "BrivaneSDK/Guarded.h"
 #include "platform/Export.h"
 #include "platform/HTTPClient.h"
 #include "platform/JSONValue.h"
@@ -19,16 +18,20 @@
 /// to the delegate on the HTTP client's callback thread. A call that fails, for whatever reason, is
 /// never reported: the delegate hears nothing. The access token and the session belong to the
 /// process, not to one client.
-class BRIVANE_EXPORT BVAPI : public std::enable_shared_from_this<BVAPI> {
+class BRIVANE_EXPORT BVAPI final : public std::enable_shared_from_this<BVAPI> {
  public:
   using Value = std::variant<std::string, std::int64_t, double>;
   using Parameters = std::map<std::string, Value>;
 
   static std::shared_ptr<BVAPI> init();
 
+  ~BVAPI();
+  BVAPI(const BVAPI&) = delete;
+  BVAPI& operator=(const BVAPI&) = delete;
+
   /// Null when there is none, or it is gone; held weakly.
-  std::shared_ptr<BVAPIDelegate> delegate() const { return delegate_.get().lock(); }
-  void setDelegate(std::weak_ptr<BVAPIDelegate> delegate) { delegate_.set(std::move(delegate)); }
+  std::shared_ptr<BVAPIDelegate> delegate() const;
+  void setDelegate(std::weak_ptr<BVAPIDelegate> delegate);
 
   /// Asks for an access token; `receivedLogin`.
   void loginWithAPIKey_andSecret(const std::string& key, const std::string& secret);
@@ -62,7 +65,9 @@ class BRIVANE_EXPORT BVAPI : public std::enable_shared_from_this<BVAPI> {
                                      platform::HTTPClient::Completion callback);
 
  private:
-  BVAPI() = default;
+  struct State;
+
+  BVAPI();
 
   /// Posts `parameters` to `url` and hands the reply's record, if it holds one, to `received`. The
   /// client lives until the reply has come.
@@ -70,5 +75,5 @@ class BRIVANE_EXPORT BVAPI : public std::enable_shared_from_this<BVAPI> {
   void ask(std::string_view url, const Parameters& parameters,
            std::function<void(const std::shared_ptr<const Record>&)> received);
 
-  Guarded<std::weak_ptr<BVAPIDelegate>> delegate_;
+  const std::unique_ptr<State> state_;
 };

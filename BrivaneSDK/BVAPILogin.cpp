@@ -2,6 +2,8 @@
 
 #include "BrivaneSDK/ReplyReading.h"
 
+using namespace brivane::internal;
+
 namespace {
 
 using Clock = std::chrono::system_clock;

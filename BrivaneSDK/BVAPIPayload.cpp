@@ -3,6 +3,8 @@
 #include "BrivaneSDK/LogLine.h"
 #include "BrivaneSDK/ReplyReading.h"
 
+using namespace brivane::internal;
+
 std::shared_ptr<const BVAPIPayload> BVAPIPayload::parse(const std::optional<std::string>& body) {
   const auto reply = readReply(body);
   if (!reply) return nullptr;

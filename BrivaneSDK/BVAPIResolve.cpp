@@ -1,7 +1,10 @@
 #include "BrivaneSDK/BVAPIResolve.h"
 
 #include "BrivaneSDK/LogLine.h"
+#include "BrivaneSDK/NullText.h"
 #include "BrivaneSDK/ReplyReading.h"
+
+using namespace brivane::internal;
 
 namespace {
 

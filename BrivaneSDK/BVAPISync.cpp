@@ -2,6 +2,8 @@
 
 #include "BrivaneSDK/ReplyReading.h"
 
+using namespace brivane::internal;
+
 std::shared_ptr<const BVAPISync> BVAPISync::parse(const std::optional<std::string>& body) {
   const auto reply = readReply(body);
   if (!reply) return nullptr;

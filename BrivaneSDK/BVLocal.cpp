@@ -2,6 +2,8 @@
 
 #include "BrivaneSDK/ReplyReading.h"
 
+using namespace brivane::internal;
+
 std::shared_ptr<const BVLocal> BVLocal::parse(const platform::JSONValue* dict) {
   auto local = std::make_shared<BVLocal>();
   local->setName(textReading(valueForKey(dict, "name")));

@@ -1,23 +1,26 @@
 #include "BrivaneSDK/BVManager.h"
 
+#include <atomic>
 #include <optional>
 #include <stdexcept>
 #include <utility>
 
 #include "BrivaneSDK/BVAPI.h"
 #include "BrivaneSDK/BVException.h"
-#include "BrivaneSDK/BVNetwork.h"
 #include "BrivaneSDK/BVUtil.h"
 #include "BrivaneSDK/DateText.h"
 #include "BrivaneSDK/DetectionState.h"
+#include "BrivaneSDK/Guarded.h"
 #include "BrivaneSDK/LogLine.h"
+#include "BrivaneSDK/NullText.h"
+#include "BrivaneSDK/UnsetIdentifier.h"
 #include "platform/PropertyList.h"
 #include "platform/Services.h"
-#include "platform/UUID.h"
+
+using namespace brivane::internal;
 
 namespace {
 
-constexpr std::int32_t kUnsetIdentifier = 65535;
 constexpr std::int64_t kUnknownBattery = -1;
 constexpr double kMetresBetweenPositions = 20.0;
 
@@ -32,27 +35,12 @@ bool isAuthorizedAlways() {
          platform::kCLAuthorizationStatusAuthorizedAlways;
 }
 
-const platform::UUID& networkUUID() {
-  static const platform::UUID only =
-      platform::UUID::initWithUUIDString(BVNetwork::proximityUUID()).value();
-  return only;
-}
-
-std::shared_ptr<platform::CLBeaconRegion> makeRegion() {
-  auto region =
-      platform::CLBeaconRegion::initWithProximityUUID_identifier(networkUUID(), "BrivaneNetwork");
-  region->setNotifyOnEntry(true);
-  region->setNotifyOnExit(true);
-  region->setNotifyEntryStateOnDisplay(true);
-  return region;
-}
-
-/// The key of a ranged beacon. The network's UUID, which such a beacon has, is formatted only once.
+/// The key of a ranged beacon.
 std::string keyOf(const platform::CLBeacon& beacon) {
-  static const auto& network = *new auto(networkUUID().UUIDString());  // for the process's life
+  const DetectionState& state = detectionState();
   const auto& uuid = beacon.proximityUUID;
-  return uuid == networkUUID()
-             ? BVUtil::getHash_andMajor_andMinor(network, beacon.major, beacon.minor)
+  return uuid == state.region->proximityUUID()
+             ? BVUtil::getHash_andMajor_andMinor(state.regionUUID, beacon.major, beacon.minor)
              : BVUtil::getHash_andMajor_andMinor(uuid.UUIDString(), beacon.major, beacon.minor);
 }
 
@@ -65,6 +53,15 @@ std::shared_ptr<BVAPI> readyAPI() {
 }
 
 }  // namespace
+
+struct BVManager::State {
+  explicit State(std::shared_ptr<BVManagerDelegate> host) : delegate(std::move(host)) {}
+
+  // The location manager goes first, then the delegate: the reverse of this order.
+  Guarded<std::shared_ptr<BVManagerDelegate>> delegate;
+  Guarded<std::shared_ptr<platform::CLLocationManager>> locationManager;
+  std::atomic<bool> enabledGPS = false;
+};
 
 // Set-up
 
@@ -98,9 +95,10 @@ std::shared_ptr<BVManager> BVManager::initWithDelegate_andAPIKey_andAPISecret(
   return manager;
 }
 
-BVManager::BVManager(std::shared_ptr<BVManagerDelegate> delegate) {
-  delegate_.set(std::move(delegate));
-}
+BVManager::BVManager(std::shared_ptr<BVManagerDelegate> delegate)
+    : state_(std::make_unique<State>(std::move(delegate))) {}
+
+BVManager::~BVManager() = default;
 
 void BVManager::createLocationManager() {
   const auto locationManager = platform::services().location->createManager();
@@ -112,10 +110,24 @@ void BVManager::createLocationManager() {
   }
 }
 
+std::shared_ptr<BVManagerDelegate> BVManager::delegate() const { return state_->delegate.get(); }
+
+void BVManager::setDelegate(std::shared_ptr<BVManagerDelegate> delegate) {
+  state_->delegate.set(std::move(delegate));
+}
+
+std::shared_ptr<platform::CLLocationManager> BVManager::locationManager() const {
+  return state_->locationManager.get();
+}
+
 void BVManager::setLocationManager(std::shared_ptr<platform::CLLocationManager> locationManager) {
   if (!locationManager) throw std::invalid_argument("a BVManager needs a location manager");
-  locationManager_.set(std::move(locationManager));
+  state_->locationManager.set(std::move(locationManager));
 }
+
+bool BVManager::enabledGPS() const { return state_->enabledGPS; }
+
+void BVManager::setEnabledGPS(bool value) { state_->enabledGPS = value; }
 
 void BVManager::receivedLogin(const std::shared_ptr<const BVAPILogin>& login) {
   logLine("Received login callback!!!");
@@ -135,10 +147,10 @@ void BVManager::receivedSync(const std::shared_ptr<const BVAPISync>& sync) {
   logLine("-> Internal: ", std::int64_t{sync->internal()});
   logLine("-> Public key: ", sync->pubkey());
   // A sync counts whatever its status says.
-  detectionState().isSync = true;
+  detectionState().hasSynced = true;
   const auto delegate = this->delegate();
   if (!delegate || !isAuthorizedAlways()) return;
-  detectionState().isReady = true;
+  detectionState().hasToldReady = true;
   delegate->didIsReady();
 }
 
@@ -197,8 +209,7 @@ bool BVManager::stopDetection() {
 bool BVManager::isScanning() const { return detectionState().isRunning; }
 
 std::shared_ptr<platform::CLBeaconRegion> BVManager::getRegion() const {
-  static const auto& only = *new auto(makeRegion());  // kept for the life of the process
-  return only;
+  return detectionState().region;
 }
 
 void BVManager::locationManager_didDetermineState_forRegion(
@@ -236,11 +247,11 @@ void BVManager::locationManager_didChangeAuthorizationStatus(
     return;
   }
   DetectionState& state = detectionState();
-  if (state.isReady || !state.isSync) return;
+  if (state.hasToldReady || !state.hasSynced) return;
   const auto delegate = this->delegate();
   if (!delegate) return;
   logLine("Auth ok");
-  state.isReady = true;
+  state.hasToldReady = true;
   delegate->didIsReady();
 }
 
@@ -284,13 +295,15 @@ void BVManager::locationManager_didRangeBeacons_inRegion(
 
 void BVManager::rangeBeacon(const platform::CLBeacon& beacon) {
   logLine("-> Major: ", std::int64_t{beacon.major}, " - Minor: ", std::int64_t{beacon.minor});
-  // Either one alone passes here; the client stops such a beacon, which has then used up a try.
+  // A beacon of which only one is unset goes on: the client sends nothing for it, but each report
+  // uses up one of its tries.
   if (beacon.major == kUnsetIdentifier && beacon.minor == kUnsetIdentifier) return;
-  if (!detectionState().isSync) return;
+  if (!detectionState().hasSynced) return;
   const std::string key = keyOf(beacon);
   if (const auto record = detectionState().cache.find(key)) {
     logLine("Cache hit");
-    receivedResolve_forRequest(record, nullptr);
+    logLine("Received resolve!!!");  // the log tells a match from the cache as any other
+    tellMatch(record);
   } else {
     logLine("Cache miss, goes to API");
     askForBeacon(key, beacon);
@@ -310,13 +323,17 @@ void BVManager::receivedResolve_forRequest(
     const std::shared_ptr<const BVAPIResolve>& resolve,
     const std::shared_ptr<const BVAPIResolveRequest>& request) {
   logLine("Received resolve!!!");
-  // Cache hits and replies to positions come without a request and are not cached.
+  // A reply to a position comes without a request: it belongs to no beacon.
   if (resolve && request) {
     const std::string key = BVUtil::getHash_andMajor_andMinor(orNull(request->uuid()),
                                                               request->major(), request->minor());
     detectionState().cache.store(key, resolve);
   }
-  if (const auto delegate = this->delegate()) delegate->didBVMatch(resolve);
+  tellMatch(resolve);
+}
+
+void BVManager::tellMatch(const std::shared_ptr<const BVAPIResolve>& match) {
+  if (const auto delegate = this->delegate()) delegate->didBVMatch(match);
 }
 
 // Positions, places and payloads
@@ -331,7 +348,7 @@ void BVManager::locationManager_didUpdateLocations(
     logLine("Location update while not running");
     return;
   }
-  if (!detectionState().isReady) {
+  if (!detectionState().hasToldReady) {
     logLine("API not ready");
     return;
   }

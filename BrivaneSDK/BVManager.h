@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -8,7 +7,6 @@
 
 #include "BrivaneSDK/BVAPIDelegate.h"
 #include "BrivaneSDK/BVManagerDelegate.h"
-#include "BrivaneSDK/Guarded.h"
 #include "platform/Export.h"
 #include "platform/JSONValue.h"
 #include "platform/Location.h"
@@ -36,23 +34,25 @@ class BRIVANE_EXPORT BVManager final : public BVAPIDelegate,
       std::shared_ptr<BVManagerDelegate> delegate, const std::string& key,
       const std::string& secret);
 
+  /// Releases the location manager, which ends what that did, then the delegate. Detection is not
+  /// stopped: `isScanning` stays as it was.
+  ~BVManager() override;
+  BVManager(const BVManager&) = delete;
+  BVManager& operator=(const BVManager&) = delete;
+
   /// Held until it is replaced or the manager goes; null when there is none.
-  std::shared_ptr<BVManagerDelegate> delegate() const { return delegate_.get(); }
-  void setDelegate(std::shared_ptr<BVManagerDelegate> delegate) {
-    delegate_.set(std::move(delegate));
-  }
+  std::shared_ptr<BVManagerDelegate> delegate() const;
+  void setDelegate(std::shared_ptr<BVManagerDelegate> delegate);
 
   /// The location manager through which this manager works; never null.
-  std::shared_ptr<platform::CLLocationManager> locationManager() const {
-    return locationManager_.get();
-  }
+  std::shared_ptr<platform::CLLocationManager> locationManager() const;
   /// Throws std::invalid_argument for null.
   void setLocationManager(std::shared_ptr<platform::CLLocationManager> locationManager);
 
   /// Whether `startDetection` also tracks the position; false at first. A change counts from the
   /// next start.
-  bool enabledGPS() const { return enabledGPS_; }
-  void setEnabledGPS(bool value) { enabledGPS_ = value; }
+  bool enabledGPS() const;
+  void setEnabledGPS(bool value);
 
   /// Starts detection with an empty cache; a second start does so again. True when it has started,
   /// also when positions could not be (`didErrorFound`). False, and nothing has changed, before the
@@ -107,15 +107,15 @@ class BRIVANE_EXPORT BVManager final : public BVAPIDelegate,
       const std::string& error) override;
 
  private:
+  struct State;
+
   explicit BVManager(std::shared_ptr<BVManagerDelegate> delegate);
 
   void createLocationManager();
   void startUpdatingLocation();
   void rangeBeacon(const platform::CLBeacon& beacon);
   void askForBeacon(const std::string& key, const platform::CLBeacon& beacon);
+  void tellMatch(const std::shared_ptr<const BVAPIResolve>& match);
 
-  // The location manager goes first, then the delegate: the reverse of this order.
-  Guarded<std::shared_ptr<BVManagerDelegate>> delegate_;
-  Guarded<std::shared_ptr<platform::CLLocationManager>> locationManager_;
-  std::atomic<bool> enabledGPS_ = false;
+  const std::unique_ptr<State> state_;
 };

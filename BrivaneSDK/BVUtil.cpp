@@ -6,6 +6,8 @@
 #include "platform/Services.h"
 #include "platform/UUID.h"
 
+using namespace brivane::internal;
+
 namespace {
 
 constexpr std::string_view kInstallationKey = "installUUID";

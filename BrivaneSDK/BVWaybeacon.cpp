@@ -2,6 +2,8 @@
 
 #include "BrivaneSDK/ReplyReading.h"
 
+using namespace brivane::internal;
+
 std::shared_ptr<const BVWaybeacon> BVWaybeacon::parseWithDict(const platform::JSONValue* dict) {
   auto beacon = std::make_shared<BVWaybeacon>();
   beacon->setUuid(textReading(valueForKey(dict, "uuid")));

@@ -2,6 +2,8 @@
 
 #include "BrivaneSDK/ReplyReading.h"
 
+using namespace brivane::internal;
+
 std::shared_ptr<const BVWaybeaconDistance> BVWaybeaconDistance::parseWithDict(
     const platform::JSONValue* dict) {
   auto place = std::make_shared<BVWaybeaconDistance>();

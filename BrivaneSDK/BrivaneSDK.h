@@ -1,6 +1,7 @@
 #pragma once
 
-/// Everything a host application includes: create a BVManager, implement BVManagerDelegate.
+/// Everything a host application includes: install services, create a BVManager, implement
+/// BVManagerDelegate.
 
 #include "BrivaneSDK/BVAPI.h"                // IWYU pragma: export
 #include "BrivaneSDK/BVAPIDelegate.h"        // IWYU pragma: export
@@ -21,6 +22,7 @@
 #include "BrivaneSDK/BVWaybeacon.h"          // IWYU pragma: export
 #include "BrivaneSDK/BVWaybeaconDistance.h"  // IWYU pragma: export
 #include "platform/Export.h"
+#include "platform/Services.h"  // IWYU pragma: export
 
 extern "C" {
 /// The version of the library, 1.0.

@@ -4,6 +4,7 @@
 
 #include "BrivaneSDK/NumberText.h"
 
+namespace brivane::internal {
 namespace {
 
 void appendTwoDigits(std::string& text, std::int64_t value) {
@@ -32,3 +33,5 @@ std::string dateText(std::chrono::system_clock::time_point time) {
   text += " +0000";
   return text;
 }
+
+}  // namespace brivane::internal

@@ -6,27 +6,21 @@
 #include <string>
 #include <string_view>
 
+#include "BrivaneSDK/NullText.h"
 #include "BrivaneSDK/NumberText.h"
 #include "platform/Log.h"
 #include "platform/Services.h"
 
-/// How log lines and form bodies print an absent text.
-inline std::string_view orNull(const std::optional<std::string>& text) {
-  return text ? std::string_view(*text) : "(null)";
-}
-
-namespace logline {
+namespace brivane::internal {
 
 template <std::convertible_to<std::string_view> Text>
-void append(std::string& line, const Text& part) {
+void appendToLine(std::string& line, const Text& part) {
   line += std::string_view(part);
 }
-inline void append(std::string& line, const std::optional<std::string>& part) {
+inline void appendToLine(std::string& line, const std::optional<std::string>& part) {
   line += orNull(part);
 }
-inline void append(std::string& line, std::int64_t part) { appendInteger(line, part); }
-
-}  // namespace logline
+inline void appendToLine(std::string& line, std::int64_t part) { appendInteger(line, part); }
 
 /// Writes one line, made of texts, nullable texts and integers, to the installed log. Without a log
 /// nothing is composed, so a line costs next to nothing.
@@ -38,7 +32,9 @@ void logLine(std::string_view first, const Parts&... parts) {
     log->write(first);
   } else {
     std::string line(first);
-    (logline::append(line, parts), ...);
+    (appendToLine(line, parts), ...);
     log->write(line);
   }
 }
+
+}  // namespace brivane::internal

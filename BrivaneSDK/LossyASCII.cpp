@@ -2,6 +2,7 @@
 
 #include "BrivaneSDK/Utf8.h"
 
+namespace brivane::internal {
 namespace {
 
 // Base letters of U+00C0 to U+017F, a row of 16 each; "?" where the character is no letter.
@@ -41,3 +42,5 @@ std::string lossyASCII(std::string_view text) {
   }
   return ascii;
 }
+
+}  // namespace brivane::internal

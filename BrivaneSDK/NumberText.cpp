@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 
+namespace brivane::internal {
 namespace {
 
 // Fixed notation of the largest double has 309 digits, a sign, a point and six decimals.
@@ -53,3 +54,5 @@ std::int64_t truncatedInteger(double value) {
   if (value < -kTooLarge) return Limits::min();
   return static_cast<std::int64_t>(value);
 }
+
+}  // namespace brivane::internal

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+namespace brivane::internal {
+
 /// Numbers as the service and the log read them, the same in every locale.
 
 /// Appends `value` in decimal.
@@ -23,3 +25,5 @@ std::string shortestText(double value);
 
 /// `value` truncated toward zero, at the ends of the range where it does not fit, 0 for NaN.
 std::int64_t truncatedInteger(double value);
+
+}  // namespace brivane::internal

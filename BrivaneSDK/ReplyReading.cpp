@@ -9,11 +9,13 @@
 
 #include "BrivaneSDK/BVInvalidReply.h"
 #include "BrivaneSDK/LogLine.h"
+#include "BrivaneSDK/NullText.h"
 #include "BrivaneSDK/NumberText.h"
 #include "BrivaneSDK/Utf8.h"
 #include "platform/JSON.h"
 #include "platform/Services.h"
 
+namespace brivane::internal {
 namespace {
 
 using platform::JSONValue;
@@ -195,3 +197,5 @@ bool booleanReading(const JSONValue* value) {
       fail("a boolean", *value);
   }
 }
+
+}  // namespace brivane::internal

@@ -8,6 +8,8 @@
 
 #include "platform/JSONValue.h"
 
+namespace brivane::internal {
+
 /// How records read the service's replies. The service sends numbers as text at times, and leaves
 /// out what it does not know: so a missing value reads as nothing and text reads as the number it
 /// begins with. What can be read in no way throws BVInvalidReply.
@@ -40,3 +42,5 @@ double realReading(const platform::JSONValue* value);
 /// True for true, a number other than 0, and a text that begins with Y, y, T, t or a digit 1 to 9
 /// after white space, one sign and zeros; false for no value.
 bool booleanReading(const platform::JSONValue* value);
+
+}  // namespace brivane::internal

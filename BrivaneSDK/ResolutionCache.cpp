@@ -2,6 +2,7 @@
 
 #include <utility>
 
+namespace brivane::internal {
 namespace {
 
 constexpr std::int64_t kTryLimit = 5;
@@ -32,3 +33,5 @@ void ResolutionCache::clear() {
   records_.clear();
   tries_.clear();
 }
+
+}  // namespace brivane::internal

@@ -8,6 +8,8 @@
 #include "BrivaneSDK/BVAPIResolve.h"
 #include "platform/Mutex.h"
 
+namespace brivane::internal {
+
 /// What the service answered for each beacon, by the beacon's key, and how often it was asked. Any
 /// thread: a lock is held for each single access.
 class ResolutionCache {
@@ -30,3 +32,5 @@ class ResolutionCache {
       BRIVANE_GUARDED_BY(mutex_);
   std::unordered_map<std::string, std::int64_t> tries_ BRIVANE_GUARDED_BY(mutex_);
 };
+
+}  // namespace brivane::internal

@@ -1,5 +1,6 @@
 #include "BrivaneSDK/Utf8.h"
 
+namespace brivane::internal {
 namespace {
 
 struct Lead {
@@ -41,3 +42,5 @@ bool isUtf8(std::string_view bytes) {
   }
   return true;
 }
+
+}  // namespace brivane::internal

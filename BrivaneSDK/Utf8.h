@@ -4,6 +4,8 @@
 #include <optional>
 #include <string_view>
 
+namespace brivane::internal {
+
 /// One character of UTF-8 text: its code point and how many bytes it takes.
 struct Utf8Character {
   char32_t codePoint;
@@ -16,3 +18,5 @@ std::optional<Utf8Character> firstCharacter(std::string_view bytes);
 
 /// Whether all of `bytes` is valid UTF-8.
 bool isUtf8(std::string_view bytes);
+
+}  // namespace brivane::internal
