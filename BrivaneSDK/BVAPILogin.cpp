@@ -8,8 +8,8 @@ namespace {
 
 using Clock = std::chrono::system_clock;
 
-/// `seconds` from now, no further than the clock goes either way. `now` is after 1970, so what the
-/// clock can count is always room enough on the way back.
+/// `seconds` from now, or the nearest time that the clock can hold. As `now` is after the epoch, no
+/// duration that the second check lets through makes the sum overflow.
 Clock::time_point fromNow(std::int64_t seconds) {
   const Clock::time_point now = Clock::now();
   const std::chrono::duration<double> asked(static_cast<double>(seconds));

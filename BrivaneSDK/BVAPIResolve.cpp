@@ -8,8 +8,8 @@ using namespace brivane::internal;
 
 namespace {
 
-/// Whether the reply says that the service does not know the beacon. Only a reply with a status is
-/// asked whether its beacon is null.
+/// Whether the reply says that the service does not know the beacon: its status is false, or true
+/// with a null beacon. Without a status it says neither.
 bool saysUnknown(const platform::JSONValue& reply) {
   const platform::JSONValue* status = valueForKey(&reply, "status");
   if (status == nullptr) return false;

@@ -57,7 +57,7 @@ std::shared_ptr<BVAPI> readyAPI() {
 struct BVManager::State {
   explicit State(std::shared_ptr<BVManagerDelegate> host) : delegate(std::move(host)) {}
 
-  // The location manager goes first, then the delegate: the reverse of this order.
+  // Destroyed in reverse order: the location manager, then the delegate.
   Guarded<std::shared_ptr<BVManagerDelegate>> delegate;
   Guarded<std::shared_ptr<platform::CLLocationManager>> locationManager;
   std::atomic<bool> enabledGPS = false;
@@ -146,7 +146,7 @@ void BVManager::receivedSync(const std::shared_ptr<const BVAPISync>& sync) {
   logLine("-> Offline: ", std::int64_t{sync->offline()});
   logLine("-> Internal: ", std::int64_t{sync->internal()});
   logLine("-> Public key: ", sync->pubkey());
-  // A sync counts whatever its status says.
+  // A sync reply counts even when its status is false.
   detectionState().hasSynced = true;
   const auto delegate = this->delegate();
   if (!delegate || !isAuthorizedAlways()) return;
@@ -177,7 +177,7 @@ bool BVManager::startDetection() {
 
 void BVManager::startUpdatingLocation() {
   if (!platform::services().location->locationServicesEnabled()) {
-    // Beacons are still detected, so the host is told but the start stands.
+    // Beacons are detected all the same: the host is told, and the start has succeeded.
     if (const auto delegate = this->delegate()) delegate->didErrorFound(BVError::newError(1));
     return;
   }
@@ -265,7 +265,7 @@ void BVManager::locationManager_didExitRegion(platform::CLLocationManager& /*man
   logLine("REGION OUT!");
 }
 
-// The texts of the next two stand crossed over; whoever reads the logs knows them so.
+// The next two log each other's text. Who evaluates the logs relies on that, so it stays.
 
 void BVManager::locationManager_didFailWithError(platform::CLLocationManager& /*manager*/,
                                                  const std::string& error) {

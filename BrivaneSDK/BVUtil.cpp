@@ -1,10 +1,8 @@
 #include "BrivaneSDK/BVUtil.h"
 
 #include "BrivaneSDK/NumberText.h"
-#include "platform/Device.h"
 #include "platform/Preferences.h"
 #include "platform/Services.h"
-#include "platform/UUID.h"
 
 using namespace brivane::internal;
 
@@ -14,12 +12,12 @@ constexpr std::string_view kInstallationKey = "installUUID";
 
 }  // namespace
 
-std::string BVUtil::getModel() { return platform::deviceModel(); }
+std::string BVUtil::getModel() { return platform::services().deviceModel->model(); }
 
 std::optional<std::string> BVUtil::getInstallationID() {
   platform::Preferences& preferences = *platform::services().preferences;
   if (!preferences.objectForKey(kInstallationKey)) {
-    const std::string identifier = platform::UUID::random().UUIDString();
+    const std::string identifier = platform::services().randomUUID->generate().UUIDString();
     preferences.setValue_forKey(identifier, kInstallationKey);
     // Without permanent storage the identifier still serves until the process ends.
     static_cast<void>(preferences.synchronize());

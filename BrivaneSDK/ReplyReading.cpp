@@ -75,8 +75,8 @@ std::int64_t leadingInteger(std::string_view text) {
   return negative ? -value : value;
 }
 
-/// Whether `number`, a decimal number that no double holds, is too large rather than too small: the
-/// place of its first significant digit decides.
+/// Whether `number`, a decimal number outside the range of a double, is too large rather than too
+/// small for it. The position of its first significant digit decides.
 bool isTooLarge(std::string_view number) {
   const std::size_t mantissaEnd = number.find_first_of("eE");
   const std::string_view mantissa = number.substr(0, mantissaEnd);
@@ -90,7 +90,7 @@ bool isTooLarge(std::string_view number) {
 double leadingReal(std::string_view text) {
   dropWhiteSpace(text);
   const bool negative = dropSign(text);
-  // Without this, "inf" and "nan" would read as numbers.
+  // std::from_chars would read "inf" and "nan" as numbers.
   if (text.empty() || (!isDigit(text.front()) && text.front() != '.')) return 0.0;
   double value = 0.0;
   const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -111,7 +111,7 @@ bool beginsAsTrue(std::string_view text) {
 }
 
 void logBody(const std::optional<std::string>& body) {
-  if (!platform::services().log) return;  // or the whole body would be checked for nobody
+  if (!platform::services().log) return;  // spares checking the whole body
   const bool decodes = body && isUtf8(*body);
   logLine("DATA: ", decodes ? std::string_view(*body) : orNull(std::nullopt));
 }

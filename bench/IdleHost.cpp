@@ -87,7 +87,9 @@ int main(int argc, char** argv) {
                      .preferences = std::make_shared<platform::KeyFilePreferences>(),
                      .propertyList = std::make_shared<platform::PlistPropertyList>(argv[1]),
                      .location = std::make_shared<platform::LinuxLocationService>(
-                         platform::LinuxLocationService::Options{})});
+                         platform::LinuxLocationService::Options{}),
+                     .deviceModel = std::make_shared<platform::UnameDeviceModel>(),
+                     .randomUUID = std::make_shared<platform::SystemRandomUUID>()});
   GDBusConnection* const bus = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr);
   loop = g_main_loop_new(nullptr, FALSE);
   g_unix_fd_add(0, static_cast<GIOCondition>(G_IO_IN | G_IO_HUP), onLine, bus);

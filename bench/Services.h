@@ -13,6 +13,8 @@
 #include "platform/Services.h"
 #include "platform/json/SimdJSON.h"
 #include "platform/location/LocationCore.h"
+#include "platform/posix/SystemRandomUUID.h"
+#include "platform/posix/UnameDeviceModel.h"
 #include "tests/support/Frames.h"
 
 /// What the library's surroundings are in a benchmark: as cheap as they can be, so that its own
@@ -71,6 +73,8 @@ inline void install(std::shared_ptr<platform::HTTPClient> http,
                      .propertyList = memory,
                      .location = std::make_shared<platform::LocationCore>(
                          platform::LocationCore::Options{.permission = platform::alwaysPermitted}),
+                     .deviceModel = std::make_shared<platform::UnameDeviceModel>(),
+                     .randomUUID = std::make_shared<platform::SystemRandomUUID>(),
                      .log = std::move(log)});
 }
 

@@ -31,7 +31,9 @@ int main(int argc, char** argv) {
        .json = std::make_shared<platform::SimdJSON>(),
        .preferences = std::make_shared<platform::KeyFilePreferences>(),
        .propertyList = std::make_shared<platform::PlistPropertyList>(argv[2]),
-       .location = std::make_shared<platform::LocationCore>(platform::LocationCore::Options{})});
+       .location = std::make_shared<platform::LocationCore>(platform::LocationCore::Options{}),
+       .deviceModel = std::make_shared<platform::UnameDeviceModel>(),
+       .randomUUID = std::make_shared<platform::SystemRandomUUID>()});
   const auto manager = BVManager::initWithDelegate(std::make_shared<bench::Host>());
   pause();
 }

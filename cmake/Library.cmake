@@ -25,6 +25,7 @@ function(brivane_library name)
     set_property(GLOBAL APPEND PROPERTY BRIVANE_PACKAGES_${ARG_COMPONENT} ${package} ${wanted})
   endwhile()
   set_property(GLOBAL APPEND PROPERTY BRIVANE_COMPONENTS ${ARG_COMPONENT})
+  set_property(GLOBAL APPEND PROPERTY BRIVANE_LIBRARIES ${name})
   # "include/platform" belongs to everybody: the headers stand in a folder of this package, which the target names.
   install(TARGETS ${name} EXPORT BrivaneSDK${ARG_COMPONENT}Targets
           FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/brivane-${PROJECT_VERSION_MAJOR})

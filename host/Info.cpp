@@ -13,6 +13,8 @@
 #include "platform/curl/CurlHTTPClient.h"
 #include "platform/files/KeyFilePreferences.h"
 #include "platform/json/SimdJSON.h"
+#include "platform/posix/SystemRandomUUID.h"
+#include "platform/posix/UnameDeviceModel.h"
 
 namespace host {
 namespace {
@@ -31,6 +33,8 @@ void installServices() {
        .preferences = std::make_shared<platform::KeyFilePreferences>(),
        .propertyList = std::make_shared<NoPropertyList>(),
        .location = locationWithoutSources(),
+       .deviceModel = std::make_shared<platform::UnameDeviceModel>(),
+       .randomUUID = std::make_shared<platform::SystemRandomUUID>(),
        .log = nullptr});
 }
 

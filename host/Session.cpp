@@ -16,6 +16,8 @@
 #include "platform/files/StandardErrorLog.h"
 #include "platform/json/SimdJSON.h"
 #include "platform/location/LocationCore.h"
+#include "platform/posix/SystemRandomUUID.h"
+#include "platform/posix/UnameDeviceModel.h"
 
 namespace host {
 namespace {
@@ -75,6 +77,8 @@ void Session::install(std::shared_ptr<platform::LocationService> location) const
                      .preferences = std::make_shared<platform::KeyFilePreferences>(),
                      .propertyList = std::make_shared<platform::PlistPropertyList>(options_.info),
                      .location = std::move(location),
+                     .deviceModel = std::make_shared<platform::UnameDeviceModel>(),
+                     .randomUUID = std::make_shared<platform::SystemRandomUUID>(),
                      .log = logFor(options_)});
 }
 

@@ -24,6 +24,8 @@ void install(Services services) {
   require(services.preferences != nullptr, "preferences");
   require(services.propertyList != nullptr, "propertyList");
   require(services.location != nullptr, "location");
+  require(services.deviceModel != nullptr, "deviceModel");
+  require(services.randomUUID != nullptr, "randomUUID");
   auto owned = std::make_unique<const Services>(std::move(services));
   const Services* none = nullptr;
   if (!installedServices.compare_exchange_strong(none, owned.get())) {

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "platform/DeviceModel.h"
 #include "platform/Export.h"
 #include "platform/HTTPClient.h"
 #include "platform/JSON.h"
@@ -9,6 +10,7 @@
 #include "platform/Log.h"
 #include "platform/Preferences.h"
 #include "platform/PropertyList.h"
+#include "platform/RandomUUID.h"
 
 namespace platform {
 
@@ -19,6 +21,8 @@ struct Services {
   std::shared_ptr<Preferences> preferences;
   std::shared_ptr<PropertyList> propertyList;
   std::shared_ptr<LocationService> location;
+  std::shared_ptr<DeviceModel> deviceModel;
+  std::shared_ptr<RandomUUID> randomUUID;
   /// Null when nobody reads the log.
   std::shared_ptr<Log> log = nullptr;
 };

@@ -1,7 +1,5 @@
 #include "platform/UUID.h"
 
-#include <random>
-
 namespace platform {
 namespace {
 
@@ -34,15 +32,6 @@ std::optional<UUID> UUID::initWithUUIDString(std::string_view text) {
     std::uint8_t& byte = bytes[digits++ / 2];
     byte = static_cast<std::uint8_t>(byte * 16 + digit);
   }
-  return UUID(bytes);
-}
-
-UUID UUID::random() {
-  std::random_device source;
-  Bytes bytes{};
-  for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(source());
-  bytes[6] = static_cast<std::uint8_t>((bytes[6] & 0x0FU) | 0x40U);  // version 4: random
-  bytes[8] = static_cast<std::uint8_t>((bytes[8] & 0x3FU) | 0x80U);  // the usual variant
   return UUID(bytes);
 }
 

@@ -25,9 +25,6 @@ class BRIVANE_EXPORT UUID {
   /// other text.
   static std::optional<UUID> initWithUUIDString(std::string_view text);
 
-  /// A new random (version 4) UUID from the system's random source.
-  static UUID random();
-
   /// The canonical form: 36 characters, upper-case.
   std::string UUIDString() const;
 

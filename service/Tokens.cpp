@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/UUID.h"
+#include "platform/posix/SystemRandomUUID.h"
 
 namespace service {
 
@@ -10,7 +10,7 @@ Tokens::Tokens(std::chrono::seconds lifetime, std::function<Clock::time_point()>
     : lifetime_(lifetime), now_(std::move(now)) {}
 
 std::string Tokens::issue() {
-  std::string token = platform::UUID::random().UUIDString();
+  std::string token = platform::SystemRandomUUID().generate().UUIDString();
   const auto now = now_();
   const std::lock_guard lock(mutex_);
   std::erase_if(expiries_, [now](const auto& entry) { return entry.second <= now; });

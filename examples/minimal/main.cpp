@@ -3,11 +3,12 @@
 // usage: minimal CAPTURE.btsnoop INFO.plist HOST:PORT CA.pem
 
 #include <BrivaneSDK/BrivaneSDK.h>
-#include <platform/Services.h>
 #include <platform/curl/CurlHTTPClient.h>
 #include <platform/files/KeyFilePreferences.h>
 #include <platform/files/PlistPropertyList.h>
 #include <platform/json/SimdJSON.h>
+#include <platform/posix/SystemRandomUUID.h>
+#include <platform/posix/UnameDeviceModel.h>
 #include <platform/replay/ReplayLocationService.h>
 
 #include <atomic>
@@ -44,7 +45,9 @@ int main(int argc, char** argv) {
                      .json = std::make_shared<platform::SimdJSON>(),
                      .preferences = std::make_shared<platform::KeyFilePreferences>(),
                      .propertyList = std::make_shared<platform::PlistPropertyList>(argv[2]),
-                     .location = location});
+                     .location = location,
+                     .deviceModel = std::make_shared<platform::UnameDeviceModel>(),
+                     .randomUUID = std::make_shared<platform::SystemRandomUUID>()});
   auto host = std::make_shared<Host>();
   auto manager = BVManager::initWithDelegate(host);
   host->ready.wait(false);

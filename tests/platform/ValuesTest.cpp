@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
+#include <sys/utsname.h>
 
 #include "platform/JSONValue.h"
 #include "platform/UUID.h"
+#include "platform/posix/SystemRandomUUID.h"
+#include "platform/posix/UnameDeviceModel.h"
 
 namespace {
 
@@ -19,8 +22,17 @@ TEST(UUIDTest, ReadsItsCanonicalFormAlone) {
                            "5C8E3D7A-41B2-4F60-9E0B-27D1A6C4F38G"}) {
     EXPECT_FALSE(UUID::initWithUUIDString(text)) << text;
   }
-  EXPECT_NE(UUID::random(), UUID::random());
-  EXPECT_EQ(UUID::random().UUIDString()[14], '4');  // the version
+}
+
+TEST(PosixTest, TellsTheMachineAndMakesVersionFourIdentifiers) {
+  utsname names{};
+  uname(&names);
+  EXPECT_EQ(platform::UnameDeviceModel().model(), names.machine);
+  platform::SystemRandomUUID random;
+  const UUID one = random.generate();
+  EXPECT_NE(one, random.generate());
+  EXPECT_EQ(one.bytes()[6] >> 4U, 4);  // the version
+  EXPECT_EQ(one.bytes()[8] >> 6U, 2);  // the variant
 }
 
 TEST(JSONValueTest, SharesFindsAndCompares) {

@@ -1,33 +1,61 @@
-"""Compiles every public header of the library and the boundary alone, and fails on an include that a
-host's build should not meet: both use the standard library and each other, nothing else.
+"""Holds what a host's build and link must not meet: every header of the library, the boundary and the
+location logic compiles alone, they include the standard library and each other, nothing else, and the
+libraries define no external name but their own.
 
-usage: check_headers.py COMPILER SOURCE_FOLDER
+usage: check_headers.py COMPILER SOURCE_FOLDER NM LIBRARY…
 """
+import multiprocessing.pool
 import pathlib
 import re
 import subprocess
 import sys
 
-# Besides the standard library's own headers, which have no dot: what a source may ask the system.
-SYSTEM = {"sys/utsname.h"}
+# Which folder's headers the files of a folder may include.
+INCLUDES = {"BrivaneSDK": r"(platform|BrivaneSDK)", "platform": "platform", "platform/location": r"platform(/location)?"}
 
-compiler, root = sys.argv[1], pathlib.Path(sys.argv[2])
-boundary = sorted(root.glob("platform/*.h")) + sorted(root.glob("platform/*.cpp"))
-library = sorted(root.glob("BrivaneSDK/*.h")) + sorted(root.glob("BrivaneSDK/*.cpp"))
+# A mangled name: what it is made for (a table, a thunk, a guard, a function's local), then whose it is.
+OURS = r"(8platform|7brivane8internal|\d+BV\w)"
+# Templates and inline functions of the standard library and of simdjson, which every user of them defines alike.
+STANDARD = r"(S[tabsiod]|9__gnu_cxx|8simdjson)"
+NAME = re.compile(rf"_Z(T[ISVT]|T[hv]n?\d+_(n?\d+_)?|GVZ?|GR|Z)*N?[KVRO]*({OURS}|{STANDARD})")
+# Beside them: the version, the types of plain function pointers, and what compilers and sanitizers add.
+OTHERS = re.compile(r"BrivaneSDKVersion(Number|String)|DW\.ref\.\w+|__odr_asan\S+|__clang_call_terminate|_ZT[IS]P?F\w+")
+
+compiler, root, nm, libraries = sys.argv[1], pathlib.Path(sys.argv[2]), sys.argv[3], sys.argv[4:]
 faults = []
-for file in boundary + library:
-    own = r'"platform/\w+\.h"' if file in boundary else r'"(platform|BrivaneSDK)/\w+\.h"'
+
+
+def check_includes(file, allowed):
     for number, line in enumerate(file.read_text().splitlines(), 1):
         if included := re.match(r"\s*#\s*include\s+(\S+)", line):
-            name = included[1]
-            system = re.fullmatch(r"<([^>]+)>", name)
-            allowed = ("." not in system[1] or system[1] in SYSTEM) if system else re.fullmatch(own, name)
-            if not allowed:
-                faults.append(f"{file}:{number}: {name} is outside the boundary")
-    if file.suffix == ".h":
-        command = [compiler, "-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Werror", "-I", root]
-        alone = subprocess.run(command + ["-include", file, "-x", "c++", "/dev/null"])
-        if alone.returncode != 0:
-            faults.append(f"{file}: does not compile alone")
-print("\n".join(faults) or f"{len(boundary + library)} files keep within the boundary")
-sys.exit(bool(faults) or not library)
+            if not re.fullmatch(rf'<[^.>]+>|"{allowed}/\w+\.h"', included[1]):
+                faults.append(f"{file}:{number}: {included[1]} is outside the boundary")
+
+
+def check_alone(header):
+    command = [compiler, "-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Werror", "-I", root]
+    if subprocess.run(command + ["-include", header, "-x", "c++", "/dev/null"]).returncode != 0:
+        faults.append(f"{header}: does not compile alone")
+
+
+def check_names(library):
+    dynamic = ["--dynamic"] if ".so" in library else []
+    listing = subprocess.run([nm, "--extern-only", "--defined-only", "--format=posix", *dynamic, library],
+                             check=True, capture_output=True, text=True).stdout
+    names = {line.split()[0] for line in listing.splitlines() if len(line.split()) > 1}
+    if not any(re.search(OURS, name) for name in names):
+        faults.append(f"{library}: no names were found")
+    for name in sorted(names):
+        if not NAME.match(name) and not OTHERS.fullmatch(name):
+            faults.append(f"{library}: {name} is a name outside the project's own")
+
+
+files = [(file, allowed) for folder, allowed in INCLUDES.items() for file in sorted(root.glob(folder + "/*.*"))
+         if file.suffix in (".h", ".cpp")]
+for file, allowed in files:
+    check_includes(file, allowed)
+multiprocessing.pool.ThreadPool().map(check_alone, [file for file, _ in files if file.suffix == ".h"])
+for library in libraries:
+    check_names(library)
+print("\n".join(faults) or f"{len(files)} files and {len(libraries)} libraries keep within the boundary")
+sys.exit(bool(faults) or not files or not libraries)

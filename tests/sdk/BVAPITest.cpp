@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
-#include <sys/utsname.h>
 
 #include <clocale>
 #include <limits>
 
-#include "platform/UUID.h"
 #include "tests/sdk/FakeServices.h"
 
 namespace {
@@ -36,9 +34,7 @@ TEST(API, AsksAndToldWhatItIsAnswered) {
   const auto recorder = std::make_shared<Recorder>();
   api->setDelegate(recorder);
   services.stored.insert_or_assign("installUUID", platform::JSONValue(7));  // no text
-  utsname system{};
-  uname(&system);
-  const std::string device = std::string("model=") + system.machine;
+  const std::string device = "model=M";
   const std::string tracker = "URL: https://api.brivane.example/api/v1/tracker/|POST tracker/ installID=(null)&lat=";
   struct Row {
     std::function<void(BVAPI&)> ask;
@@ -108,11 +104,11 @@ TEST(API, BuildsBodiesWithoutEscaping) {
 
 TEST(API, NamesTheInstallationOnceAndForGood) {
   FakeServices& services = FakeServices::get();
-  const auto made = BVUtil::getInstallationID();
+  const std::string made = "01000000-0000-0000-0000-000000000000";
+  EXPECT_EQ(BVUtil::getInstallationID(), made);
   EXPECT_EQ(services.synchronized, 1);
   EXPECT_EQ(BVUtil::getInstallationID(), made);
   EXPECT_EQ(services.synchronized, 1);
-  EXPECT_EQ(platform::UUID::initWithUUIDString(*made)->UUIDString(), *made);
   EXPECT_EQ(BVUtil::getHash_andMajor_andMinor("U", 0, -3456), "U_0_-3456");
 }
 

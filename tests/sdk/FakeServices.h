@@ -19,14 +19,16 @@ class FakeServices final : public platform::HTTPClient,
                            public platform::Preferences,
                            public platform::PropertyList,
                            public platform::Log,
-                           public platform::LocationService {
+                           public platform::LocationService,
+                           public platform::DeviceModel,
+                           public platform::RandomUUID {
  public:
   /// The one set, installed on the first call.
   static FakeServices& get() {
     static const auto only = [] {
       auto fake = std::make_shared<FakeServices>();
       auto json = std::make_shared<platform::SimdJSON>();
-      platform::install({fake, json, fake, fake, fake, fake});
+      platform::install({fake, json, fake, fake, fake, fake, fake, fake});
       return fake;
     }();
     return *only;
@@ -115,6 +117,8 @@ class FakeServices final : public platform::HTTPClient,
     const auto found = plist.find(key);
     return found == plist.end() ? std::nullopt : std::optional(found->second);
   }
+  std::string model() const override { return "M"; }
+  platform::UUID generate() override { return platform::UUID({++generated_}); }
   void write(std::string_view line) override {
     if (showsLog) see(std::string(line));
   }
@@ -127,4 +131,5 @@ class FakeServices final : public platform::HTTPClient,
 
   std::deque<Completion> waiting_;
   std::string seen_;
+  std::uint8_t generated_ = 0;
 };

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <sys/utsname.h>
 
 #include <exception>
 #include <functional>
@@ -128,11 +127,8 @@ class Player {
   }
   /// With short names for what differs from build to build and for what is seen often, each field of it as it must be.
   static std::string shortened(std::string seen) {
-    utsname system{};
-    uname(&system);
     const std::pair<std::string, std::string> names[] = {
         {BVNetwork::proximityUUID(), "NETWORK"},
-        {std::string("model=") + system.machine, "model=M"},
         {"POST oauth2/token/ client_id=key&client_secret=secret&grant_type=client_credentials", "LOGIN"},
         {"POST sync/ installID=ID&model=M", "SYNC"},
         {"POST resolve/ battery=-1&installID=ID&major=1&minor=2&model=M&rssi=-12&uuid=NETWORK", "RESOLVE1.2"},

@@ -14,6 +14,8 @@
 #include "platform/PropertyList.h"
 #include "platform/files/KeyFilePreferences.h"
 #include "platform/json/SimdJSON.h"
+#include "platform/posix/SystemRandomUUID.h"
+#include "platform/posix/UnameDeviceModel.h"
 #include "service/Service.h"
 #include "tests/support/Street.h"
 
@@ -65,7 +67,9 @@ platform::Services Town::services(std::shared_ptr<platform::HTTPClient> http,
           .json = std::make_shared<platform::SimdJSON>(),
           .preferences = std::make_shared<platform::KeyFilePreferences>(file("preferences")),
           .propertyList = std::make_shared<Credentials>(),
-          .location = std::move(location)};
+          .location = std::move(location),
+          .deviceModel = std::make_shared<platform::UnameDeviceModel>(),
+          .randomUUID = std::make_shared<platform::SystemRandomUUID>()};
 }
 
 void Town::serve(const std::vector<std::string>& faults, int toParent) const {

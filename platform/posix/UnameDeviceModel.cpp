@@ -1,10 +1,10 @@
-#include "platform/Device.h"
+#include "platform/posix/UnameDeviceModel.h"
 
 #include <sys/utsname.h>
 
 namespace platform {
 
-std::string deviceModel() {
+std::string UnameDeviceModel::model() const {
   utsname names{};
   uname(&names);
   return static_cast<const char*>(names.machine);
