@@ -35,13 +35,32 @@ bool contains(const std::string& text, const char* part) {
 
 }  // namespace
 
-PositionGrant positionGrantOf(const std::string& error, const std::string& message) {
-  if (error == "org.freedesktop.DBus.Error.NoReply") return PositionGrant::kPending;
-  // The daemon is not there, or cannot be started.
-  if (error != "org.freedesktop.DBus.Error.AccessDenied") return PositionGrant::kSwitchedOff;
-  if (contains(message, "disabled")) return PositionGrant::kSwitchedOff;
-  const bool byOthers = contains(message, "configuration") || contains(message, "no agent");
-  return byOthers ? PositionGrant::kRestricted : PositionGrant::kDenied;
+Refusal refusalOf(const std::string& error, const std::string& message) {
+  using Grant = PositionGrant;
+  const std::string service = "org.freedesktop.DBus.Error.ServiceUnknown";
+  if (error == service || error.starts_with("org.freedesktop.DBus.Error.Spawn.")) {
+    return {Grant::kSwitchedOff, "GeoClue, which finds positions, is not installed; install it"};
+  }
+  // A lost bus, a limit or a time-out says nothing about the user's wish.
+  if (error != "org.freedesktop.DBus.Error.AccessDenied") {
+    return {Grant::kPending, "GeoClue does not answer yet: " + message};
+  }
+  if (contains(message, "disabled")) {
+    return {Grant::kSwitchedOff, "location is switched off; switch it on in the settings"};
+  }
+  if (contains(message, "no agent")) {
+    return {Grant::kRestricted,
+            "nobody is there to ask the user for permission to know the "
+            "position; start a GeoClue agent"};
+  }
+  if (contains(message, "configuration")) {
+    return {Grant::kRestricted,
+            "GeoClue's configuration keeps the position from this application; "
+            "change it in /etc/geoclue/geoclue.conf"};
+  }
+  return {Grant::kDenied,
+          "the user keeps the position from this application; allow it in the "
+          "settings, then start anew"};
 }
 
 std::optional<CLLocation> positionIn(GVariant* properties, std::int64_t now) {
@@ -82,7 +101,7 @@ void GeoCluePositions::stop() {
 
 void GeoCluePositions::open() {
   stop();
-  started_ = false;
+  granted_ = false;
   bus_ = std::make_unique<SystemBus>(
       context_,
       [this] {
@@ -121,12 +140,16 @@ void GeoCluePositions::useClient(const BusReply& reply) {
       bus_->subscribe(
           {kDaemon, path, kProperties, "PropertiesChanged", SystemBus::kChangedProperties, kClient},
           [this](const char*, GVariant* arguments) { onActiveChanged(arguments); })};
+  startClient();
+}
+
+void GeoCluePositions::startClient() {
   bus_->call({.destination = kDaemon,
               .path = client_,
               .interface = kClient,
               .method = "Start",
               .timeout = kPatienceForUser},
-             [this](const BusReply& started) { onStarted(started); });
+             [this](const BusReply& reply) { onStarted(reply); });
 }
 
 void GeoCluePositions::setProperty(const char* name, GVariant* value) {
@@ -139,22 +162,31 @@ void GeoCluePositions::setProperty(const char* name, GVariant* value) {
 }
 
 void GeoCluePositions::onStarted(const BusReply& reply) {
-  if (!reply.value) {
+  if (reply.value) {
+    grant();
+  } else {
     refuse(reply);
-    return;
   }
-  started_ = true;
-  listener_.positionGrantChanged(PositionGrant::kGranted, "");
 }
 
-/// GeoClue stops and starts a client as the user wishes.
+/// GeoClue stops a client when the user withdraws the permission or switches location off, and
+/// starts it again when the user relents. Why it stopped it says to whoever tries to start it.
 void GeoCluePositions::onActiveChanged(GVariant* arguments) {
   const Variant changed(g_variant_get_child_value(arguments, 1));
   gboolean active = FALSE;
-  if (!started_ || g_variant_lookup(changed.get(), "Active", "b", &active) == FALSE) return;
-  listener_.positionGrantChanged(
-      active != FALSE ? PositionGrant::kGranted : PositionGrant::kDenied,
-      active != FALSE ? "" : "the permission to know the position was withdrawn");
+  if (g_variant_lookup(changed.get(), "Active", "b", &active) == FALSE) return;
+  if (active != FALSE) {
+    grant();
+  } else if (std::exchange(granted_, false)) {
+    startClient();
+  }
+}
+
+void GeoCluePositions::grant() {
+  timer_.set(std::nullopt);
+  if (!std::exchange(granted_, true)) {
+    listener_.positionGrantChanged(PositionGrant::kGranted, "");
+  }
 }
 
 void GeoCluePositions::onLocationUpdated(GVariant* arguments) {
@@ -176,9 +208,11 @@ void GeoCluePositions::onLocationUpdated(GVariant* arguments) {
 }
 
 void GeoCluePositions::refuse(const BusReply& reply) {
-  timer_.set(monotonicNow() + kPause);
-  listener_.positionGrantChanged(positionGrantOf(reply.error, reply.message),
-                                 "no positions from GeoClue: " + reply.message);
+  const auto [refused, reason] = refusalOf(reply.error, reply.message);
+  // Who was denied does not ask again and again, but hears when GeoClue starts the client after
+  // all.
+  if (refused != PositionGrant::kDenied) timer_.set(monotonicNow() + kPause);
+  listener_.positionGrantChanged(refused, reason);
 }
 
 }  // namespace platform

@@ -1,5 +1,7 @@
 #include "platform/linux/MainContext.h"
 
+#include <chrono>
+#include <ctime>
 #include <utility>
 
 namespace platform {
@@ -44,6 +46,14 @@ void MainContext::invoke(std::function<void()> task) {
   }
   std::exchange(task, nullptr)();
   g_main_context_release(context.get());
+}
+
+Duration MainContext::slept() const {
+  timespec sinceBoot{};
+  clock_gettime(CLOCK_BOOTTIME, &sinceBoot);
+  const auto awakeOrNot =
+      std::chrono::seconds(sinceBoot.tv_sec) + std::chrono::nanoseconds(sinceBoot.tv_nsec);
+  return std::chrono::duration_cast<Duration>(awakeOrNot) - now().time_since_epoch();
 }
 
 std::unique_ptr<EventLoop::Timer> MainContext::createTimer(std::function<void()> due) {

@@ -27,6 +27,7 @@ class MainContext final : public EventLoop {
   void invoke(std::function<void()> task) override;
   std::unique_ptr<EventLoop::Timer> createTimer(std::function<void()> due) override;
   Instant now() const override { return monotonicNow(); }
+  Duration slept() const override;
   const void* identity() const override { return get(); }
 
  private:

@@ -14,14 +14,20 @@ void Consent::ask() {
   change([](Grants& grants) { grants.asked = true; });
 }
 
-void Consent::setRadioRefused(bool refused) {
-  change([refused](Grants& grants) { grants.radioRefused = refused; });
+void Consent::setRadioRefused(bool refused, const std::string& reason) {
+  change([&](Grants& grants) {
+    grants.radioRefused = refused;
+    grants.noRadio = reason;
+  });
 }
 
-void Consent::setPositions(PositionGrant grant) {
+void Consent::setPositions(PositionGrant grant, const std::string& reason) {
   // A question that is open takes nothing back that was granted or refused before.
   if (grant == PositionGrant::kPending) return;
-  change([grant](Grants& grants) { grants.positions = grant; });
+  change([&](Grants& grants) {
+    grants.positions = grant;
+    grants.noPositions = reason;
+  });
 }
 
 bool Consent::isRadioKnown() const {
@@ -37,6 +43,11 @@ bool Consent::arePositionsGranted() const {
 Permission Consent::current() const {
   const MutexLock lock(mutex_);
   return combined(grants_);
+}
+
+std::string Consent::reason() const {
+  const MutexLock lock(mutex_);
+  return grants_.radioRefused.value_or(false) ? grants_.noRadio : grants_.noPositions;
 }
 
 Permission Consent::published() const {
@@ -68,8 +79,8 @@ Permission Consent::combined(const Grants& grants) const {
 }
 
 CLAuthorizationStatus Consent::status(const Grants& grants) const {
-  const bool isOpen = withPositions_ && grants.positions == PositionGrant::kPending;
-  if (!grants.asked || !grants.radioRefused || isOpen) return kCLAuthorizationStatusNotDetermined;
+  // Beacons do not wait for the answer about positions.
+  if (!grants.asked || !grants.radioRefused) return kCLAuthorizationStatusNotDetermined;
   if (*grants.radioRefused || grants.positions == PositionGrant::kDenied) {
     return kCLAuthorizationStatusDenied;
   }

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "platform/Mutex.h"
@@ -29,14 +30,18 @@ class Consent {
 
   /// The application has asked for permanent authorisation.
   void ask();
-  void setRadioRefused(bool refused);
-  void setPositions(PositionGrant grant);
+  /// `reason` is one line for a person, if it is refused.
+  void setRadioRefused(bool refused, const std::string& reason);
+  /// `reason` is one line for a person, empty when they are granted.
+  void setPositions(PositionGrant grant, const std::string& reason);
 
   bool isRadioKnown() const;
   bool arePositionsGranted() const;
 
   /// What is granted now.
   Permission current() const;
+  /// Why something is not, one line for a person; empty when all is.
+  std::string reason() const;
 
   /// What applications see. It follows behind `current`, so that each change can be told before the
   /// next.
@@ -47,7 +52,9 @@ class Consent {
   struct Grants {
     bool asked = false;
     std::optional<bool> radioRefused;
+    std::string noRadio;
     PositionGrant positions = PositionGrant::kPending;
+    std::string noPositions;
   };
 
   /// Changes the grants, and tells the listeners if that changed `current`.

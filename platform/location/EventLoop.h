@@ -38,6 +38,10 @@ class BRIVANE_EXPORT EventLoop {
   /// The time of the clock by which timers run. Any thread.
   virtual Instant now() const = 0;
 
+  /// How long the device has slept in all, as far as `now` stood still meanwhile; zero where it
+  /// never does. On the loop's thread.
+  virtual Duration slept() const = 0;
+
   /// Equal for two objects that stand for the same loop, and for no others. Any thread.
   virtual const void* identity() const = 0;
 };

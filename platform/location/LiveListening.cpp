@@ -46,6 +46,7 @@ LiveListening::LiveListening(std::shared_ptr<EventLoop> loop, const Sources& sou
              .offersRequestAlwaysAuthorization = true,
              .onOperation = [this] { wake(); },
              .log = options_.log}),
+      slept_(loop_->slept()),
       timer_(loop_->createTimer([this] { enter([this] { update(); }); })),
       radio_(sources.radio(*this)),
       positions_(sources.positions ? sources.positions(*this) : nullptr) {
@@ -78,6 +79,7 @@ void LiveListening::wake() {
 template <typename Deed>
 void LiveListening::enter(Deed deed) {
   if (closed_) return;
+  noticeSleep();
   ++depth_;
   deed();
   --depth_;
@@ -113,7 +115,8 @@ void LiveListening::tellPermission() {
 void LiveListening::tell(const Permission& permission) {
   told_ = permission;
   consent_->publish(permission);
-  core_.tellPermission();
+  if (options_.onPermission) options_.onPermission(permission, consent_->reason());
+  if (!closed_) core_.tellPermission();
 }
 
 void LiveListening::updateSources() {
@@ -122,7 +125,10 @@ void LiveListening::updateSources() {
   const bool asks = wanted_.authorization && !before.authorization;
   if (asks) consent_->ask();
   // At each start of detection anew, so that the user's change of mind counts.
-  if (asks || (begins && !consent_->arePositionsGranted())) asksForPositions_ = true;
+  if (asks || (begins && !consent_->arePositionsGranted())) {
+    asksForPositions_ = true;
+    accuracy_.reset();
+  }
   updateRadio();
   if (!closed_) updatePositions();
 }
@@ -171,7 +177,7 @@ void LiveListening::radioHeard(const Advertisement& advertisement, Instant time)
 void LiveListening::radioChanged(const Radio::Status& status) {
   enter([&] {
     if (status.refused) {
-      consent_->setRadioRefused(*status.refused);
+      consent_->setRadioRefused(*status.refused, status.fault);
       wake();  // the question is answered, also when that changes nothing
     }
     core_.setScanning(status.listening, now());
@@ -189,8 +195,11 @@ void LiveListening::positionFound(const CLLocation& position) {
 
 void LiveListening::positionGrantChanged(PositionGrant grant, const std::string& reason) {
   enter([&] {
-    if (grant != PositionGrant::kPending) asksForPositions_ = false;
-    consent_->setPositions(grant);
+    // A source that is not granted goes on asking, unless the user said no.
+    if (grant == PositionGrant::kGranted || grant == PositionGrant::kDenied) {
+      asksForPositions_ = false;
+    }
+    consent_->setPositions(grant, reason);
     wake();
     if (reason.empty()) return;
     if (options_.onNoPositions) options_.onNoPositions(reason);
@@ -206,6 +215,12 @@ Instant LiveListening::now() {
   if (late <= kLateness) return real;
   behind_ += late;
   return *armed_;
+}
+
+void LiveListening::noticeSleep() {
+  const Duration asleep = loop_->slept() - slept_;
+  slept_ += asleep;
+  if (asleep > kLateness) core_.sleep(asleep);
 }
 
 void LiveListening::setTimer() {

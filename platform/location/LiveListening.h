@@ -62,6 +62,7 @@ class LiveListening final : public std::enable_shared_from_this<LiveListening>,
   void consentChanged() override { wake(); }
 
   Instant now();
+  void noticeSleep();
   void setTimer();
 
   const std::shared_ptr<EventLoop> loop_;
@@ -92,6 +93,8 @@ class LiveListening final : public std::enable_shared_from_this<LiveListening>,
   /// The deadline that the timer is set to, and by how much the logic's time is behind the loop's.
   std::optional<Instant> armed_;
   Duration behind_{};
+  /// How much of the device's sleep the logic knows of.
+  Duration slept_;
 
   // These call back, so they go first.
   std::unique_ptr<EventLoop::Timer> timer_;

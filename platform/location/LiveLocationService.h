@@ -12,6 +12,7 @@
 #include "platform/location/EventLoop.h"
 #include "platform/location/Instant.h"
 #include "platform/location/LocationCore.h"
+#include "platform/location/Permission.h"
 #include "platform/location/PositionSource.h"
 #include "platform/location/Radio.h"
 
@@ -49,7 +50,11 @@ class BRIVANE_EXPORT LiveLocationService : public LocationService {
 
     /// When listening begins or ceases, and at each fault.
     std::function<void(const Radio::Status& status)> onRadio = nullptr;
-    /// When there are no positions, with the reason, one line for a person.
+    /// When the permission changes, before the managers' delegates hear of it. `reason` is one line
+    /// for a person, what is missing and what to do, and empty when all is granted.
+    std::function<void(const Permission& permission, const std::string& reason)> onPermission =
+        nullptr;
+    /// When there are no positions, also while nobody has answered yet; `reason` as above.
     std::function<void(const std::string& reason)> onNoPositions = nullptr;
     /// With each frame that the radio tells, before it is used.
     std::function<void(const Advertisement& advertisement)> onAdvertisement = nullptr;

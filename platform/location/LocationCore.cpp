@@ -211,6 +211,12 @@ void LocationCore::setScanning(bool scanning, Instant now) {
   ++state_->changes;
 }
 
+void LocationCore::sleep(Duration time) {
+  const MutexLock lock(state_->mutex);
+  for (const auto& each : state_->tasks) each->sleep(time);
+  ++state_->changes;
+}
+
 void LocationCore::tellPermission() {
   {
     const MutexLock lock(state_->mutex);

@@ -63,6 +63,10 @@ class BRIVANE_EXPORT LocationCore final : public LocationService {
   void locate(const CLLocation& position, Instant now);
   /// The radio began or ceased to listen; it listens at first.
   void setScanning(bool scanning, Instant now);
+  /// The device has slept for so long since the last time that was fed, while the clock stood
+  /// still: readings from before are forgotten, and regions are left in which it slept for an exit
+  /// period.
+  void sleep(Duration time);
   /// The permission has changed: each manager hears of it.
   void tellPermission();
   /// The radio cannot listen: told for each ranged region, or by a manager that ranges none, for

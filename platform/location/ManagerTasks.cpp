@@ -90,6 +90,15 @@ void ManagerTasks::setScanning(bool scanning, Instant now) {
   }
 }
 
+void ManagerTasks::sleep(Duration time) {
+  for (const auto& [identifier, monitored] : monitored_) {
+    if (monitored->monitor) monitored->monitor->sleep(time);
+  }
+  for (const auto& [identifier, ranged] : ranged_) {
+    if (ranged->window) ranged->window->forget();
+  }
+}
+
 void ManagerTasks::advance(Instant now) {
   for (const auto& [identifier, monitored] : monitored_) {
     if (monitored->monitor) reportChange(monitored, monitored->monitor->advance(now));

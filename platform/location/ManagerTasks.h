@@ -60,6 +60,8 @@ class ManagerTasks {
   void hear(const IBeaconFrame& frame, int rssi, Instant heard, Instant now);
   void locate(const CLLocation& position);
   void setScanning(bool scanning, Instant now);
+  /// The device has slept for so long.
+  void sleep(Duration time);
   /// Time has passed.
   void advance(Instant now);
   void failBeacons(const std::string& error);

@@ -22,6 +22,9 @@ class BRIVANE_EXPORT RangingWindow {
   /// old for that.
   void hear(const IBeaconFrame& frame, int rssi, Instant heard);
 
+  /// What was heard is of no use any more.
+  void forget() { heard_.clear(); }
+
   /// When the next report is due.
   Instant deadline() const { return deadline_; }
 

@@ -24,6 +24,11 @@ class BRIVANE_EXPORT RegionMonitor {
   Change hear(Instant heard, Instant now);
   /// Time has passed.
   Change advance(Instant now);
+  /// The device has slept for so long while the clock stood still. What was heard before a sleep of
+  /// an exit period or more says nothing any more.
+  void sleep(Duration time) {
+    if (time >= exitPeriod_) silenceEnds_ -= time;
+  }
   /// The radio began or ceased to listen.
   void setScanning(bool scanning, Instant now);
 

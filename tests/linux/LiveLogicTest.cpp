@@ -24,9 +24,9 @@ using namespace platform;
 Variant parse(const std::string& text) { return Variant(g_variant_ref_sink(g_variant_new_parsed(text.c_str()))); }
 
 /// What a discovery calls while events happen to it: "3:stop" for a call three seconds after the beginning; a "+"
-/// stands behind a call since which it listens, a "!" behind one since which it is stuck. An event stands behind its second as well: the adapter is "on" or
-/// "off", something is "heard", BlueZ says that it is "idle". "start=busy" is how each start ends from there on;
-/// after a start that is "quiet" BlueZ does not say that it discovers.
+/// stands behind a call since which it listens, a "!" behind one since which it is stuck. An event stands behind its
+/// second as well: the adapter is "on" or "off", something is "heard", BlueZ says that it is "idle". "start=busy" is
+/// how each start ends from there on; after a start that is "quiet" BlueZ does not say that it discovers.
 class Story {
  public:
   std::string tell(const std::string& events) {
@@ -160,9 +160,8 @@ TEST(RadioFault, GivesAdviceThatWorks) {
   put("rfkill2", {{"type", "bluetooth"}, {"name", "hci2"}, {"soft", "0"}, {"hard", "0"}});
   put("rfkill3", {{"type", "wlan"}, {"name", "phy0"}, {"soft", "1"}, {"hard", "0"}});
   const auto adviceFor = [&](const std::string& adapter) {
-    const std::string fault = faultOf({.stage = BlueZConnection::Stage::kKnown,
-                                       .adapter = adapter,
-                                       .block = radioBlockOf(adapter, folder.path())});
+    const std::string fault = faultOf(
+        {.stage = BlueZConnection::Stage::kKnown, .adapter = adapter, .block = radioBlockOf(adapter, folder.path())});
     return fault.substr(fault.find("; ") + 2);
   };
   EXPECT_EQ(adviceFor("hci0"), "switch it on there");
@@ -213,14 +212,17 @@ TEST(BlueZDevices, CountsSightingsAndNothingElse) {
 
 TEST(GeoClue, ReadsRefusalsAndPositions) {
   const auto grantOf = [](const std::string& error, const std::string& message) {
-    return positionGrantOf("org.freedesktop.DBus.Error." + error, message);
+    return refusalOf("org.freedesktop.DBus.Error." + error, message).grant;
   };
   EXPECT_EQ(grantOf("AccessDenied", "disallowed by configuration"), PositionGrant::kRestricted);
   EXPECT_EQ(grantOf("AccessDenied", "disallowed, no agent"), PositionGrant::kRestricted);
   EXPECT_EQ(grantOf("AccessDenied", "Geolocation disabled"), PositionGrant::kSwitchedOff);
   EXPECT_EQ(grantOf("AccessDenied", "Access denied"), PositionGrant::kDenied);
   EXPECT_EQ(grantOf("ServiceUnknown", ""), PositionGrant::kSwitchedOff);
-  EXPECT_EQ(grantOf("NoReply", ""), PositionGrant::kPending);
+  EXPECT_EQ(grantOf("Spawn.ServiceNotFound", ""), PositionGrant::kSwitchedOff);
+  for (const char* error : {"NoReply", "LimitsExceeded", "Disconnected"}) {
+    EXPECT_EQ(grantOf(error, ""), PositionGrant::kPending) << error;
+  }
   const auto read = [](const std::string& properties) {
     const auto position = positionIn(parse("{" + properties + "}").get(), 1'000'000'000);
     return position ? position->coordinate.latitude * 1000 + position->horizontalAccuracy : 0;

@@ -121,7 +121,7 @@ NO_RADIO = [
 GRANTS = [
     (["RemoveAdapter hci0", "AppearWhenAsked hci0"], "", 0, "Location services not authorised"),  # withdrawn later
     ([], None, 0, "No location services enabled"),
-    ([], "Access denied", 1, "not allowed to detect: no positions from GeoClue: Access denied"),
+    ([], "Access denied", 1, "not allowed to detect: the user keeps the position from this application"),
 ]
 
 

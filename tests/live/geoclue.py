@@ -42,7 +42,8 @@ def Refuse(manager, refusal):
 
 
 @dbus.service.method(MOCK, in_signature="")
-def Withdraw(_manager):
+def Withdraw(manager):
+    manager.refusal = "Access denied"
     mockobject.objects[CLIENT_PATH].UpdateProperties(CLIENT, {"Active": dbus.Boolean(False, variant_level=1)})
 
 

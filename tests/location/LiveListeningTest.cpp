@@ -30,8 +30,9 @@ class Listening final : public Log {
     if (withPositions) {
       sources.positions = [this](auto& listener) { return makeSource<FakePositions>(listener); };
     }
-    service = std::make_unique<LiveLocationService>(
-        std::move(sources), LiveLocationService::Options{.log = std::shared_ptr<Log>(std::shared_ptr<void>(), this)});
+    LiveLocationService::Options options{.log = std::shared_ptr<Log>(std::shared_ptr<void>(), this)};
+    options.onPermission = [this](const Permission&, const std::string& why) { reason = why; };
+    service = std::make_unique<LiveLocationService>(std::move(sources), std::move(options));
   }
   ~Listening() override = default;
   Listening(const Listening&) = delete;
@@ -104,8 +105,9 @@ class Listening final : public Log {
     const auto delegate = std::make_shared<RecordingDelegate>();
     delegates.push_back(delegate);
     delegate->onEach = [this, name](auto&, const std::string& call) {
-      const bool isOff = call.starts_with("auth") && !service->locationServicesEnabled();
-      note((name == 'a' ? "" : std::string(1, name) + ".") + call + (isOff ? "off" : ""));
+      std::string permission;
+      if (call.starts_with("auth")) permission = (service->locationServicesEnabled() ? "" : "off") + reason;
+      note((name == 'a' ? "" : std::string(1, name) + ".") + call + permission);
       const auto reaction = reactions.find(call.substr(0, call.find('-')));
       if (reaction == reactions.end()) return;
       std::istringstream deeds(reaction->second);
@@ -134,6 +136,7 @@ class Listening final : public Log {
     if (deed == "leave") return service.reset();
     if (deed == "throw") throw std::runtime_error("a host's own");
     if (deed == "loop") return loop->runTo(loop->now() + 2s);
+    if (deed.starts_with("sleep")) return loop->sleep(std::chrono::seconds(std::stoi(deed.substr(5))));
     if (deed.starts_with("block")) return loop->block(std::chrono::seconds(std::stoi(deed.substr(5))));
     ++sourceCalls;
     actOfSource(deed);
@@ -165,6 +168,7 @@ class Listening final : public Log {
   }
 
   std::string seen;
+  std::string reason;  // that the permission has last
   std::map<std::string, std::string> reactions;
   std::shared_ptr<VirtualLoop> loop = std::make_shared<VirtualLoop>();
   int sourceCalls = 0;  // under way
@@ -193,7 +197,7 @@ TEST(LiveListening, ListensWhileAManagerWantsBeacons) {
                     "0:auth0 5:listen0 6:auth3 6:stop 7:listen1 9:stop"},
                    // Without the question the status stays open, and beacons come all the same.
                    {"new monitor 1 on 2 frame 3", "0:auth0 0:listen1 2:enter 2:state1"},
-                   {"new authorize monitor 1 refused 2 on 3", "0:auth0 0:listen0 0:listen1 1:no 1:auth2 2:auth3"},
+                   {"new authorize monitor 1 refused 2 on 3", "0:auth0 0:listen0 0:listen1 1:no 1:auth2no 2:auth3"},
                    // Permission that comes late is told when it comes.
                    {"new authorize monitor 60 on 61", "0:auth0 0:listen0 0:listen1 60:auth3"},
                    {"new monitor elsewhere 1", "0:auth0 0:listen1 0:listen2"},
@@ -210,6 +214,10 @@ TEST(LiveListening, GoesOnAfterARadioThatGoesAndReturns) {
                    // An application that blocks misses reports, but leaves no region and gets no burst.
                    {"new monitor range on 0.5 frame block60 frame 61 61.6",
                     "0:auth0 0:listen1 0.5:enter 0.5:state1 60.5:range-60 61.5:range-60"},
+                   // Nothing that was heard before a long sleep counts after it.
+                   {"new monitor range on 0.5 frame sleep3600 1 unrange 2 frame 3",
+                    "0:auth0 0:listen1 0.5:enter 0.5:state1 1:exit 1:state2 1:range 2:enter 2:state1"},
+                   {"new monitor on 1 frame sleep20 30", "0:auth0 0:listen1 1:enter 1:state1"},
                    // A radio that delivers in batches: what was heard a while ago counts from then.
                    {"new monitor on 9 range 10 frame2 frame40 11 unrange frame7 39",
                     "0:auth0 0:listen1 10:range 10:enter 10:state1 11:range-60 38:exit 38:state2"},
@@ -238,15 +246,17 @@ TEST(LiveListening, SurvivesWhatAHostDoesInsideACall) {
 
 TEST(LiveListening, PutsConsentTogetherFromRadioAndPositions) {
   check(true, {
-                  {"new authorize 1 able 2 granted 3", "0:auth0 0:listen0 0:start10 1:stop 2:auth3 2:halt"},
+                  {"new authorize 1 able 2 granted 3", "0:auth0 0:listen0 0:start10 1:auth3 1:stop 2:halt"},
                   {"new authorize granted able", "0:auth0 0:listen0 0:start10 0:halt 0:auth3 0:stop"},
-                  {"new authorize able denied", "0:auth0 0:listen0 0:start10 0:stop 0:auth2 0:halt"},
-                  {"new authorize able restricted", "0:auth0 0:listen0 0:start10 0:stop 0:auth1 0:halt"},
-                  {"new authorize refused granted", "0:auth0 0:listen0 0:start10 0:stop 0:auth2 0:halt"},
+                  {"new authorize able denied", "0:auth0 0:listen0 0:start10 0:auth3 0:stop 0:auth2why 0:halt"},
+                  {"new authorize able restricted", "0:auth0 0:listen0 0:start10 0:auth3 0:stop 0:auth1why"},
+                  {"new authorize refused granted", "0:auth0 0:listen0 0:start10 0:auth2no 0:stop 0:halt"},
+                  {"new authorize switchedOff able",
+                   "0:auth0 0:listen0 0:start10 0:auth0offwhy 0:auth3why 0:auth3offwhy 0:stop"},
                   // Authorisation is told by itself before the switch, or an application would not become ready.
-                  {"new authorize able switchedOff", "0:auth0 0:listen0 0:start10 0:stop 0:auth3 0:auth3off 0:halt"},
+                  {"new authorize able switchedOff", "0:auth0 0:listen0 0:start10 0:auth3 0:stop 0:auth3offwhy"},
                   {"new authorize update able granted pending 1 denied granted",
-                   "0:auth0 0:listen0 0:start10 0:stop 0:auth3 0:why 1:why 1:auth2 1:auth3"},
+                   "0:auth0 0:listen0 0:start10 0:auth3 0:stop 0:why 1:why 1:auth2why 1:auth3"},
               });
 }
 
@@ -254,11 +264,11 @@ TEST(LiveListening, AsksForPositionsAsLongAsTheyAreWanted) {
   check(true, {
                   {"new update 1 fix 2 coarse 3 pause 4", "0:auth0 0:start10 1:at 2:start100 3:halt"},
                   {"new authorize able granted 1 update denied 2",
-                   "0:auth0 0:listen0 0:start10 0:stop 0:auth3 0:halt 1:start10 1:why 1:auth2"},
+                   "0:auth0 0:listen0 0:start10 0:auth3 0:stop 0:halt 1:start10 1:why 1:auth2why"},
                   // Each start of detection asks anew, in case the user has changed their mind.
                   {"new authorize able denied 1 monitor 2 granted 3 unmonitor monitor 4",
-                   "0:auth0 0:listen0 0:start10 0:stop 0:auth2 0:halt 1:listen1 1:start10 2:auth3 2:halt 3:stop "
-                   "3:listen1"},
+                   "0:auth0 0:listen0 0:start10 0:auth3 0:stop 0:auth2why 0:halt 1:listen1 1:start10 2:auth3 2:halt "
+                   "3:stop 3:listen1"},
               });
   check(false, {{"new update pause update", "0:auth0 0:there is no source of positions"}});
 }

@@ -20,10 +20,14 @@ class VirtualLoop final : public platform::EventLoop {
     return std::make_unique<VirtualTimer>(*this, std::move(due));
   }
   platform::Instant now() const override { return now_; }
+  platform::Duration slept() const override { return slept_; }
   const void* identity() const override { return this; }
 
   /// Time passes while nobody runs the loop.
   void block(platform::Duration time) { now_ += time; }
+
+  /// The device sleeps.
+  void sleep(platform::Duration time) { slept_ += time; }
 
   /// Runs what is posted and the timers that are due, one after another, until `end`.
   void runTo(platform::Instant end) {
@@ -65,6 +69,7 @@ class VirtualLoop final : public platform::EventLoop {
   };
 
   platform::Instant now_;
+  platform::Duration slept_{};
   std::deque<std::function<void()>> tasks_;
   std::vector<VirtualTimer*> timers_;
 };
