@@ -84,7 +84,8 @@ int main(int argc, char** argv) {
       .connectTo = std::string(BVNetwork::apiHost()) + ":443:" + argv[2], .caFile = argv[3]});
   platform::install({.http = http,
                      .json = std::make_shared<platform::SimdJSON>(),
-                     .preferences = std::make_shared<platform::KeyFilePreferences>(),
+                     .preferences = std::make_shared<platform::KeyFilePreferences>(
+                         platform::KeyFilePreferences::pathFor("brivane-bench")),
                      .propertyList = std::make_shared<platform::PlistPropertyList>(argv[1]),
                      .location = std::make_shared<platform::LinuxLocationService>(
                          platform::LinuxLocationService::Options{}),

@@ -29,7 +29,8 @@ int main(int argc, char** argv) {
       {.http = std::make_shared<platform::CurlHTTPClient>(
            platform::CurlHTTPClient::Options{.connectTo = connectTo, .caFile = argv[4]}),
        .json = std::make_shared<platform::SimdJSON>(),
-       .preferences = std::make_shared<platform::KeyFilePreferences>(),
+       .preferences = std::make_shared<platform::KeyFilePreferences>(
+           platform::KeyFilePreferences::pathFor("brivane-bench")),
        .propertyList = std::make_shared<platform::PlistPropertyList>(argv[2]),
        .location = std::make_shared<platform::LocationCore>(platform::LocationCore::Options{}),
        .deviceModel = std::make_shared<platform::UnameDeviceModel>(),

@@ -30,7 +30,8 @@ void installServices() {
   platform::install(
       {.http = std::make_shared<platform::CurlHTTPClient>(platform::CurlHTTPClient::Options{}),
        .json = std::make_shared<platform::SimdJSON>(),
-       .preferences = std::make_shared<platform::KeyFilePreferences>(),
+       .preferences = std::make_shared<platform::KeyFilePreferences>(
+           platform::KeyFilePreferences::pathFor("brivane")),
        .propertyList = std::make_shared<NoPropertyList>(),
        .location = locationWithoutSources(),
        .deviceModel = std::make_shared<platform::UnameDeviceModel>(),

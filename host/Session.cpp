@@ -74,7 +74,8 @@ Session::~Session() { curl_->shutdown(); }
 void Session::install(std::shared_ptr<platform::LocationService> location) const {
   platform::install({.http = http_,
                      .json = std::make_shared<platform::SimdJSON>(),
-                     .preferences = std::make_shared<platform::KeyFilePreferences>(),
+                     .preferences = std::make_shared<platform::KeyFilePreferences>(
+                         platform::KeyFilePreferences::pathFor("brivane")),
                      .propertyList = std::make_shared<platform::PlistPropertyList>(options_.info),
                      .location = std::move(location),
                      .deviceModel = std::make_shared<platform::UnameDeviceModel>(),

@@ -43,7 +43,8 @@ int main(int argc, char** argv) {
   auto location = std::make_shared<platform::ReplayLocationService>(walk);
   platform::install({.http = http,
                      .json = std::make_shared<platform::SimdJSON>(),
-                     .preferences = std::make_shared<platform::KeyFilePreferences>(),
+                     .preferences = std::make_shared<platform::KeyFilePreferences>(
+                         platform::KeyFilePreferences::pathFor("org.example.minimal")),
                      .propertyList = std::make_shared<platform::PlistPropertyList>(argv[2]),
                      .location = location,
                      .deviceModel = std::make_shared<platform::UnameDeviceModel>(),

@@ -1,8 +1,13 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <plist/plist.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <future>
 #include <stdexcept>
+#include <thread>
 
 #include "platform/files/KeyFilePreferences.h"
 #include "platform/files/PlistPropertyList.h"
@@ -15,53 +20,95 @@ using platform::JSONValue;
 using platform::KeyFilePreferences;
 using platform::PlistPropertyList;
 
+std::string contentsOf(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// What a constructor says of a file that it refuses.
+template <typename Adapter>
+std::string refusal(const std::string& path) try {
+  const Adapter adapter(path);
+  return "none";
+} catch (const std::runtime_error& fault) {
+  return fault.what();
+}
+
 TEST(Preferences, KeepTextsForLaterAndForOthers) {
   const TemporaryFolder folder;
   const std::string path = folder.path() / "new" / "brivane" / "preferences";
-  const std::string odd = " lead\nline\ttab\\ ñ=;[x]";
+  const std::string texts[] = {" lead\nline\ttab\\ ñ=;[x]%41", "", "\xFF\xC3", std::string("\0", 1)};
   KeyFilePreferences first(path);
   KeyFilePreferences second(path);
   EXPECT_FALSE(first.objectForKey("installUUID"));
-  first.setValue_forKey(odd, "installUUID");
-  EXPECT_EQ(first.stringForKey("installUUID"), odd);
-  EXPECT_EQ(first.objectForKey("installUUID"), JSONValue(odd));
+  EXPECT_FALSE(second.objectForKey("installUUID"));
+  for (const std::string& text : texts) first.setValue_forKey(text, "k" + text);
+  first.setValue_forKey("1", "installUUID");
+  EXPECT_EQ(first.objectForKey("installUUID"), JSONValue("1"));
   EXPECT_FALSE(std::filesystem::exists(path));
   ASSERT_TRUE(first.synchronize());
+  EXPECT_EQ(second.stringForKey("installUUID"), "1");  // and so makes none of its own
   second.setValue_forKey("2", "other");
   ASSERT_TRUE(second.synchronize());
-  EXPECT_EQ(second.stringForKey("installUUID"), odd);  // found, not lost
-  EXPECT_EQ(KeyFilePreferences(path).stringForKey("other"), "2");
+  const KeyFilePreferences later(path);
+  for (const std::string& text : texts) EXPECT_EQ(later.stringForKey("k" + text), text);
+  EXPECT_EQ(later.stringForKey("other"), "2");
+  EXPECT_THROW(first.setValue_forKey("3", ""), std::invalid_argument);
   struct stat status {};
   ASSERT_EQ(stat(path.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777U, 0600U);
   ASSERT_EQ(stat((folder.path() / "new" / "brivane").c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777U, 0700U);
   setenv("XDG_CONFIG_HOME", "/somewhere", 1);
-  EXPECT_EQ(KeyFilePreferences::defaultPath(), "/somewhere/brivane/preferences");
+  EXPECT_EQ(KeyFilePreferences::pathFor("org.example.Walk"), "/somewhere/org.example.Walk/preferences");
+  for (const char* name : {"", "..", "a/b"}) EXPECT_THROW(KeyFilePreferences::pathFor(name), std::invalid_argument);
+}
+
+TEST(Preferences, WaitForAWriterOnlyToWriteAndNotForEver) {
+  const TemporaryFolder folder;
+  KeyFilePreferences preferences(folder.path() / "p");
+  preferences.setValue_forKey("1", "a");
+  const int other = open(folder.path().c_str(), O_RDONLY | O_CLOEXEC);
+  ASSERT_EQ(flock(other, LOCK_EX), 0);
+  std::promise<bool> written;
+  std::jthread writer([&] { written.set_value(preferences.synchronize()); });
+  EXPECT_EQ(preferences.stringForKey("a"), "1");
+  EXPECT_FALSE(preferences.stringForKey("b"));
+  EXPECT_FALSE(written.get_future().get());
+  EXPECT_FALSE(std::filesystem::exists(folder.path() / "p"));
+  close(other);
+  EXPECT_TRUE(preferences.synchronize());
 }
 
 TEST(Preferences, LeaveADamagedFileAlone) {
   const TemporaryFolder folder;
-  const std::string damages[] = {"[preferences]\ninstallUUID", "installUUID=1\n", "[preferences]\na=\xFF\xFE\n",
-                                 std::string("[pref\0", 6), "[preferences]\na=\\q\n"};
+  const std::string damages[] = {"[preferences]\ninstallUUID", "installUUID=1\n",        "[preferences]\na=\xFF\xFE\n",
+                                 std::string("[pref\0", 6),    "[preferences]\na=\\q\n", "[preferences]\na=%4\n"};
   for (const std::string& damage : damages) {
     const std::string path = folder.write("p", "");
     KeyFilePreferences earlier(path);
     earlier.setValue_forKey("1", "a");
     folder.write("p", damage);
     EXPECT_FALSE(earlier.synchronize());
-    std::string error;
-    try {
-      KeyFilePreferences damaged(path);
-    } catch (const std::runtime_error& fault) {
-      error = fault.what();
-    }
-    EXPECT_EQ(error.substr(0, path.size() + 2), path + ": ") << damage;
-    EXPECT_EQ(error.find('\n'), std::string::npos);
-    std::ifstream file(path, std::ios::binary);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), damage);
+    EXPECT_FALSE(earlier.stringForKey("b"));
+    const std::string fault = refusal<KeyFilePreferences>(path);
+    EXPECT_TRUE(fault.starts_with(path + ": the preferences cannot be read: ")) << fault;
+    EXPECT_EQ(fault.find('\n'), std::string::npos);
+    EXPECT_EQ(contentsOf(path), damage);
   }
   EXPECT_THROW(KeyFilePreferences{"/dev/null/p"}, std::runtime_error);
+}
+
+std::string binaryOf(const std::string& xml) {
+  plist_t root = nullptr;
+  plist_from_xml(xml.data(), static_cast<std::uint32_t>(xml.size()), &root);
+  char* bytes = nullptr;
+  std::uint32_t size = 0;
+  plist_to_bin(root, &bytes, &size);
+  std::string binary(bytes, size);
+  plist_free(root);
+  std::free(bytes);
+  return binary;
 }
 
 TEST(PropertyList, ReadsTextsFromXMLAndBinary) {
@@ -69,40 +116,51 @@ TEST(PropertyList, ReadsTextsFromXMLAndBinary) {
   const std::string xml =
       "<plist version=\"1.0\"><dict><key>k</key><string>ñ &amp; x</string><key>n</key>"
       "<integer>7</integer><key>d</key><dict><key>e</key><string>f</string></dict></dict></plist>";
-  plist_t root = nullptr;
-  plist_from_xml(xml.data(), static_cast<std::uint32_t>(xml.size()), &root);
-  char* bytes = nullptr;
-  std::uint32_t size = 0;
-  plist_to_bin(root, &bytes, &size);
-  const std::string binary(bytes, size);
-  plist_free(root);
-  std::free(bytes);
-  for (const std::string& contents : {xml, binary}) {
+  for (const std::string& contents : {xml, binaryOf(xml)}) {
     const PlistPropertyList list(folder.write("Info.plist", contents));
     EXPECT_EQ(list.objectForInfoDictionaryKey("k"), "ñ & x");
     EXPECT_FALSE(list.objectForInfoDictionaryKey("n"));
     EXPECT_FALSE(list.objectForInfoDictionaryKey("e"));
   }
-  for (const std::string& contents : {std::string(), std::string("text"), xml.substr(0, 60), binary.substr(0, 40),
-                                      std::string("<plist><array/></plist>"), std::string((1 << 20) + 1, ' ')}) {
+  const auto nested = [](int depth) {
+    std::string text = "<plist><dict><key>k</key>";
+    for (int i = 0; i < depth; ++i) text += "<array>";
+    for (int i = 0; i < depth; ++i) text += "</array>";
+    return text + "</dict></plist>";
+  };
+  const std::string other = "not a property list", deep = "more than 1000 dictionaries and lists";
+  const std::pair<std::string, std::string> rows[] = {
+      {"", other},
+      {"text", other},
+      {xml.substr(0, 60), other},
+      {binaryOf(xml).substr(0, 40), other},
+      {"<plist><array/></plist>", "no dictionary at the top of the property list"},
+      {std::string((1 << 20) + 1, ' '), "larger than 1 MiB"},
+      {nested(999), "none"},
+      {nested(60'000), deep},
+      {binaryOf(nested(1500)), deep},
+  };
+  for (const auto& [contents, fault] : rows) {
     const std::string path = folder.write("Info.plist", contents);
-    EXPECT_THROW(PlistPropertyList{path}, std::runtime_error) << contents.substr(0, 99);
+    EXPECT_EQ(refusal<PlistPropertyList>(path), fault == "none" ? fault : path + ": " + fault);
   }
   const std::string zero(
       "<plist><dict><key>a\0b</key><string>c\0d</string><key>k</key><string>\0</string></dict></plist>", 86);
   const std::string path = folder.write("Info.plist", zero);
   EXPECT_NO_THROW(PlistPropertyList(path).objectForInfoDictionaryKey("k"));
-  EXPECT_THROW(PlistPropertyList{"/nowhere"}, std::runtime_error);
-  EXPECT_THROW(PlistPropertyList{folder.path()}, std::runtime_error);
+  EXPECT_EQ(refusal<PlistPropertyList>("/nowhere"), "/nowhere: No such file or directory");
+  EXPECT_EQ(refusal<PlistPropertyList>("/dev/null"), "/dev/null: not a file");
+  EXPECT_EQ(refusal<PlistPropertyList>("/"), "/: not a file");
 }
 
 TEST(ErrorLog, WritesOneLineALine) {
   platform::StandardErrorLog log;
   const std::string line(100000, 'x');
   testing::internal::CaptureStderr();
-  log.write("DATA: {\n}");
+  log.write("DATA: {\n} ñ€\xF0\x9F\x98\x80 \x1b[2J\x7F\u009b\xC3 \xED\xA0\x80");
   log.write(line);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "DATA: {\\n}\n" + line + "\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "DATA: {\\n} ñ€\xF0\x9F\x98\x80 \\x1b[2J\\x7f\\xc2\\x9b\\xc3 \\xed\\xa0\\x80\n" + line + "\n");
 }
 
 }  // namespace
