@@ -2,10 +2,9 @@
 
 #include <condition_variable>
 #include <deque>
-#include <exception>
-#include <string>
 #include <utility>
 
+#include "platform/HostCall.h"
 #include "platform/Mutex.h"
 #include "platform/curl/QuietThread.h"
 
@@ -25,21 +24,7 @@ struct SerialQueue::State {
   }
 
   void runAll() {
-    while (const auto task = next()) run(task);
-  }
-
-  void run(const std::function<void()>& task) const {
-    try {
-      task();
-    } catch (const std::exception& fault) {
-      report(fault.what());
-    } catch (...) {
-      report("an exception of an unknown kind");
-    }
-  }
-
-  void report(const char* fault) const {
-    if (log) log->write(std::string("A callback failed: ") + fault);
+    while (const auto task = next()) callHost(task, log.get());
   }
 
   const std::shared_ptr<Log> log;
