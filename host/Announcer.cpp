@@ -34,9 +34,9 @@ bool Announcer::isReady() const {
   return ready_;
 }
 
-bool Announcer::hasPlaces() const {
+void Announcer::expectReady() {
   const std::lock_guard lock(mutex_);
-  return hasPlaces_;
+  ready_ = false;
 }
 
 std::string Announcer::summary() const {
@@ -65,20 +65,29 @@ void Announcer::didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) {
     if (options_.json) printEvent("match", {{"record", JSONValue()}});
     return;
   }
+  if (options_.json) printEvent("match", resolveJSON(*match));
+  if (!match->uuid()) return;  // what the library makes of a refusal
   const char* news = nullptr;
   {
     const std::lock_guard lock(mutex_);
     news = newsOf(*match);
   }
-  if (options_.json) {
-    printEvent("match", resolveJSON(*match));
-  } else if (news != nullptr || options_.all) {
+  if (options_.json) return;
+  if (news != nullptr || options_.all) {
     printMatch(news != nullptr ? news : "Here", *match);
   }
 }
 
 void Announcer::didNearestWaybeacons(
     const std::shared_ptr<const BVWaybeaconDistance::List>& places) {
+  const std::lock_guard lock(mutex_);
+  places_ = places;
+}
+
+bool Announcer::printPlaces() {
+  const std::lock_guard lock(mutex_);
+  if (!places_) return false;
+  const auto& places = *places_;
   if (options_.json) {
     JSONValue::List list;
     if (places) {
@@ -90,8 +99,7 @@ void Announcer::didNearestWaybeacons(
   } else {
     for (const auto& place : *places) printPlace(*place);
   }
-  const std::lock_guard lock(mutex_);
-  hasPlaces_ = true;
+  return true;
 }
 
 void Announcer::printEvent(const char* event, JSONValue::Object members) {
@@ -104,7 +112,9 @@ void Announcer::printMatch(const char* news, const BVAPIResolve& match) {
                      beacon.name().value_or(match.uuid().value_or("a place without a name"));
   appendSentence(line, beacon.location());
   appendSentence(line, beacon.accesibility());
-  screen_.print(line + " (" + std::to_string(match.rssi()) + " dBm)");
+  // A match by position has no strength.
+  if (match.rssi() != 0) line += " (" + std::to_string(match.rssi()) + " dBm)";
+  screen_.print(line);
 }
 
 void Announcer::printPlace(const BVWaybeaconDistance& place) {

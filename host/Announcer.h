@@ -4,6 +4,7 @@
 #include <limits>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -29,10 +30,11 @@ class Announcer final : public BVManagerDelegate {
 
   Announcer(Screen& screen, Options options);
 
-  /// Whether `didIsReady` has come.
+  /// Whether `didIsReady` has come since `expectReady`, or at all.
   bool isReady() const;
-  /// Whether an answer about nearest places has come.
-  bool hasPlaces() const;
+  void expectReady();
+  /// Prints the answer about nearest places; false when none has come.
+  bool printPlaces();
   /// How many different places were matched, and in which time; one line for a person.
   std::string summary() const;
 
@@ -58,7 +60,8 @@ class Announcer final : public BVManagerDelegate {
   const std::thread::id locationThread_ = std::this_thread::get_id();
   mutable std::mutex mutex_;
   bool ready_ = false;
-  bool hasPlaces_ = false;
+  /// The answer about nearest places, which may be null.
+  std::optional<std::shared_ptr<const BVWaybeaconDistance::List>> places_;
   std::set<std::string> matched_;
   std::string nearest_;
   std::string leading_;

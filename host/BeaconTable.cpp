@@ -37,7 +37,8 @@ BeaconTable::BeaconTable(Screen& screen, Options options)
     : screen_(screen), options_(std::move(options)) {}
 
 void BeaconTable::finish() {
-  if (!table_.empty()) screen_.showProgress("");
+  if (screen_.isWatched()) screen_.showProgress("");
+  if (!heard_ && !options_.json) screen_.print("No beacon of the network was heard.");
   for (std::size_t begin = 0; begin < table_.size();) {
     const std::size_t end = table_.find('\n', begin);
     screen_.print(table_.substr(begin, end - begin));
@@ -56,6 +57,7 @@ void BeaconTable::locationManager_didDetermineState_forRegion(Manager& /*manager
 void BeaconTable::locationManager_didRangeBeacons_inRegion(Manager& /*manager*/,
                                                            const Beacons& beacons,
                                                            const Region& /*region*/) {
+  heard_ = heard_ || !beacons.empty();
   if (options_.json) {
     JSONValue::List list;
     for (const auto& beacon : beacons) list.push_back(beaconJSON(beacon));

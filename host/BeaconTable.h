@@ -21,7 +21,7 @@ class BeaconTable final : public platform::CLLocationManagerDelegate {
 
   BeaconTable(Screen& screen, Options options);
 
-  /// Leaves the latest report on the screen.
+  /// Leaves the latest report on the screen, or says that nothing was heard.
   void finish();
 
  private:
@@ -50,6 +50,7 @@ class BeaconTable final : public platform::CLLocationManagerDelegate {
   Screen& screen_;
   const Options options_;
   std::string table_;
+  bool heard_ = false;
 };
 
 }  // namespace host

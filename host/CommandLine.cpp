@@ -2,16 +2,45 @@
 
 #include <charconv>
 #include <cmath>
+#include <functional>
+#include <iomanip>
+#include <iostream>
 #include <limits>
 #include <optional>
+#include <regex>
+#include <sstream>
 #include <string>
 #include <system_error>
 
 namespace host {
 namespace {
 
+std::string checkNotEmpty(const std::string& text) { return text.empty() ? "empty" : ""; }
+
+/// A check that refuses what is no number from `least` to `most`, NaN too.
+std::function<std::string(const std::string&)> between(double least, double most) {
+  return [least, most](const std::string& text) {
+    double number = 0.0;
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool isNumber = read.ec == std::errc() && read.ptr == text.data() + text.size();
+    if (isNumber && number >= least && number <= most) return std::string();
+    std::ostringstream fault;
+    fault << std::setprecision(10) << "'" << text << "' is not a number from " << least << " to "
+          << most;
+    return fault.str();
+  };
+}
+
+/// "hci0", or an address.
+std::string checkAdapter(const std::string& text) {
+  static const std::regex either("hci[0-9]+|([0-9A-Fa-f]{2}:){5}[0-9A-Fa-f]{2}");
+  return std::regex_match(text, either) ? ""
+                                        : "'" + text + "' is neither a name as hci0 nor an address";
+}
+
 void addServiceOptions(CLI::App& command, ServiceOptions& options) {
   command.add_option("--info", options.info, "Property list with the credentials, XML or binary")
+      ->check(checkNotEmpty)
       ->take_last()
       ->capture_default_str();
   command.add_flag("--json", options.json, "Print one JSON object a line");
@@ -20,14 +49,17 @@ void addServiceOptions(CLI::App& command, ServiceOptions& options) {
   command
       .add_option("--connect", options.connect,
                   "HOST:PORT to connect to in place of the service's own host")
+      ->check(checkNotEmpty)
       ->take_last();
-  command.add_option("--ca", options.ca, "File of the certificates to trust, PEM")->take_last();
+  command.add_option("--ca", options.ca, "File of the certificates to trust, PEM")
+      ->check(checkNotEmpty)
+      ->take_last();
 }
 
 void addLimit(CLI::App& command, std::optional<double>& limit) {
   command
       .add_option("--for", limit, "Stop after so many seconds, of the recording if there is one")
-      ->check(CLI::Range(0.0, 1e9));
+      ->check(between(0.0, 1e9));
 }
 
 void addLog(CLI::App& command, bool& log) {
@@ -37,6 +69,7 @@ void addLog(CLI::App& command, bool& log) {
 CLI::Option* addAdapter(CLI::App& command, LiveOptions& options) {
   return command
       .add_option("--adapter", options.adapter, "Bluetooth adapter, as hci0 or by its address")
+      ->check(checkAdapter)
       ->take_last();
 }
 
@@ -60,7 +93,9 @@ struct SourceSwitches {
 
 SourceSwitches addSource(CLI::App& command, SourceOptions& options, bool& live) {
   CLI::Option* const capture =
-      command.add_option("--capture", options.capture, "Play this btsnoop capture")->take_last();
+      command.add_option("--capture", options.capture, "Play this btsnoop capture")
+          ->check(checkNotEmpty)
+          ->take_last();
   CLI::Option* const radio =
       command.add_flag("--live", live, "Listen with this machine's radio")->excludes(capture);
   command
@@ -86,6 +121,7 @@ CommandLine::CommandLine()
       nearestCommand_(app_.add_subcommand("nearest", "List the places near a coordinate")),
       payloadCommand_(app_.add_subcommand("payload", "Attach a JSON object to a beacon")),
       infoCommand_(app_.add_subcommand("info", "Say what this is and what it runs on")) {
+  app_.set_version_flag("--version", "brivane " BRIVANE_VERSION);
   app_.require_subcommand(0, 1);  // none is refused after all words, so that a wrong one is named
   app_.footer(
       "Exit status: 0 done or interrupted, 1 the service or the radio failed, 2 a wrong option or "
@@ -102,12 +138,14 @@ void CommandLine::describeDetect() {
   CLI::App& command = *detectCommand_;
   const SourceSwitches source = addSource(command, detect_.source, live_);
   command.add_option("--track", detect_.track, "Positions for the capture, GPX")
+      ->check(checkNotEmpty)
       ->type_name("TEXT")
       ->needs(source.capture);
   command.add_flag("--gps", detect_.gps, "Report positions to the service too");
   command
       .add_option("--desktop-id", detect_.source.live.desktopId,
                   "Name of the desktop file by which GeoClue knows this program")
+      ->check(checkNotEmpty)
       ->take_last()
       ->capture_default_str()
       ->needs(source.live);
@@ -123,7 +161,8 @@ void CommandLine::describeScan() {
 
 void CommandLine::describeRecord() {
   recordCommand_->add_option("FILE", record_.file, "The capture to write, btsnoop; a new file")
-      ->required();
+      ->required()
+      ->check(checkNotEmpty);
   addAdapter(*recordCommand_, record_.live);
   addLimit(*recordCommand_, record_.limit);
   addLog(*recordCommand_, record_.log);
@@ -133,10 +172,10 @@ void CommandLine::describeNearest() {
   CLI::App& command = *nearestCommand_;
   command.add_option("LAT", nearest_.latitude, "Latitude, degrees")
       ->required()
-      ->check(CLI::Range(-90.0, 90.0));
+      ->check(between(-90.0, 90.0));
   command.add_option("LNG", nearest_.longitude, "Longitude, degrees")
       ->required()
-      ->check(CLI::Range(-180.0, 180.0));
+      ->check(between(-180.0, 180.0));
   command.add_option("RADIUS", nearest_.radius, "Metres")
       ->required()
       ->check(CLI::Range(std::int64_t{0}, std::int64_t{std::numeric_limits<std::int32_t>::max()}));
@@ -145,13 +184,20 @@ void CommandLine::describeNearest() {
 
 void CommandLine::describePayload() {
   CLI::App& command = *payloadCommand_;
-  command.add_option("UUID", payload_.uuid, "The beacon's identifier at the service")->required();
+  command.add_option("UUID", payload_.uuid, "The beacon's identifier at the service")
+      ->required()
+      ->check(checkNotEmpty);
   command.add_option("JSON", payload_.payload, "The object to attach")->required();
   addServiceOptions(command, payload_.service);
 }
 
 void CommandLine::describeInfo() {
   infoCommand_->add_flag("--json", info_.json, "Print one JSON object");
+}
+
+bool CommandLine::answer(const CLI::Success& request) {
+  app_.exit(request);
+  return static_cast<bool>(std::cout.flush());
 }
 
 Command CommandLine::parse(int argc, char** argv) {

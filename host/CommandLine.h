@@ -8,10 +8,6 @@
 
 namespace host {
 
-struct InfoOptions {
-  bool json = false;
-};
-
 /// A command that was given, by its options.
 using Command = std::variant<DetectOptions, ScanOptions, RecordOptions, NearestOptions,
                              PayloadOptions, InfoOptions>;
@@ -24,8 +20,9 @@ class CommandLine {
   /// The command that was given, with its options. Throws CLI::Error for a wrong option, and for
   /// --help.
   Command parse(int argc, char** argv);
-  /// Prints what an exception of `parse` asks for: the help.
-  int showHelp(const CLI::Error& request) { return app_.exit(request); }
+  /// Prints what an exception of `parse` asks for, the help or the version; false when it cannot be
+  /// written.
+  bool answer(const CLI::Success& request);
 
  private:
   void describeDetect();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/Options.h"
+#include "host/Screen.h"
 
 namespace host {
 
@@ -8,18 +9,18 @@ namespace host {
 // Failure, or another std::exception for a file that cannot be read.
 
 /// Detects the beacons of a recording and says which places were near.
-void detectCapture(const DetectOptions& options);
+void detectCapture(const DetectOptions& options, Screen& screen);
 /// Detects beacons by this machine's radio and says which places are near.
-void detectLive(const DetectOptions& options);
+void detectLive(const DetectOptions& options, Screen& screen);
 /// Lists the beacons in range, without any service.
-void scan(const ScanOptions& options);
+void scan(const ScanOptions& options, Screen& screen);
 /// Writes what the radio hears into a capture.
-void record(const RecordOptions& options);
+void record(const RecordOptions& options, Screen& screen);
 /// Lists the places near a coordinate.
-void nearest(const NearestOptions& options);
+void nearest(const NearestOptions& options, Screen& screen);
 /// Attaches a payload to a beacon.
-void payload(const PayloadOptions& options);
+void payload(const PayloadOptions& options, Screen& screen);
 /// Says what this is and what it runs on.
-void info(bool json);
+void info(const InfoOptions& options, Screen& screen);
 
 }  // namespace host

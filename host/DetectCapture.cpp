@@ -1,10 +1,12 @@
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "host/Announcer.h"
 #include "host/Commands.h"
-#include "host/Failure.h"
+#include "host/Detection.h"
 #include "host/Interrupt.h"
 #include "host/Replay.h"
 #include "host/Screen.h"
@@ -25,23 +27,28 @@ std::function<void(double)> progressOn(Screen& screen) {
   };
 }
 
-std::shared_ptr<ReplayLocationService> openReplay(const DetectOptions& options,
-                                                  const Session& session, Screen& screen) {
-  ReplayLocationService::Options replay;
-  replay.capture = options.source.capture;
-  replay.track = options.track;
-  replay.speed = options.source.speed;
-  replay.waitUntilIdle = [&session] { session.waitUntilAnswered(); };
-  replay.onProgress = progressOn(screen);
-  return std::make_shared<ReplayLocationService>(std::move(replay));
-}
-
 }  // namespace
 
-void detectCapture(const DetectOptions& options) {
-  Screen screen;
-  Session session(options.service, {.inOrder = !options.source.speed.has_value()});
-  const auto replay = openReplay(options, session, screen);
+void detectCapture(const DetectOptions& options, Screen& screen) {
+  Session session(options.service, {.inOrder = !options.source.speed.has_value()}, screen);
+  std::optional<Detection> detection;
+  const auto renew = [&detection] {
+    if (detection) detection->renewIfExpired();
+  };
+  ReplayLocationService::Options recording;
+  recording.capture = options.source.capture;
+  recording.track = options.track;
+  recording.speed = options.source.speed;
+  recording.waitUntilIdle = [&] {
+    session.waitUntilAnswered();
+    renew();
+  };
+  recording.onProgress = [&, show = progressOn(screen)](double fraction) {
+    renew();
+    show(fraction);
+  };
+  recording.onCut = cutsOn(screen);
+  const auto replay = std::make_shared<ReplayLocationService>(std::move(recording));
   session.install(replay);
   const Interrupt interrupt([&] {
     replay->stop();
@@ -51,10 +58,9 @@ void detectCapture(const DetectOptions& options) {
       screen, Announcer::Options{.json = options.service.json, .all = options.all, .now = [replay] {
                                    return secondsOf(replay->now());
                                  }});
-  const auto manager = session.connect(announcer);
-  if (!manager) return;
-  manager->setEnabledGPS(options.gps);
-  if (!manager->startDetection()) throw Failure(kServiceFailure, "detection did not start");
+  detection.emplace(session, screen, announcer, options.gps);
+  if (!detection->connect()) return;
+  detection->start();
   try {
     play(*replay, options.source);
   } catch (...) {  // a fault in the capture is told after all that came before it
@@ -62,8 +68,9 @@ void detectCapture(const DetectOptions& options) {
     throw;
   }
   session.waitUntilAnswered();
-  manager->stopDetection();
+  detection->stop();
   if (!options.service.json) screen.print(announcer->summary());
+  detection->failIfRequestsFailed();
 }
 
 }  // namespace host

@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <memory>
+#include <optional>
 
 #include "host/Announcer.h"
 #include "host/Commands.h"
-#include "host/Failure.h"
+#include "host/Detection.h"
 #include "host/Interrupt.h"
 #include "host/MainLoop.h"
 #include "host/Radio.h"
@@ -12,11 +14,10 @@
 
 namespace host {
 
-void detectLive(const DetectOptions& options) {
-  Screen screen;
+void detectLive(const DetectOptions& options, Screen& screen) {
   const MainLoop loop;
   const Stopwatch stopwatch;
-  Session session(options.service, {.loop = &loop});
+  Session session(options.service, {.loop = &loop}, screen);
   Radio radio(screen, {.live = options.source.live,
                        .positions = options.gps,
                        .log = options.service.log,
@@ -27,16 +28,23 @@ void detectLive(const DetectOptions& options) {
       screen, Announcer::Options{.json = options.service.json,
                                  .all = options.all,
                                  .now = [stopwatch] { return stopwatch.seconds(); }});
-  const auto manager = session.connect(announcer);
-  if (!manager) return;
+  Detection detection(session, screen, announcer, options.gps);
+  if (!detection.connect()) return;
   radio.failUnlessAuthorized();
-  manager->setEnabledGPS(options.gps);
-  if (!manager->startDetection()) throw Failure(kServiceFailure, "detection did not start");
-  loop.runUntil([&] { return session.isInterrupted() || radio.isUseless(); }, options.source.limit);
-  manager->stopDetection();
+  detection.start();
+  const Stopwatch sinceStart;
+  const auto isOver = [&] { return session.isInterrupted() || radio.isUseless(); };
+  const auto isOverOrExpired = [&] { return isOver() || session.transfers().tokenExpired(); };
+  const auto left = [&]() -> std::optional<double> {
+    if (!options.source.limit) return std::nullopt;
+    return std::max(*options.source.limit - sinceStart.seconds(), 0.0);
+  };
+  while (loop.runUntil(isOverOrExpired, left()) && !isOver()) detection.renewIfExpired();
+  detection.stop();
   radio.failIfUseless();
   if (!session.isInterrupted()) session.waitUntilAnswered();
   if (!options.service.json) screen.print(announcer->summary());
+  detection.failIfRequestsFailed();
 }
 
 }  // namespace host

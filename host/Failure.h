@@ -7,7 +7,7 @@ namespace host {
 
 enum ExitStatus : int {
   kSuccess = 0,
-  /// The service could not be reached, refused, or did not answer as it should.
+  /// The service, the radio or standard output failed or refused.
   kServiceFailure = 1,
   /// An option or a file is wrong.
   kUsageFailure = 2,

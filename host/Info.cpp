@@ -9,9 +9,9 @@
 #include "host/RecordJSON.h"
 #include "host/Screen.h"
 #include "host/Session.h"
+#include "host/WarningPreferences.h"
 #include "platform/Services.h"
 #include "platform/curl/CurlHTTPClient.h"
-#include "platform/files/KeyFilePreferences.h"
 #include "platform/json/SimdJSON.h"
 #include "platform/posix/SystemRandomUUID.h"
 #include "platform/posix/UnameDeviceModel.h"
@@ -26,12 +26,11 @@ class NoPropertyList final : public platform::PropertyList {
   }
 };
 
-void installServices() {
+void installServices(Screen& screen) {
   platform::install(
       {.http = std::make_shared<platform::CurlHTTPClient>(platform::CurlHTTPClient::Options{}),
        .json = std::make_shared<platform::SimdJSON>(),
-       .preferences = std::make_shared<platform::KeyFilePreferences>(
-           platform::KeyFilePreferences::pathFor("brivane")),
+       .preferences = std::make_shared<WarningPreferences>(screen),
        .propertyList = std::make_shared<NoPropertyList>(),
        .location = locationWithoutSources(),
        .deviceModel = std::make_shared<platform::UnameDeviceModel>(),
@@ -39,26 +38,18 @@ void installServices() {
        .log = nullptr});
 }
 
-/// The version line without what marks it in a binary.
-std::string libraryVersion() {
-  const std::string_view line(BrivaneSDKVersionString);
-  const std::size_t project = line.rfind(':') + 1;
-  return std::string(line.substr(project, line.size() - project - 1));
-}
-
 }  // namespace
 
-void info(bool json) {
-  installServices();
-  Screen screen;
+void info(const InfoOptions& options, Screen& screen) {
+  installServices(screen);
   const platform::JSONValue::Object facts = {
       {"installation", BVUtil::getInstallationID().value_or("")},
       {"model", BVUtil::getModel()},
       {"service", BVNetwork::apiHost()},
       {"region", BVNetwork::proximityUUID()},
-      {"library", libraryVersion()},
+      {"library", "BrivaneSDK " BRIVANE_VERSION},
       {"transport", platform::CurlHTTPClient::version()}};
-  if (json) {
+  if (options.json) {
     screen.print(jsonLine(facts));
     return;
   }

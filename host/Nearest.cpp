@@ -8,9 +8,8 @@
 
 namespace host {
 
-void nearest(const NearestOptions& options) {
-  Screen screen;
-  Session session(options.service, {});
+void nearest(const NearestOptions& options, Screen& screen) {
+  Session session(options.service, {}, screen);
   session.install(locationWithoutSources());
   const Interrupt interrupt([&session] { session.interrupt(); });
   const auto announcer = std::make_shared<Announcer>(
@@ -19,7 +18,9 @@ void nearest(const NearestOptions& options) {
   if (!manager) return;
   manager->getNearestAtLat_andLng_insideRadius(options.latitude, options.longitude, options.radius);
   session.waitUntilAnswered();
-  if (!announcer->hasPlaces() && !session.isInterrupted()) session.failWith("no list of places");
+  if (session.isInterrupted()) return;
+  session.failUnlessAnswered("no list of places");
+  if (!announcer->printPlaces()) session.failWith("no list of places: its answer cannot be read");
 }
 
 }  // namespace host

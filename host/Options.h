@@ -70,4 +70,8 @@ struct PayloadOptions {
   std::string payload;
 };
 
+struct InfoOptions {
+  bool json = false;
+};
+
 }  // namespace host

@@ -43,10 +43,9 @@ class Receiver final : public BVAPIDelegate {
 
 }  // namespace
 
-void payload(const PayloadOptions& options) {
+void payload(const PayloadOptions& options, Screen& screen) {
   const platform::JSONValue object = readObject(options.payload);
-  Screen screen;
-  Session session(options.service, {});
+  Session session(options.service, {}, screen);
   session.install(locationWithoutSources());
   const Interrupt interrupt([&session] { session.interrupt(); });
   const auto announcer =
@@ -59,7 +58,10 @@ void payload(const PayloadOptions& options) {
   client->setPayload_forWaybeaconUUID(object, options.uuid);
   session.waitUntilAnswered();
   if (session.isInterrupted()) return;
-  if (!receiver->answer) session.failWith("the payload was not taken");
+  session.failUnlessAnswered("the payload was not taken");
+  if (!receiver->answer) {
+    throw Failure(kServiceFailure, "the service knows no beacon '" + options.uuid + "'");
+  }
   const std::string line = jsonLine(
       {{"uuid", receiver->answer->uuid().value_or("")}, {"payload", receiver->answer->payload()}});
   screen.print(options.service.json ? line : "Attached: " + line);

@@ -9,6 +9,7 @@ namespace host {
 
 Radio::Radio(Screen& screen, Options options)
     : screen_(screen),
+      adapter_(options.live.adapter),
       service_(
           std::make_shared<platform::LinuxLocationService>(platform::LinuxLocationService::Options{
               .adapter = options.live.adapter,
@@ -24,7 +25,9 @@ Radio::Radio(Screen& screen, Options options)
                   .onAdvertisement = std::move(options.onAdvertisement)}})) {}
 
 void Radio::failIfUseless() const {
-  if (isUseless()) throw Failure(kServiceFailure, fault_);
+  if (!isUseless()) return;
+  const bool isWrongAdapter = fault_.starts_with("there is no Bluetooth adapter " + adapter_);
+  throw Failure(!adapter_.empty() && isWrongAdapter ? kUsageFailure : kServiceFailure, fault_);
 }
 
 void Radio::failUnlessAuthorized() const {

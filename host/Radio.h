@@ -29,7 +29,7 @@ class Radio {
 
   /// Whether it cannot listen, and never could.
   bool isUseless() const { return !hasListened_ && !fault_.empty(); }
-  /// Throws Failure with the reason when it is.
+  /// Throws Failure with the reason when it is; an adapter that does not exist is a wrong option.
   void failIfUseless() const;
   /// Throws Failure when the user's or the system's consent is missing.
   void failUnlessAuthorized() const;
@@ -38,6 +38,7 @@ class Radio {
   void onRadio(const platform::Radio::Status& status);
 
   Screen& screen_;
+  const std::string adapter_;
   bool hasListened_ = false;
   bool complained_ = false;
   /// What is wrong now, and with positions.

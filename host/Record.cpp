@@ -16,8 +16,7 @@
 
 namespace host {
 
-void record(const RecordOptions& options) {
-  Screen screen;
+void record(const RecordOptions& options, Screen& screen) {
   const MainLoop loop;
   std::atomic<bool> interrupted = false;
   platform::BtsnoopWriter capture(options.file);

@@ -42,14 +42,15 @@ void scanLive(const ScanOptions& options, Screen& screen) {
                                    .now = [watch = Stopwatch()] { return watch.seconds(); }});
   const auto manager = range(*radio.service(), table);
   loop.runUntil([&] { return interrupted || radio.isUseless(); }, options.source.limit);
-  table->finish();
   radio.failIfUseless();
+  table->finish();
 }
 
 void scanCapture(const ScanOptions& options, Screen& screen) {
   ReplayLocationService::Options replayed;
   replayed.capture = options.source.capture;
   replayed.speed = options.source.speed;
+  replayed.onCut = cutsOn(screen);
   ReplayLocationService replay(std::move(replayed));
   const Interrupt interrupt([&] { replay.stop(); });
   const auto table = std::make_shared<BeaconTable>(
@@ -62,8 +63,7 @@ void scanCapture(const ScanOptions& options, Screen& screen) {
 
 }  // namespace
 
-void scan(const ScanOptions& options) {
-  Screen screen;
+void scan(const ScanOptions& options, Screen& screen) {
   if (options.source.capture.empty()) {
     scanLive(options, screen);
   } else {

@@ -1,11 +1,17 @@
 #include "host/Screen.h"
 
 #include <sys/ioctl.h>
+#include <sys/types.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <cstdio>
+#include <cstdlib>
+#include <system_error>
 
+#include "host/Failure.h"
 #include "host/PlainText.h"
 
 namespace host {
@@ -17,6 +23,12 @@ std::size_t terminalRows() {
   return known ? size.ws_row : 24;
 }
 
+bool canTakeBack() {
+  const char* const terminal =
+      std::getenv("TERM");  // NOLINT(concurrency-mt-unsafe): nobody sets it
+  return terminal != nullptr && std::string_view(terminal) != "dumb";
+}
+
 std::string firstLines(const std::string& text, std::size_t count) {
   std::size_t end = 0;
   while (count-- > 0 && end != std::string::npos) end = text.find('\n', end + (end > 0 ? 1 : 0));
@@ -25,17 +37,27 @@ std::string firstLines(const std::string& text, std::size_t count) {
 
 }  // namespace
 
-Screen::Screen() : watched_(isatty(STDOUT_FILENO) == 1 && isatty(STDERR_FILENO) == 1) {}
+Screen::Screen()
+    : watched_(isatty(STDOUT_FILENO) == 1 && isatty(STDERR_FILENO) == 1 && canTakeBack()) {}
 
 Screen::~Screen() { erase(); }
 
 void Screen::print(std::string_view line) {
   const std::string clean = plainLine(line);
   const std::lock_guard lock(mutex_);
+  if (fault_ != 0) return;
   erase();
-  std::fprintf(stdout, "%s\n", clean.c_str());
-  std::fflush(stdout);
+  if (std::fprintf(stdout, "%s\n", clean.c_str()) < 0 || std::fflush(stdout) != 0) {
+    fault_ = errno;
+    kill(getpid(), SIGINT);
+  }
   draw();
+}
+
+void Screen::failIfLost() const {
+  const std::lock_guard lock(mutex_);
+  if (fault_ == 0) return;
+  throw Failure(kServiceFailure, "standard output: " + std::generic_category().message(fault_));
 }
 
 void Screen::showProgress(const std::string& text) {

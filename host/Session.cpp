@@ -4,14 +4,17 @@
 
 #include <charconv>
 #include <cstdint>
+#include <fstream>
+#include <iterator>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 #include "BrivaneSDK/BVException.h"
 #include "BrivaneSDK/BVNetwork.h"
 #include "host/Failure.h"
+#include "host/WarningPreferences.h"
 #include "platform/Services.h"
-#include "platform/files/KeyFilePreferences.h"
 #include "platform/files/PlistPropertyList.h"
 #include "platform/files/StandardErrorLog.h"
 #include "platform/json/SimdJSON.h"
@@ -40,6 +43,13 @@ bool isHostAndPort(std::string_view text) {
   return read.ec == std::errc() && read.ptr == port.data() + port.size() && number > 0;
 }
 
+bool holdsCertificate(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  const std::string text(std::istreambuf_iterator<char>(file), {});
+  return text.find("-----BEGIN CERTIFICATE-----") != std::string::npos ||
+         text.find("-----BEGIN TRUSTED CERTIFICATE-----") != std::string::npos;
+}
+
 platform::CurlHTTPClient::Options curlOptions(const ServiceOptions& options) {
   platform::CurlHTTPClient::Options curl;
   curl.log = logFor(options);
@@ -52,16 +62,29 @@ platform::CurlHTTPClient::Options curlOptions(const ServiceOptions& options) {
   if (!options.ca.empty() && access(options.ca.c_str(), R_OK) != 0) {
     throw Failure(kUsageFailure, "--ca: " + options.ca + " cannot be read");
   }
+  if (!options.ca.empty() && !holdsCertificate(options.ca)) {
+    throw Failure(kUsageFailure, "--ca: " + options.ca + " holds no certificate");
+  }
   curl.caFile = options.ca;
   return curl;
 }
 
+std::string serviceName() { return "the service at " + std::string(BVNetwork::apiHost()); }
+
 }  // namespace
 
-Session::Session(const ServiceOptions& options, Waiting waiting)
+Session::Session(const ServiceOptions& options, Waiting waiting, Screen& screen)
     : options_(options),
       loop_(waiting.loop),
-      curl_(std::make_shared<platform::CurlHTTPClient>(curlOptions(options))),
+      screen_(screen),
+      transfers_(std::make_unique<Transfers>([&screen](const std::string& failure) {
+        screen.complain(serviceName() + ": " + failure);
+      })),
+      curl_(std::make_shared<platform::CurlHTTPClient>([&] {
+        auto curl = curlOptions(options);
+        curl.onTransfer = [this](const auto& outcome) { note(outcome); };
+        return curl;
+      }())),
       lockstep_(waiting.inOrder ? std::make_shared<platform::LockstepHTTPClient>(curl_) : nullptr),
       http_(std::make_shared<WatchedHTTPClient>(
           lockstep_ ? std::static_pointer_cast<platform::HTTPClient>(lockstep_) : curl_,
@@ -71,11 +94,14 @@ Session::Session(const ServiceOptions& options, Waiting waiting)
 
 Session::~Session() { curl_->shutdown(); }
 
+void Session::note(const platform::TransferOutcome& outcome) {
+  if (!interrupted_) transfers_->note(outcome);  // what an interrupt ends has not failed
+}
+
 void Session::install(std::shared_ptr<platform::LocationService> location) const {
   platform::install({.http = http_,
                      .json = std::make_shared<platform::SimdJSON>(),
-                     .preferences = std::make_shared<platform::KeyFilePreferences>(
-                         platform::KeyFilePreferences::pathFor("brivane")),
+                     .preferences = std::make_shared<WarningPreferences>(screen_),
                      .propertyList = std::make_shared<platform::PlistPropertyList>(options_.info),
                      .location = std::move(location),
                      .deviceModel = std::make_shared<platform::UnameDeviceModel>(),
@@ -84,6 +110,7 @@ void Session::install(std::shared_ptr<platform::LocationService> location) const
 }
 
 std::shared_ptr<BVManager> Session::connect(const std::shared_ptr<Announcer>& announcer) const {
+  announcer->expectReady();
   std::shared_ptr<BVManager> manager;
   try {
     manager = BVManager::initWithDelegate(announcer);
@@ -93,9 +120,9 @@ std::shared_ptr<BVManager> Session::connect(const std::shared_ptr<Announcer>& an
   const bool answered = waitFor(kPatience);
   if (isInterrupted()) return nullptr;
   if (!answered) failWith("not ready after 30 seconds");
-  if (!http_->latestSucceeded()) failWith("not ready");
+  failUnlessAnswered("not ready");
   if (!waitForAuthorization()) return isInterrupted() ? nullptr : manager;
-  if (!announcer->isReady()) failWith("not ready");
+  if (!announcer->isReady()) failWith("not ready: its answer cannot be read");
   return manager;
 }
 
@@ -120,8 +147,23 @@ bool Session::waitForAuthorization() const {
 }
 
 void Session::failWith(const std::string& complaint) const {
-  throw Failure(kServiceFailure, "the service at " + std::string(BVNetwork::apiHost()) + ": " +
-                                     complaint + ": " + http_->latestOutcome());
+  throw Failure(kServiceFailure, serviceName() + ": " + complaint + ": " + transfers_->latest());
+}
+
+void Session::failUnlessAnswered(const std::string& complaint) const {
+  if (!transfers_->latestSucceeded()) failWith(complaint);
+}
+
+void Session::rest(std::chrono::seconds time) const {
+  if (loop_ != nullptr) {
+    loop_->runUntil([this] { return isInterrupted(); }, static_cast<double>(time.count()));
+    return;
+  }
+  constexpr std::chrono::milliseconds kStep(50);
+  for (auto left = std::chrono::milliseconds(time); left > kStep && !isInterrupted();
+       left -= kStep) {
+    std::this_thread::sleep_for(kStep);
+  }
 }
 
 void Session::interrupt() {

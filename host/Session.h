@@ -9,6 +9,8 @@
 #include "host/Announcer.h"
 #include "host/MainLoop.h"
 #include "host/Options.h"
+#include "host/Screen.h"
+#include "host/Transfers.h"
 #include "host/WatchedHTTPClient.h"
 #include "platform/Location.h"
 #include "platform/curl/CurlHTTPClient.h"
@@ -28,7 +30,7 @@ class Session {
   };
 
   /// Prepares the way to the service. Throws Failure for an option that cannot be used.
-  Session(const ServiceOptions& options, Waiting waiting);
+  Session(const ServiceOptions& options, Waiting waiting, Screen& screen);
   /// Nothing is called back afterwards.
   ~Session();
   Session(const Session&) = delete;
@@ -44,9 +46,15 @@ class Session {
 
   /// Waits until all that was asked for has been answered, or has failed.
   void waitUntilAnswered() const;
+  /// Waits for so long, or until it is interrupted.
+  void rest(std::chrono::seconds time) const;
 
+  /// What became of the requests.
+  Transfers& transfers() { return *transfers_; }
   /// Fails with `complaint` and what became of the latest request.
   [[noreturn]] void failWith(const std::string& complaint) const;
+  /// Fails with `complaint` when the latest request was not answered with success.
+  void failUnlessAnswered(const std::string& complaint) const;
 
   /// Ends every request and every wait. Any thread.
   void interrupt();
@@ -58,8 +66,12 @@ class Session {
   /// Waits until the user has answered the question for authorisation; whether it was granted.
   bool waitForAuthorization() const;
 
+  void note(const platform::TransferOutcome& outcome);
+
   const ServiceOptions options_;
   const MainLoop* const loop_;
+  Screen& screen_;
+  const std::unique_ptr<Transfers> transfers_;
   const std::shared_ptr<platform::CurlHTTPClient> curl_;
   /// Null when requests are sent as they come.
   const std::shared_ptr<platform::LockstepHTTPClient> lockstep_;

@@ -5,14 +5,13 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <string>
 
 #include "platform/HTTPClient.h"
 
 namespace host {
 
-/// Passes requests on to another client and knows what became of them, which the library itself
-/// never tells: so a command can wait for its answer, and say why there is none. Any thread.
+/// Passes requests on to another client and knows whether any is under way, which the library
+/// itself never tells: so a command can wait for its answer. Any thread.
 class WatchedHTTPClient final : public platform::HTTPClient {
  public:
   /// `onIdle` is called on any thread when nothing is under way any more; may be empty.
@@ -26,20 +25,12 @@ class WatchedHTTPClient final : public platform::HTTPClient {
 
   bool isIdle() const;
 
-  /// Whether the latest request was answered with success. The library takes a refusal for an
-  /// answer like any other; a person wants to know.
-  bool latestSucceeded() const;
-  /// What became of the latest request, for a person: "no answer" or "status 401".
-  std::string latestOutcome() const;
-
  private:
   struct State {
     mutable std::mutex mutex;
     mutable std::condition_variable changed;
     std::function<void()> onIdle;
     std::size_t underWay = 0;
-    /// Status of the latest response; 0 when there was none.
-    int latestStatus = 0;
   };
 
   const std::shared_ptr<platform::HTTPClient> inner_;

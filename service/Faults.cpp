@@ -35,9 +35,12 @@ Fault Fault::parse(const std::string& text) {
   const std::string_view whole(text);
   const std::string_view name = whole.substr(0, whole.find('='));
   const auto kind = kinds().find(name);
-  if (kind == kinds().end() || name.size() == whole.size()) {
-    throw std::invalid_argument("'" + text + "' is not KIND=RATE");
+  if (kind == kinds().end()) {
+    std::string known;
+    for (const auto& [each, value] : kinds()) known.append(known.empty() ? "" : ", ").append(each);
+    throw std::invalid_argument("'" + std::string(name) + "' is none of " + known);
   }
+  if (name.size() == whole.size()) throw std::invalid_argument("'" + text + "' is not KIND=RATE");
   std::string_view rate = whole.substr(name.size() + 1);
   Fault fault{.kind = kind->second};
   if (fault.kind == FaultKind::kDelay) {

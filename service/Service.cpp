@@ -1,10 +1,13 @@
 #include "service/Service.h"
 
 #include <httplib.h>
+#include <sys/socket.h>
 
+#include <cerrno>
 #include <chrono>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -65,6 +68,11 @@ class Service::Server {
   void configure() {
     http_.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
     http_.set_tcp_nodelay(true);
+    // The library's own choice would let a second service share the port.
+    http_.set_socket_options([](auto socket) {
+      const int on = 1;
+      setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    });
     http_.set_keep_alive_timeout(kSecondsKeptAlive);
     http_.set_keep_alive_max_count(kRequestsKeptAlive);
     http_.set_payload_max_length(kMaxBody);
@@ -90,7 +98,8 @@ class Service::Server {
     } else if (http_.bind_to_port(kAddress, options_.port)) {
       return options_.port;
     }
-    throw std::runtime_error("port " + std::to_string(options_.port) + " of 127.0.0.1 is taken");
+    throw std::system_error(errno, std::generic_category(),
+                            "port " + std::to_string(options_.port) + " of 127.0.0.1");
   }
 
   void answer(const httplib::Request& request, const std::string& body,

@@ -28,7 +28,7 @@ class Service {
     std::function<void(const std::string&)> log;
   };
 
-  /// Throws std::runtime_error when the port cannot be had.
+  /// Throws std::system_error when the port cannot be had.
   explicit Service(Options options);
   ~Service();
   Service(const Service&) = delete;

@@ -1,12 +1,17 @@
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <fstream>
+#include <iostream>
+#include <limits>
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "service/CertificateStore.h"
@@ -15,7 +20,15 @@
 
 namespace {
 
+constexpr int kSystemFailure = 1;
 constexpr int kUsageFailure = 2;
+
+/// Prints a line at once.
+void print(const std::string& line) {
+  if (std::printf("%s\n", line.c_str()) < 0 || std::fflush(stdout) != 0) {
+    throw std::system_error(errno, std::generic_category(), "standard output");
+  }
+}
 
 struct Arguments {
   std::string network;
@@ -31,7 +44,9 @@ struct Arguments {
 void describe(CLI::App& app, Arguments& arguments) {
   app.add_option("NETWORK", arguments.network, "File of the places and their beacons, JSON")
       ->required();
-  app.add_option("--port", arguments.port, "Port of 127.0.0.1; the system chooses one without it");
+  app.set_version_flag("--version", "brivane-service " BRIVANE_VERSION);
+  app.add_option("--port", arguments.port, "Port of 127.0.0.1; the system chooses one without it")
+      ->check(CLI::Range(0, 65535));
   app.add_option(
       "--credentials", arguments.credentials,
       "JSON file of the client that may log in: {\"key\":…,\"secret\":…}; without it the "
@@ -39,12 +54,14 @@ void describe(CLI::App& app, Arguments& arguments) {
   app.add_option("--state", arguments.state, "Folder of the certificate and its key")
       ->capture_default_str();
   app.add_option("--token-lifetime", arguments.tokenLifetime, "Seconds that a token is good for")
+      ->check(CLI::Range(std::int64_t{0}, std::int64_t{1} << 31))
       ->capture_default_str();
   app.add_option("--fault", arguments.faults,
                  "Make requests go wrong at a rate from 0 to 1: drop=RATE, reset=RATE, "
                  "bad-json=RATE, status-500=RATE, delay=RATE:MILLISECONDS; separated by commas")
       ->delimiter(',');
   app.add_option("--seed", arguments.seed, "Chooses which requests go wrong")
+      ->check(CLI::Range(std::uint64_t{0}, std::numeric_limits<std::uint64_t>::max()))
       ->capture_default_str();
   app.add_flag("--log", arguments.log, "Print a line for each request");
 }
@@ -98,9 +115,8 @@ void serve(const Arguments& arguments) {
 
   const service::CertificateStore store(arguments.state);
   const service::Service running(optionsFrom(arguments, store));
-  std::printf("brivane-service listening on 127.0.0.1:%d, certificate %s\n",
-              static_cast<int>(running.port()), store.certificatePath().c_str());
-  std::fflush(stdout);
+  print("brivane-service listening on 127.0.0.1:" + std::to_string(running.port()) +
+        ", certificate " + store.certificatePath().string());
   int received = 0;
   sigwait(&signals, &received);
 }
@@ -116,8 +132,12 @@ int main(int argc, char** argv) {
     app.parse(argc, argv);
     serve(arguments);
     return 0;
-  } catch (const CLI::Success& help) {
-    return app.exit(help);
+  } catch (const CLI::Success& request) {
+    app.exit(request);
+    return std::cout.flush() ? 0 : kSystemFailure;
+  } catch (const std::system_error& refused) {
+    std::fprintf(stderr, "brivane-service: %s\n", refused.what());
+    return kSystemFailure;
   } catch (const std::exception& fault) {
     std::fprintf(stderr, "brivane-service: %s\n", fault.what());
     return kUsageFailure;

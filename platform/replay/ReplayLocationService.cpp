@@ -12,6 +12,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
+/// A device without a clock of its own starts in 1970 and jumps to the present: to play that would
+/// take for ever.
+constexpr Duration kLongestSilence = 1h;
+
 std::deque<TrackPoint> readTrack(const std::optional<std::string>& path) {
   if (!path) return {};
   const auto points = readGpxTrack(*path);
@@ -59,8 +63,15 @@ bool ReplayLocationService::playNext(Instant limit) {
   if (fault_) return false;  // nobody knows when it was met: later positions may be much later
   const bool isPosition = !track_.empty() && (!record_ || track_.front().time <= record_->time);
   if (!isPosition && !record_) return false;
-  const Instant time((isPosition ? track_.front().time : record_->time) - beginning_);
-  if (time > limit || !advanceTo(time)) return false;
+  Instant time((isPosition ? track_.front().time : record_->time) - beginning_);
+  const Duration silence = time - now();
+  time = std::min(time, now() + kLongestSilence);
+  if (time > limit) return false;
+  if (silence > kLongestSilence) {
+    beginning_ += silence - kLongestSilence;
+    if (options_.onCut) options_.onCut(silence);
+  }
+  if (!advanceTo(time)) return false;
   if (isPosition) {
     core_.locate(track_.front().location, time);
     track_.pop_front();

@@ -35,6 +35,9 @@ class BRIVANE_EXPORT ReplayLocationService final : public LocationService {
     /// Called with the part of the capture that has been played, 0 to 1, on the thread of `run`.
     /// May be empty.
     std::function<void(double)> onProgress;
+    /// Called with the length of each silence of more than an hour, which is played as an hour, on
+    /// the thread of `run`. May be empty.
+    std::function<void(Duration)> onCut;
     LocationCore::Options location = {.permission = alwaysPermitted};
   };
 

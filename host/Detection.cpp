@@ -1,0 +1,56 @@
+#include "host/Detection.h"
+
+#include <chrono>
+#include <string>
+
+#include "host/Failure.h"
+
+namespace host {
+namespace {
+
+constexpr int kLogins = 5;
+constexpr std::chrono::seconds kBetweenLogins{2};
+
+}  // namespace
+
+bool Detection::connect() {
+  manager_ = session_.connect(announcer_);
+  return manager_ != nullptr;
+}
+
+void Detection::start() {
+  session_.transfers().tellFailures();
+  manager_->setEnabledGPS(gps_);
+  if (!manager_->startDetection()) throw Failure(kServiceFailure, "detection did not start");
+}
+
+void Detection::renewIfExpired() {
+  if (!manager_ || !session_.transfers().tokenExpired()) return;
+  manager_->stopDetection();
+  manager_.reset();
+  // What was asked with the old token is refused too: it must not be taken for the new one's.
+  session_.waitUntilAnswered();
+  for (int login = 1; !manager_ && !session_.isInterrupted(); ++login) {
+    try {
+      connect();
+    } catch (const Failure&) {
+      if (login == kLogins) throw;
+      session_.rest(kBetweenLogins);
+    }
+  }
+  if (!manager_) return;
+  session_.transfers().forgetExpiry();
+  screen_.complain("the access token had expired; logged in anew");
+  start();
+}
+
+void Detection::stop() {
+  if (manager_) manager_->stopDetection();
+}
+
+void Detection::failIfRequestsFailed() const {
+  const std::string failures = session_.transfers().failures();
+  if (!failures.empty()) session_.failWith(failures);
+}
+
+}  // namespace host
