@@ -88,6 +88,8 @@ void CurlHTTPClient::execute(HTTPRequest request, Completion completion) {
   parts_->worker.add({std::move(request), std::move(completion)});
 }
 
+void CurlHTTPClient::networkChanged() { parts_->worker.retireConnections(); }
+
 void CurlHTTPClient::shutdown() {
   parts_->worker.stop();
   parts_->callbacks.close();

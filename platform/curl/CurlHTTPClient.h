@@ -13,7 +13,9 @@
 namespace platform {
 
 /// HTTPS over libcurl: HTTP/2 where the service offers it, connections kept alive, at most six to
-/// one host, certificates always checked. A transfer fails when it brings no byte for 60 seconds,
+/// one host, certificates always checked. A connection that has served is given up when what was
+/// sent is not acknowledged within 5 seconds, or brings no byte of a reply within about 10; what
+/// waits on it is sent again, once, on a new one. A transfer fails when it brings no byte for 60 seconds,
 /// when the heads and trailers of its replies exceed 256 KiB together, and when its body is
 /// compressed but cut off or broken. Redirects are followed to https alone. Neither the
 /// Authorization header nor the body follows to another host or port: a redirect that would take
@@ -50,6 +52,12 @@ class BRIVANE_EXPORT CurlHTTPClient final : public HTTPClient {
 
   /// A method other than POST is a failure of the transport.
   void execute(HTTPRequest request, Completion completion) override;
+
+  /// Gives all connections up: what is under way is sent again on new ones, which may ask the
+  /// service a second time. To be called when the device has changed networks or wakes from sleep:
+  /// connections of before lead nowhere, and only time would tell. Cheap when nothing is under way.
+  /// On Linux, GNetworkMonitor's "network-changed" and logind's PrepareForSleep(false) say when.
+  void networkChanged();
 
   /// Ends every request, and returns when each completion has been called. Inside a completion it
   /// calls the others itself.

@@ -1,5 +1,7 @@
 #include "platform/curl/CurlTransfer.h"
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <strings.h>
 #include <sys/socket.h>
 
@@ -14,6 +16,14 @@ constexpr long kSecondsToConnect = 60;
 /// A transfer that brings no byte for so long has failed.
 constexpr long kSecondsOfSilence = 60;
 constexpr long kMaxRedirects = 20;
+/// The same, in curl's count, for one that was sent on a connection which has served before, until
+/// the first byte: that connection may be dead, and another be had. Curl averages over five seconds
+/// first, so it is about ten.
+constexpr long kSecondsOfSilenceOnUsedConnection = 5;
+/// A connection is dead when what was sent has not been acknowledged for so long.
+constexpr unsigned kMillisecondsToAcknowledge = 5000;
+/// A connection on which nothing is sent is tried so often. A dead one shows at the second try.
+constexpr long kSecondsBetweenProbes = 30;
 /// Curl keeps all fields of heads and trailers, the latter without a bound of its own.
 constexpr std::size_t kMaxHeadBytes = std::size_t{256} << 10U;
 
@@ -49,9 +59,12 @@ bool leadsAway(const std::string& from, const char* to) {
   return !home || !there || !isSame(*home, *there);
 }
 
-/// A program that the host starts must not hold the service's connections open.
-curl_socket_t openSocket(void* /*context*/, curlsocktype /*purpose*/, curl_sockaddr* address) {
-  return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+/// 0 when it has none.
+int localPort(curl_socket_t socket) {
+  sockaddr_in6 address{};  // an IPv4 address has its port at the same place
+  socklen_t size = sizeof address;
+  if (getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size) != 0) return 0;
+  return ntohs(address.sin6_port);
 }
 
 }  // namespace
@@ -95,7 +108,12 @@ void CurlTransfer::setUp() {
 
   set(CURLOPT_NOSIGNAL, 1L);
   set(CURLOPT_QUICK_EXIT, 1L);  // a name server that does not answer is not waited for
-  set(CURLOPT_OPENSOCKETFUNCTION, &openSocket);
+  set(CURLOPT_OPENSOCKETFUNCTION, &CurlTransfer::openSocket);
+  set(CURLOPT_OPENSOCKETDATA, this);
+  set(CURLOPT_TCP_KEEPALIVE, 1L);
+  set(CURLOPT_TCP_KEEPIDLE, kSecondsBetweenProbes);
+  set(CURLOPT_TCP_KEEPINTVL, kSecondsBetweenProbes);
+  set(CURLOPT_FRESH_CONNECT, request_.needsNewConnection ? 1L : 0L);
   set(CURLOPT_PIPEWAIT, 1L);  // a burst shares one connection where the service speaks HTTP/2
   set(CURLOPT_CONNECTTIMEOUT, kSecondsToConnect);
   set(CURLOPT_LOW_SPEED_LIMIT, 1L);
@@ -118,6 +136,12 @@ void CurlTransfer::setUpRequest() {
   set(CURLOPT_URL, post.url.c_str());
   set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(post.body.size()));
   set(CURLOPT_POSTFIELDS, post.body.c_str());
+}
+
+bool CurlTransfer::metDeadConnection(CURLcode result) const {
+  // What resets a single stream is alive.
+  return result != CURLE_OK && result != CURLE_HTTP2_STREAM && refusal_ == nullptr &&
+         onUsedConnection_ && headBytes_ == 0;
 }
 
 CurlReply CurlTransfer::reply(CURLcode result) {
@@ -166,20 +190,47 @@ void CurlTransfer::findCoding() {
 
 bool CurlTransfer::takeHead(std::string_view line) {
   if (line.size() > kMaxHeadBytes - headBytes_) return refuse("the head of the reply is too large");
+  if (headBytes_ == 0) set(CURLOPT_LOW_SPEED_TIME, kSecondsOfSilence);
   headBytes_ += line.size();
   if (line.starts_with("HTTP/")) headIsWhole_ = false;
   if (line == "\r\n" || line == "\n") headIsWhole_ = true;
   return true;
 }
 
-bool CurlTransfer::mayBeSent() {
+curl_socket_t CurlTransfer::openSocket(void* transfer, curlsocktype, curl_sockaddr* address) {
+  // A program that the host starts must not hold the service's connections open.
+  const int type = address->socktype | SOCK_CLOEXEC;
+  auto& last = static_cast<CurlTransfer*>(transfer)->sockets_[address->family == AF_INET6 ? 1 : 0];
+  return last = socket(address->family, type, address->protocol);
+}
+
+/// Once it is connected: until then there is more time, in which the network may return.
+void CurlTransfer::limitAcknowledgement(int port) const {
+  for (const curl_socket_t socket : sockets_) {
+    if (localPort(socket) != port) continue;
+    setsockopt(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, &kMillisecondsToAcknowledge,
+               sizeof kMillisecondsToAcknowledge);
+  }
+}
+
+bool CurlTransfer::mayBeSent(int port) {
+  long made = 0;
+  curl_easy_getinfo(handle(), CURLINFO_NUM_CONNECTS, &made);
+  if (made > 0) limitAcknowledgement(port);
+  // Others that are sent at the same time may share a connection as new as its first request.
+  onUsedConnection_ = made == 0 && request_.repliesBefore > 0;
+  set(CURLOPT_LOW_SPEED_TIME,
+      onUsedConnection_ ? kSecondsOfSilenceOnUsedConnection : kSecondsOfSilence);
+  return !takesBodyAway() || refuse("a redirect would take the request's body to another host");
+}
+
+/// A redirect that keeps the method keeps the body, and with it the secrets.
+bool CurlTransfer::takesBodyAway() const {
   const char* url = nullptr;
   const char* method = nullptr;
   curl_easy_getinfo(handle(), CURLINFO_EFFECTIVE_URL, &url);
   curl_easy_getinfo(handle(), CURLINFO_EFFECTIVE_METHOD, &method);
-  // A redirect that keeps the method keeps the body, and with it the secrets.
-  if (std::string_view(method) != "POST" || !leadsAway(request_.request.url, url)) return true;
-  return refuse("a redirect would take the request's body to another host");
+  return std::string_view(method) == "POST" && leadsAway(request_.request.url, url);
 }
 
 template <bool (CurlTransfer::*step)(std::string_view)>
@@ -191,8 +242,9 @@ std::size_t CurlTransfer::onBytes(const char* bytes, std::size_t one, std::size_
              : CURL_WRITEFUNC_ERROR;
 }
 
-int CurlTransfer::onRequest(void* transfer, char*, char*, int, int) {
-  return static_cast<CurlTransfer*>(transfer)->guard([](auto& self) { return self.mayBeSent(); })
+int CurlTransfer::onRequest(void* transfer, char*, char*, int, int port) {
+  return static_cast<CurlTransfer*>(transfer)->guard(
+             [=](auto& self) { return self.mayBeSent(port); })
              ? CURL_PREREQFUNC_OK
              : CURL_PREREQFUNC_ABORT;
 }

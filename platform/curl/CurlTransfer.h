@@ -21,6 +21,10 @@ struct CurlRequest {
   HTTPRequest request;
   HTTPClient::Completion completion;
   std::chrono::steady_clock::time_point begun = std::chrono::steady_clock::now();
+  /// Whether it must not go out on a connection that others have used.
+  bool needsNewConnection = false;
+  /// How many replies had come over the connections of the time when it was sent.
+  std::size_t repliesBefore = 0;
 };
 
 /// What came of a request: response and body, or why there is none.
@@ -40,6 +44,11 @@ class CurlTransfer {
   bool isUsable() const { return refusal_ == nullptr; }
   CURL* handle() const { return handle_.get(); }
 
+  /// Whether it failed with `result` because the connection that it was sent on, which had served
+  /// others, was dead: nothing at all came back.
+  bool metDeadConnection(CURLcode result) const;
+  const CurlRequest& request() const { return request_; }
+
   /// What came of it, when curl ended it with `result`. Once; the request may be taken afterwards.
   CurlReply reply(CURLcode result);
   CurlRequest takeRequest() { return std::move(request_); }
@@ -54,16 +63,19 @@ class CurlTransfer {
   // What curl calls. It is written in C, which no exception may pass.
   template <bool (CurlTransfer::*step)(std::string_view)>
   static std::size_t onBytes(const char* bytes, std::size_t one, std::size_t count, void* transfer);
-  static int onRequest(void* transfer, char*, char*, int, int);
+  static int onRequest(void* transfer, char*, char*, int, int port);
+  static curl_socket_t openSocket(void* transfer, curlsocktype, curl_sockaddr* address);
   template <typename Step>
   bool guard(Step step);
 
   // False gives the transfer up.
   bool take(std::string_view bytes);
   bool takeHead(std::string_view line);
-  bool mayBeSent();
+  bool mayBeSent(int port);
+  bool takesBodyAway() const;
 
   void findCoding();
+  void limitAcknowledgement(int port) const;
   void setUp();
   void setUpRequest();
   void append(List& list, const std::string& item);
@@ -78,6 +90,8 @@ class CurlTransfer {
   std::unique_ptr<CURL, Free> handle_;
   List headers_;
   List connectTo_;
+  std::array<curl_socket_t, 2> sockets_{-1, -1};  // the last one opened for IPv4 and for IPv6
+  bool onUsedConnection_ = false;
   std::size_t headBytes_ = 0;  // of all heads and trailers
   bool headIsWhole_ = false;
   std::size_t bodyBytes_ = 0;  // as they arrive

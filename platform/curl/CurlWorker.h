@@ -2,6 +2,7 @@
 
 #include <curl/curl.h>
 
+#include <cstddef>
 #include <deque>
 #include <functional>
 #include <map>
@@ -30,6 +31,9 @@ class CurlWorker {
   /// Any thread. Dropped once the worker has stopped.
   void add(CurlRequest request);
 
+  /// Any thread. Gives all connections up; requests under way are sent again on new ones.
+  void retireConnections();
+
   /// Fails every request and ends the thread. Any thread but the worker's own.
   void stop();
 
@@ -39,21 +43,29 @@ class CurlWorker {
   };
 
   void run();
+  void waitForWork();
   bool takeNew();
   void beginWaiting();
   void begin(CurlRequest request);
   bool finishDone();
   void finish(CURL* handle, CURLcode result);
+  void sendAgain(CurlRequest request);
+  void replaceConnections();
   void failAll();
 
   const CurlHTTPClient::Options& options_;
   const Finished finished_;
+  /// Holds the connections. Replaced by the worker alone, under the mutex; so the worker reads it
+  /// without, and other threads with it.
   std::unique_ptr<CURLM, Free> multi_;
-  // The next three are the worker's alone.
+  // The next five are the worker's alone.
+  std::size_t replies_ = 0;  // over these connections
+  bool areDead_ = false;     // these connections
   std::deque<CurlRequest> waiting_;
   std::map<CURL*, std::unique_ptr<CurlTransfer>> active_;
   bool multiplexes_ = false;  // whether the latest answer came over HTTP/2
   Mutex mutex_;
+  bool retiring_ BRIVANE_GUARDED_BY(mutex_) = false;
   std::deque<CurlRequest> added_ BRIVANE_GUARDED_BY(mutex_);
   bool stopping_ BRIVANE_GUARDED_BY(mutex_) = false;
   std::once_flag stopped_;

@@ -30,13 +30,11 @@ TLSConnection::TLSConnection(SSL_CTX& context, int socket) : socket_(socket), ss
 
 std::string TLSConnection::readRequest() {
   std::size_t end = 0;
-  while ((end = buffer_.find("\r\n\r\n")) == std::string::npos) {
-    if (!readMore()) return {};
+  while ((end = buffer_.find("\r\n\r\n")) == buffer_.npos && readMore()) {
   }
   const std::size_t field = buffer_.find("Content-Length: ");
   const std::size_t size = end + 4 + (field < end ? std::strtoul(&buffer_[field + 16], nullptr, 10) : 0);
-  std::string request = read(size);
-  return request.size() < size ? "" : request;
+  return end == buffer_.npos ? "" : read(size);
 }
 
 std::string TLSConnection::read(std::size_t count) {
@@ -45,6 +43,13 @@ std::string TLSConnection::read(std::size_t count) {
   std::string bytes = buffer_.substr(0, count);
   buffer_.erase(0, count);
   return bytes;
+}
+
+bool TLSConnection::readMore() {
+  char bytes[4096];
+  const int count = SSL_read(ssl_.get(), static_cast<char*>(bytes), sizeof bytes);
+  if (count > 0) buffer_.append(static_cast<char*>(bytes), static_cast<std::size_t>(count));
+  return count > 0;
 }
 
 bool TLSConnection::write(const std::string& bytes) {
@@ -56,13 +61,6 @@ void TLSConnection::endTLS() { SSL_shutdown(ssl_.get()); }
 void TLSConnection::reset() {
   const linger now{.l_onoff = 1, .l_linger = 0};
   setsockopt(socket_, SOL_SOCKET, SO_LINGER, &now, sizeof now);
-}
-
-bool TLSConnection::readMore() {
-  char bytes[4096];
-  const int count = SSL_read(ssl_.get(), static_cast<char*>(bytes), sizeof bytes);
-  if (count > 0) buffer_.append(static_cast<char*>(bytes), static_cast<std::size_t>(count));
-  return count > 0;
 }
 
 TLSServer::TLSServer(const service::Certificate& certificate, Serve serve, bool http2)
@@ -87,17 +85,16 @@ TLSServer::~TLSServer() {
     const std::lock_guard lock(mutex_);
     for (const int socket : open_) shutdown(socket, SHUT_RDWR);
   }
-  for (std::thread& thread : threads_) thread.join();
+  threads_.clear();
   close(listener_);
 }
 
 void TLSServer::acceptAll(const std::shared_ptr<ssl_ctx_st>& context) {
   // A client that goes away must not end the test. The threads made here inherit this; the process's own
   // handling of the signal stays as it is, for it is the client's to cope with.
-  sigset_t brokenPipe;
-  sigemptyset(&brokenPipe);
-  sigaddset(&brokenPipe, SIGPIPE);
-  pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
+  sigset_t all;
+  sigfillset(&all);
+  pthread_sigmask(SIG_BLOCK, &all, nullptr);
   for (;;) {
     const int socket = accept(listener_, nullptr, nullptr);
     if (socket < 0) return;

@@ -48,8 +48,6 @@ class TLSServer {
   TLSServer(const service::Certificate& certificate, Serve serve, bool http2 = false);
   /// Ends all connections.
   ~TLSServer();
-  TLSServer(const TLSServer&) = delete;
-  TLSServer& operator=(const TLSServer&) = delete;
 
   std::uint16_t port() const { return port_; }
   /// How many connections there have been.
@@ -70,6 +68,6 @@ class TLSServer {
   std::atomic<int> connections_ = 0;
   std::mutex mutex_;
   std::vector<int> open_;
-  std::vector<std::thread> threads_;
+  std::vector<std::jthread> threads_;
   std::thread acceptor_;
 };
