@@ -1,61 +1,72 @@
-// What the library keeps in memory, beside the bytes of the replies that it was made of. Prints one
-// JSON object.
-#include <cstddef>
+// What the library keeps in memory, and what it takes at most while it reads a reply: what
+// `operator new` hands out, as the allocator rounds it. Prints a line for each: a name and bytes.
+#include <malloc.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 
-#include "bench/CountedHeap.h"
+#include "bench/PeerReplies.h"
 #include "bench/Services.h"
 
 namespace {
 
 constexpr int kBeacons = 1000;
-constexpr int kPlaces = 10'000;
+constexpr int kPlaces = 1000;
 
-/// Answers each request at once, inside the call.
-class Service final : public platform::HTTPClient {
- public:
-  void execute(platform::HTTPRequest request, Completion completion) override {
-    const bool isResolve = request.url.ends_with("resolve/");
-    std::string reply =
-        isResolve ? bench::resolveReply(resolved++) : R"({"access_token":"t","status":true})";
-    if (isResolve) bytes += reply.size();
-    completion(platform::HTTPResponse{200}, std::move(reply));
-  }
+std::size_t held = 0;
+std::size_t peak = 0;
 
-  int resolved = 0;
-  std::size_t bytes = 0;
-};
+}  // namespace
 
-void measureCache(Service& service) {
+// The standard library's other forms call these; all is allocated on one thread.
+
+void* operator new(std::size_t size) {
+  void* const memory = std::malloc(size);
+  if (memory == nullptr) throw std::bad_alloc();
+  held += malloc_usable_size(memory);
+  peak = std::max(peak, held);
+  return memory;
+}
+
+void operator delete(void* memory) noexcept {
+  held -= malloc_usable_size(memory);
+  std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t /*size*/) noexcept { operator delete(memory); }
+
+namespace {
+
+void measureCache(const bench::Service& service) {
   const auto host = std::make_shared<bench::Host>();
   const auto manager = BVManager::initWithDelegate(host);
   const auto beacons = bench::beacons(kBeacons);
-  const std::size_t before = bench::heapHeld();
-  for (int report = 0; report < 2; ++report) {
-    manager->locationManager_didRangeBeacons_inRegion(*manager->locationManager(), beacons,
-                                                      *manager->getRegion());
-  }
+  const std::size_t before = held;
+  bench::report(*manager, beacons);
+  bench::report(*manager, beacons);
   if (service.resolved != kBeacons || host->matches != 2 * kBeacons) std::abort();
-  std::printf(R"({"cache":%zu,"cacheReplies":%zu,)", bench::heapHeld() - before, service.bytes);
+  std::printf("cache %zu\ncacheReplies %zu\n", held - before, service.bytes);
 }
 
-void measureNearest() {
+template <typename Read>
+void measureNearest(const char* name, Read read) {
   const std::optional<std::string> body = bench::nearestReply(kPlaces);
-  const std::size_t before = bench::heapHeld();
-  bench::forgetHeapPeak();
-  const auto nearest = BVAPINearest::parse(body);
-  if (nearest->beacons()->size() != kPlaces) std::abort();
-  std::printf(R"("nearest":%zu,"nearestPeak":%zu,"nearestReply":%zu})"
-              "\n",
-              bench::heapHeld() - before, bench::heapPeak() - before, body->size());
+  const std::size_t before = held;
+  peak = held;
+  const auto places = read(body);
+  std::printf("%s %zu\n%sPeak %zu\n%sReply %zu\n", name, held - before, name, peak - before, name,
+              body->size());
 }
 
 }  // namespace
 
 int main() {
-  const auto service = std::make_shared<Service>();
+  const auto service = std::make_shared<bench::Service>();
   bench::install(service);
   measureCache(*service);
-  measureNearest();
+  measureNearest("nearest", [](const auto& body) { return BVAPINearest::parse(body); });
+  measureNearest("nlohmann",
+                 [](const auto& body) { return bench::Peer<bench::Nlohmann>::nearest(*body); });
 }

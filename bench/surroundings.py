@@ -1,15 +1,21 @@
 """What the benchmarks run beside: a system bus of their own with a radio on it, the development service, an HTTP/2
-server, and a relay that counts."""
+server, and a capture."""
 import contextlib
 import pathlib
 import re
 import socket
+import struct
 import subprocess
-import sys
 import threading
+import time
 
-sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "tests/support"))
-from programs import bus_in, wait_for  # noqa: E402
+from gi.repository import Gio, GLib
+
+NETWORK = bytes.fromhex("5c8e3d7a41b24f609e0b27d1a6c4f385")
+BEACONS = 20
+FRAMES_A_SECOND = 10 * BEACONS
+ADAPTER = "/org/bluez/hci0"
+START = 0x00E32F0A40FFC000  # of the capture: a day of 2026, in microseconds of btsnoop's clock
 
 
 @contextlib.contextmanager
@@ -22,79 +28,101 @@ def process(command, **options):
             running.terminate()
 
 
+def frame(i):
+    """What the i-th beacon sends, behind the company's identifier, and how strong it is heard."""
+    return b"\x02\x15" + NETWORK + struct.pack(">HHb", 1, i % BEACONS, -59), -60 - i % 7
+
+
+class Radio:
+    """Stands in for the Bluetooth daemon on a bus: one adapter with power, and beacons that are heard when somebody
+    asks."""
+    INTERFACES = Gio.DBusNodeInfo.new_for_xml("""<node>
+        <interface name="org.freedesktop.DBus.ObjectManager">
+          <method name="GetManagedObjects"><arg type="a{oa{sa{sv}}}" direction="out"/></method>
+        </interface>
+        <interface name="org.bluez.Adapter1">
+          <method name="SetDiscoveryFilter"><arg type="a{sv}" direction="in"/></method>
+          <method name="StartDiscovery"/><method name="StopDiscovery"/>
+        </interface></node>""").interfaces
+    OBJECTS = GLib.Variant("(a{oa{sa{sv}}})", ({ADAPTER: {"org.bluez.Adapter1": {
+        "Address": GLib.Variant("s", "C0:00:00:00:00:FF"), "Powered": GLib.Variant("b", True),
+        "Discovering": GLib.Variant("b", False)}}},))
+
+    def __init__(self, address):
+        flags = Gio.DBusConnectionFlags
+        self.bus = Gio.DBusConnection.new_for_address_sync(
+            address, flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION, None, None)
+        self.discovers = threading.Event()
+        for path, interface in zip(("/", ADAPTER), self.INTERFACES):
+            self.bus.register_object(path, interface, self.on_call, None, None)
+        Gio.bus_own_name_on_connection(self.bus, "org.bluez", Gio.BusNameOwnerFlags.NONE, None, None)
+        threading.Thread(target=GLib.MainLoop().run, daemon=True).start()
+
+    def on_call(self, _bus, _sender, _path, _interface, method, _arguments, invocation):
+        invocation.return_value(self.OBJECTS if method == "GetManagedObjects" else None)
+        if method in ("StartDiscovery", "StopDiscovery"):
+            self.change(ADAPTER, "org.bluez.Adapter1", {"Discovering": GLib.Variant("b", method == "StartDiscovery")})
+            self.discovers.set()
+
+    def change(self, path, interface, properties):
+        self.bus.emit_signal(None, path, "org.freedesktop.DBus.Properties", "PropertiesChanged",
+                             GLib.Variant("(sa{sv}as)", (interface, properties, [])))
+
+    def hear(self, frames):
+        """So many frames, as fast as can be."""
+        for i in range(frames):
+            data, rssi = frame(i)
+            self.change(f"{ADAPTER}/dev_C0_00_00_00_00_{i % BEACONS:02}", "org.bluez.Device1", {
+                "ManufacturerData": GLib.Variant("a{qv}", {76: GLib.Variant("ay", data)}),
+                "RSSI": GLib.Variant("n", rssi)})
+        self.bus.flush_sync(None)
+
+
 @contextlib.contextmanager
-def radio(folder, program):
-    """The environment in which the system bus is one with a radio."""
-    command, address = bus_in(folder)
-    environment = {"DBUS_SYSTEM_BUS_ADDRESS": address}
-    with process(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as bus:
+def radio(folder):
+    """A radio on a system bus, and the environment in which that is the system's."""
+    address = f"unix:path={folder}/bus"
+    config = pathlib.Path(folder, "bus.conf")
+    config.write_text(f"""<busconfig><type>system</type><listen>{address}</listen><policy context="default">
+        <allow user="*"/><allow own="*"/><allow send_destination="*"/><allow eavesdrop="true"/></policy>
+        </busconfig>""")
+    with process(["dbus-daemon", f"--config-file={config}", "--nofork", "--nopidfile", "--print-address"],
+                 stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as bus:
         bus.stdout.readline()
-        with process([program], env=environment, stdout=subprocess.PIPE) as running:
-            running.stdout.readline()
-            yield environment
+        yield Radio(address), {"DBUS_SYSTEM_BUS_ADDRESS": address}
 
 
 @contextlib.contextmanager
-def service(program, network, state, *options):
-    """The development service: its port, and the lines that it prints after that, complete behind the block."""
-    lines = []
-    with process([program, network, "--state", state, *options], stdout=subprocess.PIPE, text=True) as running:
-        port = int(re.search(r":(\d+),", running.stdout.readline())[1])
-        reader = threading.Thread(target=lambda: lines.extend(running.stdout))
-        reader.start()
-        try:
-            yield port, lines
-        finally:
-            running.terminate()
-            reader.join()
+def service(program, network, state):
+    """The development service; its port."""
+    with process([program, network, "--state", state], stdout=subprocess.PIPE, text=True) as running:
+        yield int(re.search(r":(\d+),", running.stdout.readline())[1])
 
 
 @contextlib.contextmanager
-def http2_server(folder, state, reply, endpoints):
-    """A server of files over HTTP/2; its port. The path of an endpoint is what the library asks for."""
-    for endpoint in endpoints:
+def http2_server(folder, state, reply):
+    """A server of files over HTTP/2, which answers every endpoint alike; its port."""
+    for endpoint in "oauth2/token", "sync", "resolve":
         path = pathlib.Path(folder, "files/api/v1/https:/api.brivane.example/api/v1", endpoint)
         path.mkdir(parents=True)
         (path / "index.html").write_bytes(reply)
     with socket.create_server(("127.0.0.1", 0)) as probe:
         port = probe.getsockname()[1]
-    command = ["nghttpd", "-a", "127.0.0.1", "-d", f"{folder}/files", str(port), f"{state}/key.pem",
-               f"{state}/certificate.pem"]
-    with process(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL):
-        wait_for(lambda: connects(port))
+    with process(["nghttpd", "-a", "127.0.0.1", "-d", f"{folder}/files", str(port), f"{state}/key.pem",
+                  f"{state}/certificate.pem"], stdout=subprocess.DEVNULL) as server:
+        while server.poll() is None and socket.socket().connect_ex(("127.0.0.1", port)):
+            time.sleep(0.02)
         yield port
 
 
-def connects(port):
-    with socket.socket() as client:
-        return client.connect_ex(("127.0.0.1", port)) == 0
-
-
-class Relay:
-    """Passes connections on to a port, and counts them and their bytes."""
-
-    def __init__(self, port):
-        self.to, self.connections, self.bytes = port, 0, 0
-        self.lock = threading.Lock()
-        self.listener = socket.create_server(("127.0.0.1", 0))
-        self.port = self.listener.getsockname()[1]
-        threading.Thread(target=self.accept, daemon=True).start()
-
-    def accept(self):
-        with contextlib.suppress(OSError):
-            while True:
-                client = self.listener.accept()[0]
-                server = socket.create_connection(("127.0.0.1", self.to))
-                self.connections += 1
-                for ends in (client, server), (server, client):
-                    for end in ends:
-                        end.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-                    threading.Thread(target=self.copy, args=ends, daemon=True).start()
-
-    def copy(self, source, sink):
-        with contextlib.suppress(OSError):
-            while data := source.recv(1 << 16):
-                with self.lock:
-                    self.bytes += len(data)
-                sink.sendall(data)
-            sink.shutdown(socket.SHUT_WR)
+def write_capture(path, frames):
+    """A btsnoop capture of as many advertising reports."""
+    with open(path, "wb") as file:
+        file.write(b"btsnoop\0" + struct.pack(">II", 1, 2001))
+        for i in range(frames):
+            data, rssi = frame(i)
+            report = (b"\x02\x01\x03\x01" + bytes([i % BEACONS, 0, 0, 0, 0, 0xC0]) + b"\x1e\x02\x01\x06\x1a\xff\x4c\x00" +
+                      data + struct.pack("b", rssi))
+            event = b"\x3e" + bytes([len(report)]) + report
+            microseconds = i * 1_000_000 // FRAMES_A_SECOND
+            file.write(struct.pack(">IIIIQ", len(event), len(event), 3, 0, START + microseconds) + event)
