@@ -1,5 +1,7 @@
 #include "host/CommandLine.h"
 
+#include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <functional>
@@ -7,9 +9,9 @@
 #include <iostream>
 #include <limits>
 #include <optional>
-#include <regex>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 namespace host {
@@ -31,11 +33,21 @@ std::function<std::string(const std::string&)> between(double least, double most
   };
 }
 
-/// "hci0", or an address.
+/// "hci0", or an address as 00:11:22:AA:BB:CC.
+bool isAdapter(std::string_view text) {
+  const auto isDigit = [](unsigned char c) { return std::isdigit(c) != 0; };
+  if (text.starts_with("hci"))
+    return text.size() > 3 && std::all_of(text.begin() + 3, text.end(), isDigit);
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool isRight =
+        i % 3 == 2 ? text[i] == ':' : std::isxdigit(static_cast<unsigned char>(text[i])) != 0;
+    if (!isRight) return false;
+  }
+  return text.size() == 17;
+}
+
 std::string checkAdapter(const std::string& text) {
-  static const std::regex either("hci[0-9]+|([0-9A-Fa-f]{2}:){5}[0-9A-Fa-f]{2}");
-  return std::regex_match(text, either) ? ""
-                                        : "'" + text + "' is neither a name as hci0 nor an address";
+  return isAdapter(text) ? "" : "'" + text + "' is neither a name as hci0 nor an address";
 }
 
 void addServiceOptions(CLI::App& command, ServiceOptions& options) {

@@ -12,48 +12,90 @@
 #include <platform/replay/ReplayLocationService.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdio>
+#include <exception>
+#include <future>
 #include <memory>
 #include <string>
 
+using namespace std::chrono_literals;
+
 class Host : public BVManagerDelegate {
  public:
-  std::atomic<bool> ready = false;
+  /// Whether the service lets this host in, as soon as that is known.
+  std::future<bool> ready() { return ready_.get_future(); }
 
-  void didIsReady() override {
-    ready = true;
-    ready.notify_all();
+  /// The library tells nothing of requests that fail; the HTTP client does.
+  void noteTransfer(const platform::TransferOutcome& outcome) {
+    if (outcome.status.value_or(0) == 200) return;
+    const std::string fault =
+        outcome.status ? "status " + std::to_string(*outcome.status) : outcome.fault;
+    std::fprintf(stderr, "minimal: the service: %s\n", fault.c_str());
+    settle(false);
   }
+
+  void didIsReady() override { settle(true); }
   void didErrorFound(const std::shared_ptr<const BVError>& error) override {
-    std::printf("error %d\n", static_cast<int>(error->errorCode()));
+    std::fprintf(stderr, "minimal: %s\n",
+                 error->errorString().value_or("positions are off").c_str());
   }
   void didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) override {
-    std::printf("%s\n", match->waybeacon()->name().value_or("?").c_str());
+    if (const auto name = match->waybeacon()->name()) std::printf("%s\n", name->c_str());
   }
   void didNearestWaybeacons(const std::shared_ptr<const BVWaybeaconDistance::List>&) override {}
+
+ private:
+  void settle(bool isReady) {
+    if (!settled_.exchange(true)) ready_.set_value(isReady);
+  }
+
+  std::atomic<bool> settled_ = false;
+  std::promise<bool> ready_;
 };
 
-int main(int argc, char** argv) {
-  if (argc != 5) return 2;
+int walk(const char* capture, const char* info, const std::string& address,
+         const char* certificates) {
+  auto host = std::make_shared<Host>();
   auto http = std::make_shared<platform::CurlHTTPClient>(platform::CurlHTTPClient::Options{
-      .connectTo = std::string(BVNetwork::apiHost()) + ":443:" + argv[3], .caFile = argv[4]});
-  platform::ReplayLocationService::Options walk;
-  walk.capture = argv[1];
-  walk.speed = 100.0;
-  auto location = std::make_shared<platform::ReplayLocationService>(walk);
+      .connectTo = std::string(BVNetwork::apiHost()) + ":443:" + address,
+      .caFile = certificates,
+      .onTransfer = [host](const platform::TransferOutcome& outcome) {
+        host->noteTransfer(outcome);
+      }});
+  platform::ReplayLocationService::Options recording;
+  recording.capture = capture;
+  recording.speed = 100.0;
+  auto location = std::make_shared<platform::ReplayLocationService>(recording);
   platform::install({.http = http,
                      .json = std::make_shared<platform::SimdJSON>(),
                      .preferences = std::make_shared<platform::KeyFilePreferences>(
                          platform::KeyFilePreferences::pathFor("org.example.minimal")),
-                     .propertyList = std::make_shared<platform::PlistPropertyList>(argv[2]),
+                     .propertyList = std::make_shared<platform::PlistPropertyList>(info),
                      .location = location,
                      .deviceModel = std::make_shared<platform::UnameDeviceModel>(),
                      .randomUUID = std::make_shared<platform::SystemRandomUUID>()});
-  auto host = std::make_shared<Host>();
+  auto ready = host->ready();
   auto manager = BVManager::initWithDelegate(host);
-  host->ready.wait(false);
-  manager->startDetection();
-  location->run(std::chrono::seconds(20));
-  manager->stopDetection();
+  const bool isIn = ready.wait_for(30s) == std::future_status::ready && ready.get();
+  if (isIn) {
+    manager->startDetection();
+    location->run(20s);
+    manager->stopDetection();
+  }
   http->shutdown();
+  return isIn ? 0 : 1;
+}
+
+int main(int argc, char** argv) {
+  if (argc != 5) {
+    std::fprintf(stderr, "usage: minimal CAPTURE.btsnoop INFO.plist HOST:PORT CA.pem\n");
+    return 2;
+  }
+  try {
+    return walk(argv[1], argv[2], argv[3], argv[4]);
+  } catch (const std::exception& fault) {  // a file that cannot be read, or lacks the credentials
+    std::fprintf(stderr, "minimal: %s\n", fault.what());
+    return 2;
+  }
 }

@@ -77,9 +77,22 @@ class Embedding(unittest.TestCase):
     def test_every_snippet_compiles_and_the_smallest_host_runs(self):
         run("cmake", "--build", self.folder / "build")
         reach = start_service(self, self.folder / "prefix/bin/brivane-service", WALKS, "--state", self.folder)
-        said = self.minimal(WALKS / "old-town.btsnoop", *reach[1::2])
+        walk = WALKS / "old-town.btsnoop"
+        info, address, certificate = reach[1::2]
+        said = self.minimal(walk, info, address, certificate)
         self.assertEqual((said.returncode, said.stderr), (0, ""))
         self.assertEqual(set(said.stdout.splitlines()), {"Puerta del Río", "Panadería La Espiga"})
+        stranger = self.folder / "stranger.plist"
+        stranger.write_text(pathlib.Path(info).read_text().replace("dev-key", "other"))
+        for arguments, status, complaint in [
+            ((walk, info, "127.0.0.1:1", certificate), 1, "minimal: the service: .*127.0.0.1 port 1 "),
+            ((walk, stranger, address, certificate), 1, "minimal: the service: status 401\n"),
+            (("none", info, address, certificate), 2, "minimal: none: "),
+            ((walk, "none", address, certificate), 2, "minimal: none: "),
+        ]:
+            said = self.minimal(*arguments)
+            self.assertEqual((said.returncode, said.stdout), (status, ""), said)
+            self.assertRegex(said.stderr, rf"\A{complaint}")
 
 
 unittest.main(argv=[sys.argv[0]])
