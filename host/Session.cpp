@@ -1,12 +1,12 @@
 #include "host/Session.h"
 
-#include <unistd.h>
-
 #include <charconv>
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string_view>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -44,7 +44,11 @@ bool isHostAndPort(std::string_view text) {
 }
 
 bool holdsCertificate(const std::string& path) {
+  std::error_code unknown;
+  if (std::filesystem::is_directory(path, unknown))
+    throw Failure(kUsageFailure, "--ca: " + path + ": not a file");
   std::ifstream file(path, std::ios::binary);
+  if (!file) throw Failure(kUsageFailure, "--ca: " + path + " cannot be read");
   const std::string text(std::istreambuf_iterator<char>(file), {});
   return text.find("-----BEGIN CERTIFICATE-----") != std::string::npos ||
          text.find("-----BEGIN TRUSTED CERTIFICATE-----") != std::string::npos;
@@ -58,9 +62,6 @@ platform::CurlHTTPClient::Options curlOptions(const ServiceOptions& options) {
       throw Failure(kUsageFailure, "--connect: '" + options.connect + "' is not HOST:PORT");
     }
     curl.connectTo = std::string(BVNetwork::apiHost()) + ":443:" + options.connect;
-  }
-  if (!options.ca.empty() && access(options.ca.c_str(), R_OK) != 0) {
-    throw Failure(kUsageFailure, "--ca: " + options.ca + " cannot be read");
   }
   if (!options.ca.empty() && !holdsCertificate(options.ca)) {
     throw Failure(kUsageFailure, "--ca: " + options.ca + " holds no certificate");

@@ -1,16 +1,13 @@
 #include "service/Network.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <set>
-#include <system_error>
 #include <utility>
 
 #include "platform/location/Distance.h"
 #include "service/JSONDepth.h"
+#include "service/ReadFile.h"
 
 namespace service {
 namespace {
@@ -26,7 +23,7 @@ class Node {
       : file_(file), path_(std::move(path)), value_(value) {}
 
   [[noreturn]] void fail(const std::string& fault) const {
-    throw NetworkError(file_ + ": " + path_ + ": " + fault);
+    throw NetworkError(file_ + ": " + (path_.empty() ? "" : path_ + ": ") + fault);
   }
 
   const ordered_json& value() const { return value_; }
@@ -124,12 +121,7 @@ ordered_json parseJSON(const std::string& name, std::string_view text) {
 
 }  // namespace
 
-Network Network::load(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw NetworkError(path + ": " + std::generic_category().message(errno));
-  const std::string text(std::istreambuf_iterator<char>(file), {});
-  return parse(path, text);
-}
+Network Network::load(const std::string& path) { return parse(path, readFile(path)); }
 
 Network Network::parse(const std::string& name, std::string_view text) {
   const ordered_json root = parseJSON(name, text);

@@ -37,7 +37,7 @@ class Network {
     nlohmann::ordered_json description;
   };
 
-  /// Reads a network file. Throws NetworkError.
+  /// Reads a network file. Throws NetworkError, and like `readFile`.
   static Network load(const std::string& path);
   /// The same from its text; `name` stands for the file in errors.
   static Network parse(const std::string& name, std::string_view text);

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <exception>
-#include <fstream>
 #include <iostream>
 #include <limits>
 #include <mutex>
@@ -16,6 +15,7 @@
 
 #include "service/CertificateStore.h"
 #include "service/Network.h"
+#include "service/ReadFile.h"
 #include "service/Service.h"
 
 namespace {
@@ -68,8 +68,7 @@ void describe(CLI::App& app, Arguments& arguments) {
 
 service::Credentials readCredentials(const std::string& path) {
   if (path.empty()) return {};
-  std::ifstream file(path);
-  const auto json = nlohmann::json::parse(file, nullptr, false);
+  const auto json = nlohmann::json::parse(service::readFile(path), nullptr, false);
   if (!json.is_object() || !json.value("/key"_json_pointer, nlohmann::json()).is_string() ||
       !json.value("/secret"_json_pointer, nlohmann::json()).is_string()) {
     throw std::runtime_error(path + R"(: not a JSON object with the texts "key" and "secret")");

@@ -41,6 +41,7 @@ struct BtsnoopReader::Header {
 };
 
 BtsnoopReader::BtsnoopReader(const std::string& path) : path_(path) {
+  requireFile(path_);
   std::error_code error;
   size_ = std::filesystem::file_size(path, error);
   if (error) throw CaptureError(path_, error.message());

@@ -17,4 +17,7 @@ class BRIVANE_EXPORT CaptureError : public std::runtime_error {
   ~CaptureError() override;
 };
 
+/// Throws CaptureError for a folder, a device and the like, which have no beginning and no end.
+void requireFile(const std::string& path);
+
 }  // namespace platform

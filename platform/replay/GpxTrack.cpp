@@ -50,6 +50,7 @@ TrackPoint readPoint(const pugi::xml_node& point, const std::string& path) {
 }  // namespace
 
 std::vector<TrackPoint> readGpxTrack(const std::string& path) {
+  requireFile(path);
   pugi::xml_document document;
   const auto result = document.load_file(path.c_str());
   if (result.status == pugi::status_file_not_found || result.status == pugi::status_io_error) {

@@ -170,7 +170,10 @@ class Brivane(unittest.TestCase):
             (BRIVANE, ["detect", "--capture", "none", "--info", info], "none: No such file"),
             (BRIVANE, ["payload", "u", "[1]", "--info", info], "JSON"),
             (BRIVANE, [*REPLAY, *self.service(), "--capture", "cut"], "cut: byte 69988: the file ends"),
-            (SERVICE, ["none"], "none: No such file"), (SERVICE, ["cut"], "cut: line"),
+            *((BRIVANE, ["detect", "--info", info, "--capture", CAPTURE, option, file], f"{file}: not a file")
+              for option, file in [("--track", "/"), ("--capture", "/"), ("--capture", "/dev/null"), ("--ca", "/")]),
+            (SERVICE, ["none"], "none: No such file"), (SERVICE, ["cut"], "cut: line"), (SERVICE, ["/"], "/: not a file"),
+            (SERVICE, [WALKS / "old-town.json", "--credentials", "none"], "none: No such file"),
             (SERVICE, [WALKS / "old-town.json", "--fault", "x=1"], "--fault: 'x' is none of bad-json, delay, drop"),
             (SERVICE, [WALKS / "old-town.json", "--port", "70000"], "--port: Value 70000 not in range 0 to 65535"),
         ]
