@@ -185,7 +185,7 @@ void BVManager::startUpdatingLocation() {
   locationManager->setDesiredAccuracy(platform::kCLLocationAccuracyNearestTenMeters);
   locationManager->setDistanceFilter(kMetresBetweenPositions);
   locationManager->startUpdatingLocation();
-  detectionState().isRunningGPS = true;
+  detectionState().updatingLocation.setBegun();
 }
 
 bool BVManager::stopDetection() {
@@ -194,14 +194,12 @@ bool BVManager::stopDetection() {
   const auto locationManager = this->locationManager();
   const auto region = getRegion();
   locationManager->stopMonitoringForRegion(*region);
-  if (state.isRanging) {
-    locationManager->stopRangingBeaconsInRegion(*region);
-    state.isRanging = false;
+  if (state.ranging.isOn()) {
+    state.ranging.end([&] { locationManager->stopRangingBeaconsInRegion(*region); });
   }
   state.isRunning = false;
-  if (state.isRunningGPS) {
-    locationManager->stopUpdatingLocation();
-    state.isRunningGPS = false;
+  if (state.updatingLocation.isOn()) {
+    state.updatingLocation.end([&] { locationManager->stopUpdatingLocation(); });
   }
   return true;
 }
@@ -216,15 +214,16 @@ void BVManager::locationManager_didDetermineState_forRegion(
     platform::CLLocationManager& /*manager*/, std::int64_t state,
     const platform::CLBeaconRegion& /*region*/) {
   logLine("DETERMINATE STATE!");
+  Activity& ranging = detectionState().ranging;
+  const auto start = [this] { locationManager()->startRangingBeaconsInRegion(getRegion()); };
+  const auto stop = [this] { locationManager()->stopRangingBeaconsInRegion(*getRegion()); };
   switch (state) {
     case platform::kCLRegionStateInside:
       logLine("INSIDE");
-      detectionState().isRanging = true;
-      locationManager()->startRangingBeaconsInRegion(getRegion());
+      ranging.begin(start, stop);
       break;
     case platform::kCLRegionStateOutside:
-      locationManager()->stopRangingBeaconsInRegion(*getRegion());
-      detectionState().isRanging = false;
+      ranging.end(stop);
       logLine("OUTSIDE");
       break;
     case platform::kCLRegionStateUnknown:
@@ -344,7 +343,7 @@ void BVManager::locationManager_didUpdateLocations(
     logLine("Location is null");
     return;
   }
-  if (!detectionState().isRunningGPS) {
+  if (!detectionState().updatingLocation.isOn()) {
     logLine("Location update while not running");
     return;
   }

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "BrivaneSDK/Activity.h"
 #include "BrivaneSDK/BVAPI.h"
 #include "BrivaneSDK/Guarded.h"
 #include "BrivaneSDK/ResolutionCache.h"
@@ -28,10 +29,10 @@ struct DetectionState {
   std::atomic<bool> hasToldReady = false;
   /// Detection was started and not stopped.
   std::atomic<bool> isRunning = false;
-  /// Ranging of the region was started and not stopped.
-  std::atomic<bool> isRanging = false;
-  /// Position updates were started and not stopped.
-  std::atomic<bool> isRunningGPS = false;
+  /// Ranging of the region.
+  Activity ranging;
+  /// Position updates.
+  Activity updatingLocation;
   ResolutionCache cache;
 };
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -60,6 +61,9 @@ class FakeServices final : public platform::HTTPClient,
   std::int32_t authorization = platform::kCLAuthorizationStatusAuthorizedAlways;
   bool enabled = true;
   bool offersAlways = true;
+  /// Done once in the middle of the location call named `amid`, as by another thread.
+  std::string amid;
+  std::function<void()> meanwhile = [] {};
 
  private:
   class LocationManager final : public platform::CLLocationManager {
@@ -70,7 +74,10 @@ class FakeServices final : public platform::HTTPClient,
     using Region = platform::CLBeaconRegion;
     using SharedRegion = std::shared_ptr<const Region>;
 
-    void see(const std::string& operation) { services_.see(name_ + operation); }
+    void see(const std::string& operation) {
+      services_.see(name_ + operation);
+      if (operation == services_.amid) std::exchange(services_.meanwhile, [] {})();
+    }
 
     void setDelegate(std::weak_ptr<platform::CLLocationManagerDelegate> delegate) override {
       see(delegate.expired() ? "no delegate" : "delegate");

@@ -179,6 +179,8 @@ class Player {
       {"nearest", [this] { answer(manager().getNearestAtLat_andLng_insideRadius(1.5, -2, 500)); }},
       {"payload", [this] { answer(manager().setPayload_forWaybeacon({}, nullptr)); }},
       {"then", [this] { reaction_ = argument_; }},
+      {"amid", [this] { services_.amid = argument_; }},
+      {"meanwhile", [this] { services_.meanwhile = [this, deed = argument_] { perform(deed); }; }},
       {"nothing",
        [this] {
          manager().receivedResolve_forRequest(
@@ -257,6 +259,11 @@ const Story kStories[] = {
      "detection|>unmonitor|yes|no|REGION IN!|REGION OUT!|Failed monitoring region: a|Location manager failed: "
      "b|Ranging "
      "beacons failed: c"},
+    {"StopsWhatBeginsMeanwhile",
+     "ready gps start amid=range meanwhile=stop state=1 state=1 amid=unrange meanwhile=state=1 stop amid=stop "
+     "meanwhile=start start stop stop",
+     "MONITOR|UPDATE|yes|>range|>unmonitor|>unrange|>stop|yes|>unrange|>range|>unmonitor|>unrange|>range|>unrange|yes|"
+     "MONITOR|UPDATE|yes|>unmonitor|>stop|MONITOR|UPDATE|yes|>stop|yes|>unmonitor|yes"},
     {"MatchesBeacons", "ready log hear=1.2,3.4 reply2nd=5 reply=6 hear=3.4,1.2 hear=",
      "Ranging beacons ok|MISS1.2|Resolving...|RESOLVE1.2[t1]|MISS3.4|Resolving...|RESOLVE3.4[t1]|DATA5|Resolve done|"
      "Received resolve!!!|<match m5#0|DATA6|Resolve done|Received resolve!!!|<match m6#1|Ranging beacons ok|-> Major: "
