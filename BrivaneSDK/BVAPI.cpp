@@ -12,6 +12,7 @@
 #include "BrivaneSDK/NumberText.h"
 #include "BrivaneSDK/UnsetIdentifier.h"
 #include "platform/JSON.h"
+#include "platform/RealText.h"
 #include "platform/Services.h"
 
 using namespace brivane::internal;
@@ -35,7 +36,7 @@ std::string valueText(const BVAPI::Value& value) {
   struct Rendering {
     std::string operator()(const std::string& text) const { return text; }
     std::string operator()(std::int64_t integer) const { return std::to_string(integer); }
-    std::string operator()(double real) const { return shortestText(real); }
+    std::string operator()(double real) const { return platform::realText(real); }
   };
   return std::visit(Rendering{}, value);
 }
@@ -163,6 +164,10 @@ void BVAPI::resolveWithLat_withLng_withAccuracy(double lat, double lng, double a
 
 void BVAPI::setPayload_forWaybeaconUUID(const platform::JSONValue& payload,
                                         const std::string& uuid) {
+  if (payload.kind() != platform::JSONValue::Kind::kObject) {
+    logLine("Error dumping json: ", "the payload is no object");
+    return;
+  }
   const auto written = platform::services().json->write(payload);
   if (const auto* error = std::get_if<platform::JSONError>(&written)) {
     logLine("Error dumping json: ", error->message);

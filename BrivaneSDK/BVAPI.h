@@ -48,8 +48,8 @@ class BRIVANE_EXPORT BVAPI final : public std::enable_shared_from_this<BVAPI> {
   /// Asks which place is at a position, degrees and metres; `receivedResolve_forRequest` without a
   /// request.
   void resolveWithLat_withLng_withAccuracy(double lat, double lng, double accuracy);
-  /// Attaches `payload`, an object, to the beacon `uuid`; `receivedPayload`. A payload that has no
-  /// JSON form is logged and not sent.
+  /// Attaches `payload` to the beacon `uuid`; `receivedPayload`. A payload that is no object, or
+  /// has no JSON form, is logged and not sent.
   void setPayload_forWaybeaconUUID(const platform::JSONValue& payload, const std::string& uuid);
   /// Asks for the places within `radius` metres of a coordinate in degrees; `receivedNearest`. Only
   /// the low 32 bits of the radius are sent.

@@ -8,6 +8,15 @@
 
 #include "platform/Export.h"
 
+// The C library has macros of these two names, in a header that a host may include before this one
+// or after it. They go, so that the accessors have one name; a host that wants them calls
+// gnu_dev_major and gnu_dev_minor.
+#if __has_include(<sys/sysmacros.h>)
+#  include <sys/sysmacros.h>
+#endif
+#undef major
+#undef minor
+
 /// Which heard beacon a resolve reply answers. A reply to a position has none.
 class BRIVANE_EXPORT BVAPIResolveRequest {
  public:

@@ -16,7 +16,10 @@
 ///
 /// Operations may be called on any thread, also from inside a delegate call, and return at once.
 /// Managers of one process share one detection state: a second manager takes over the service
-/// client, empties the cache, and finds detection running or not as the first left it.
+/// client, empties the cache, and finds detection running or not as the first left it. Its login,
+/// once answered, also ends the session that the first one had, until its own sync is answered:
+/// with no answer to that, no manager can start detection or ask for places until a further one has
+/// synced.
 class BRIVANE_EXPORT BVManager final : public BVAPIDelegate,
                                        public platform::CLLocationManagerDelegate,
                                        public std::enable_shared_from_this<BVManager> {
@@ -29,7 +32,9 @@ class BRIVANE_EXPORT BVManager final : public BVAPIDelegate,
   /// The same with credentials of the host's own, which are sent as they are. Location callbacks
   /// will come on the calling thread. Throws BVException "BVCoreLocationAuthError" when the
   /// property list has no "NSLocationAlwaysUsageDescription", and std::logic_error when no services
-  /// are installed.
+  /// are installed: nothing has happened then. What the location service throws when it makes its
+  /// manager passes through; the login has been sent by then, and its answer ends the session of an
+  /// earlier manager, with no sync to follow.
   static std::shared_ptr<BVManager> initWithDelegate_andAPIKey_andAPISecret(
       std::shared_ptr<BVManagerDelegate> delegate, const std::string& key,
       const std::string& secret);

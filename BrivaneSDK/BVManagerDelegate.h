@@ -9,19 +9,23 @@
 
 /// What the host application hears from its manager.
 ///
-/// Calls come on two threads: the HTTP client's callback thread, for what a reply brought, and the
-/// thread that created the manager, for what the location service brought. They may come at the
-/// same time. Any operation of the manager may be called from inside one.
+/// Calls come on two threads, unless they say otherwise: the HTTP client's callback thread, for
+/// what a reply brought, and the thread that created the manager, for what the location service
+/// brought. They may come at the same time. Any operation of the manager may be called from inside
+/// one.
 class BRIVANE_EXPORT BVManagerDelegate {
  public:
   virtual ~BVManagerDelegate() = default;
 
   /// Login and sync are done and permanent location authorisation is given: `startDetection` can
-  /// succeed from now on. Either thread.
+  /// succeed from now on. Either thread; on the HTTP client's it may come before the initialiser
+  /// has returned the manager. It comes again after the sync of each further manager, to that one's
+  /// delegate.
   virtual void didIsReady() = 0;
 
   /// Detection has started, but not all of it: code 1 when positions cannot be tracked because
-  /// location services are off. Comes from inside `startDetection`. Never null.
+  /// location services are off. Comes from inside `startDetection`, on its caller's thread. Never
+  /// null.
   virtual void didErrorFound(const std::shared_ptr<const BVError>& error) = 0;
 
   /// A beacon in range, or the device's position, was matched. About once a second for each beacon

@@ -7,19 +7,6 @@
 #include <limits>
 
 namespace brivane::internal {
-namespace {
-
-// Fixed notation of the largest double has 309 digits, a sign, a point and six decimals.
-using Digits = std::array<char, 320>;
-
-template <typename... Form>
-std::string realText(double value, Form... form) {
-  Digits digits{};
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value, form...);
-  return {digits.data(), end.ptr};
-}
-
-}  // namespace
 
 void appendInteger(std::string& text, std::int64_t value) {
   std::array<char, 20> digits{};  // the sign and 19 digits
@@ -41,9 +28,13 @@ std::string truncatedInt32Text(double value) {
   return text;
 }
 
-std::string fixedText(double value) { return realText(value, std::chars_format::fixed, 6); }
-
-std::string shortestText(double value) { return realText(value, std::chars_format::general); }
+std::string fixedText(double value) {
+  // The largest double has 309 digits, a sign, a point and six decimals.
+  std::array<char, 320> digits{};
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value,
+                                 std::chars_format::fixed, 6);
+  return {digits.data(), end.ptr};
+}
 
 std::int64_t truncatedInteger(double value) {
   using Limits = std::numeric_limits<std::int64_t>;

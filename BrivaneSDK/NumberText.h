@@ -20,9 +20,6 @@ std::string truncatedInt32Text(double value);
 /// Fixed notation with six decimals.
 std::string fixedText(double value);
 
-/// The shortest decimal form that reads back as `value`.
-std::string shortestText(double value);
-
 /// `value` truncated toward zero, at the ends of the range where it does not fit, 0 for NaN.
 std::int64_t truncatedInteger(double value);
 

@@ -94,6 +94,7 @@ double leadingReal(std::string_view text) {
   if (text.empty() || (!isDigit(text.front()) && text.front() != '.')) return 0.0;
   double value = 0.0;
   const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (read.ec == std::errc::invalid_argument) return 0.0;  // a point without digits
   if (read.ec == std::errc::result_out_of_range) {
     const std::string_view number(text.data(), static_cast<std::size_t>(read.ptr - text.data()));
     value = isTooLarge(number) ? std::numeric_limits<double>::infinity() : 0.0;

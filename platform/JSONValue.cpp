@@ -8,7 +8,7 @@ JSONValue::JSONValue(List elements) : value_(std::make_shared<const List>(std::m
 
 JSONValue::JSONValue(Object members) : value_(std::make_shared<const Object>(std::move(members))) {}
 
-const JSONValue* JSONValue::find(std::string_view key) const {
+const JSONValue* JSONValue::find(std::string_view key) const& {
   const auto all = members();
   const auto found = std::find_if(all.begin(), all.end(),
                                   [key](const Member& member) { return member.first == key; });

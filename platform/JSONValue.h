@@ -1,5 +1,7 @@
 #pragma once
 
+#include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -26,13 +28,26 @@ class BRIVANE_EXPORT JSONValue {
 
   /// JSON null.
   JSONValue() = default;
-  JSONValue(bool value) : value_(value) {}
+  JSONValue(const JSONValue&) = default;
+  JSONValue& operator=(const JSONValue&) = default;
+  /// Leaves JSON null behind.
+  JSONValue(JSONValue&& other) noexcept : value_(std::exchange(other.value_, {})) {}
+  JSONValue& operator=(JSONValue&& other) noexcept {
+    value_ = std::exchange(other.value_, {});
+    return *this;
+  }
+  ~JSONValue() = default;
+
+  /// A boolean alone: a pointer is none.
+  template <std::same_as<bool> Boolean>
+  JSONValue(Boolean value) : value_(value) {}
   JSONValue(int value) : value_(std::int64_t{value}) {}
   JSONValue(std::int64_t value) : value_(value) {}
   JSONValue(double value) : value_(value) {}
   /// UTF-8 text.
   JSONValue(std::string value) : value_(std::move(value)) {}
   JSONValue(const char* value) : JSONValue(std::string(value)) {}
+  JSONValue(std::nullptr_t) = delete;
   JSONValue(List elements);
   JSONValue(Object members);
 
@@ -43,13 +58,18 @@ class BRIVANE_EXPORT JSONValue {
   std::int64_t integer() const { return std::get<std::int64_t>(value_); }
   double real() const { return std::get<double>(value_); }
   /// Valid as long as this value lives.
-  const std::string& text() const { return std::get<std::string>(value_); }
+  const std::string& text() const& { return std::get<std::string>(value_); }
+  std::string text() && { return std::get<std::string>(std::move(value_)); }
   /// Valid as long as this value or a copy of it lives; so are the members.
-  std::span<const JSONValue> list() const { return *std::get<SharedList>(value_); }
-  std::span<const Member> members() const { return *std::get<SharedObject>(value_); }
+  std::span<const JSONValue> list() const& { return *std::get<SharedList>(value_); }
+  std::span<const JSONValue> list() const&& = delete;
+  std::span<const Member> members() const& { return *std::get<SharedObject>(value_); }
+  std::span<const Member> members() const&& = delete;
 
   /// The value under `key` of an object, or null (no pointer) when the object has no such key.
-  const JSONValue* find(std::string_view key) const;
+  /// Valid as long as this value or a copy of it lives.
+  const JSONValue* find(std::string_view key) const&;
+  const JSONValue* find(std::string_view key) const&& = delete;
 
   /// Equal kinds with equal contents; members count in order, and 1 is not 1.0.
   friend BRIVANE_EXPORT bool operator==(const JSONValue& a, const JSONValue& b);

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/RealText.h"
+
 namespace platform {
 namespace {
 
@@ -28,8 +30,7 @@ class Writer {
     return false;
   }
 
-  template <typename... Form>
-  void writeNumber(Form... numberAndForm);
+  void writeInteger(std::int64_t integer);
   bool writeReal(double real);
   bool writeText(std::string_view plain);
   void writeCharacter(char c);
@@ -47,7 +48,7 @@ bool Writer::write(const JSONValue& value, int depth) {
       text += value.boolean() ? "true" : "false";
       return true;
     case JSONValue::Kind::kInteger:
-      writeNumber(value.integer());
+      writeInteger(value.integer());
       return true;
     case JSONValue::Kind::kReal:
       return writeReal(value.real());
@@ -61,16 +62,15 @@ bool Writer::write(const JSONValue& value, int depth) {
   return fail("a value of no kind");
 }
 
-template <typename... Form>
-void Writer::writeNumber(Form... numberAndForm) {
-  std::array<char, 32> digits{};
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), numberAndForm...);
+void Writer::writeInteger(std::int64_t integer) {
+  std::array<char, 20> digits{};  // the sign and 19 digits
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), integer);
   text.append(digits.data(), end.ptr);
 }
 
 bool Writer::writeReal(double real) {
   if (!std::isfinite(real)) return fail("a number that is not finite");
-  writeNumber(real, std::chars_format::general);
+  text += realText(real);
   return true;
 }
 

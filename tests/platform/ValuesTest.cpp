@@ -35,6 +35,15 @@ TEST(PosixTest, TellsTheMachineAndMakesVersionFourIdentifiers) {
   EXPECT_EQ(one.bytes()[8] >> 6U, 2);  // the variant
 }
 
+template <typename Value>
+concept LendsViews = requires(Value value) {
+  std::forward<Value>(value).list();
+}
+|| requires(Value value) { std::forward<Value>(value).members(); }
+|| requires(Value value) { std::forward<Value>(value).find("key"); };
+static_assert(LendsViews<JSONValue&> && !LendsViews<JSONValue> && !LendsViews<const JSONValue>);
+static_assert(!std::is_constructible_v<JSONValue, int*> && !std::is_constructible_v<JSONValue, std::nullptr_t>);
+
 TEST(JSONValueTest, SharesFindsAndCompares) {
   const JSONValue object(JSONValue::Object{{"a", 1}, {"a", 2}, {"list", JSONValue::List{"x", {}}}});
   const JSONValue copy = object;
@@ -44,6 +53,10 @@ TEST(JSONValueTest, SharesFindsAndCompares) {
   EXPECT_EQ(object, JSONValue(JSONValue::Object{{"a", 1}, {"a", 2}, {"list", JSONValue::List{"x", {}}}}));
   EXPECT_FALSE(JSONValue(1) == JSONValue(1.0));
   EXPECT_THROW(JSONValue("text").integer(), std::bad_variant_access);
+  JSONValue list(JSONValue::List{1});
+  const JSONValue taken = std::move(list);
+  EXPECT_EQ(taken.list().size(), 1);
+  EXPECT_TRUE(list.isNull());  // NOLINT(bugprone-use-after-move): what it promises
 }
 
 }  // namespace

@@ -28,8 +28,19 @@ faults = []
 def check_includes(file, allowed):
     for number, line in enumerate(file.read_text().splitlines(), 1):
         if included := re.match(r"\s*#\s*include\s+(\S+)", line):
-            if not re.fullmatch(rf'<[^.>]+>|"{allowed}/\w+\.h"', included[1]):
+            # The one header of the C library is there to have its macros undefined.
+            if not re.fullmatch(rf'<[^.>]+>|"{allowed}/\w+\.h"|<sys/sysmacros\.h>', included[1]):
                 faults.append(f"{file}:{number}: {included[1]} is outside the boundary")
+
+
+def check_beside_macros():
+    """A host may have the C library's macros "major" and "minor" before or after our headers."""
+    headers = ["#include <sys/sysmacros.h>", "#include <BrivaneSDK/BrivaneSDK.h>"]
+    use = "long sum(const BVAPIResolveRequest& of, const platform::CLBeacon& b) { return of.major() + b.minor; }"
+    for order in (headers, headers[::-1]):
+        command = [compiler, "-std=c++20", "-fsyntax-only", "-I", root, "-x", "c++", "-"]
+        if subprocess.run(command, input="\n".join([*order, use]), text=True).returncode != 0:
+            faults.append(f"a host with {' and '.join(order)} does not compile")
 
 
 def check_alone(header):
@@ -55,6 +66,7 @@ files = [(file, allowed) for folder, allowed in INCLUDES.items() for file in sor
 for file, allowed in files:
     check_includes(file, allowed)
 multiprocessing.pool.ThreadPool().map(check_alone, [file for file, _ in files if file.suffix == ".h"])
+check_beside_macros()
 for library in libraries:
     check_names(library)
 print("\n".join(faults) or f"{len(files)} files and {len(libraries)} libraries keep within the boundary")

@@ -78,14 +78,16 @@ TEST(API, AsksAndToldWhatItIsAnswered) {
         request.headers,
         (std::vector<std::pair<std::string, std::string>>{{"Content-Length", std::to_string(request.body.size())}}));
   }
-  api->setPayload_forWaybeaconUUID(platform::JSONValue(kNaN), "u");
-  EXPECT_TRUE(services.take().starts_with("Error dumping json: "));
+  for (const platform::JSONValue& payload : {platform::JSONValue(Payload{{"a", kNaN}}), platform::JSONValue("text")}) {
+    api->setPayload_forWaybeaconUUID(payload, "u");
+    EXPECT_TRUE(services.take().starts_with("Error dumping json: "));
+  }
 }
 
 TEST(API, BuildsBodiesWithoutEscaping) {
   EXPECT_EQ(BVAPI::dictToString({}), "");
-  EXPECT_EQ(BVAPI::dictToString({{"", ""}, {"b", "x y&z"}, {"n", std::int64_t{-3}}, {"r", 40.5}}),
-            "=&b=x y&z&n=-3&r=40.5");
+  EXPECT_EQ(BVAPI::dictToString({{"", ""}, {"b", "x y&z"}, {"n", std::int64_t{-3}}, {"r", 12345678.5}}),
+            "=&b=x y&z&n=-3&r=12345678.5");
   const auto sent = [](const std::string& text) {
     FakeServices& services = FakeServices::get();
     BVAPI::init()->request_withData_withCallback("x/", {{"", text}}, nullptr);

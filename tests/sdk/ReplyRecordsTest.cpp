@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <clocale>
+#include <cmath>
 #include <limits>
 #include <stdexcept>
 
@@ -38,7 +39,7 @@ TEST(Records, ReadNumbersAndBooleansFromWhateverTheServiceSends) {
                       {R"(".2")", 0, 0.2, false},
                       {R"("12.e4")", 12, 120000, true},
                       {R"("1e2.3")", 1, 100, true},
-                      {R"(".e12")", 0, 0, false},
+                      {R"("-.e12")", 0, 0, false},
                       {R"("0x1A")", 0, 0, false},
                       {R"("inf")", 0, 0, false},
                       {R"("-nan")", 0, 0, false},
@@ -56,7 +57,9 @@ TEST(Records, ReadNumbersAndBooleansFromWhateverTheServiceSends) {
   for (const Row& row : rows) {
     SCOPED_TRACE(row.json);
     EXPECT_EQ(BVAPIResolve::parse(inBody("rssi", row.json))->rssi(), row.integer);
-    EXPECT_EQ(BVWaybeaconDistance::parse(inBody("distance", row.json))->distance(), row.real);
+    const double distance = BVWaybeaconDistance::parse(inBody("distance", row.json))->distance();
+    EXPECT_EQ(distance, row.real);
+    EXPECT_EQ(std::signbit(distance), std::signbit(row.real));
     EXPECT_EQ(BVAPISync::parse(inBody("internal", row.json))->internal(), row.boolean);
   }
 }
