@@ -11,6 +11,7 @@
 #include "host/Screen.h"
 #include "host/Session.h"
 #include "host/Stopwatch.h"
+#include "platform/linux/NetworkWatch.h"
 
 namespace host {
 
@@ -23,6 +24,7 @@ void detectLive(const DetectOptions& options, Screen& screen) {
                        .log = options.service.log,
                        .onAdvertisement = nullptr});
   session.install(radio.service());
+  const platform::NetworkWatch network([&] { session.networkChanged(); });
   const Interrupt interrupt([&] { session.interrupt(); });
   const auto announcer = std::make_shared<Announcer>(
       screen, Announcer::Options{.json = options.service.json,

@@ -56,6 +56,9 @@ class Session {
   /// Fails with `complaint` when the latest request was not answered with success.
   void failUnlessAnswered(const std::string& complaint) const;
 
+  /// The connections of before lead nowhere any more.
+  void networkChanged() { curl_->networkChanged(); }
+
   /// Ends every request and every wait. Any thread.
   void interrupt();
   bool isInterrupted() const { return interrupted_; }

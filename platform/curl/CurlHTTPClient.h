@@ -15,9 +15,9 @@ namespace platform {
 /// HTTPS over libcurl: HTTP/2 where the service offers it, connections kept alive, at most six to
 /// one host, certificates always checked. A connection that has served is given up when what was
 /// sent is not acknowledged within 5 seconds, or brings no byte of a reply within about 10; what
-/// waits on it is sent again, once, on a new one. A transfer fails when it brings no byte for 60 seconds,
-/// when the heads and trailers of its replies exceed 256 KiB together, and when its body is
-/// compressed but cut off or broken. Redirects are followed to https alone. Neither the
+/// waits on it is sent again, once, on a new one. A transfer fails when it brings no byte for 60
+/// seconds, when the heads and trailers of its replies exceed 256 KiB together, and when its body
+/// is compressed but cut off or broken. Redirects are followed to https alone. Neither the
 /// Authorization header nor the body follows to another host or port: a redirect that would take
 /// the body there (307, 308) is a failure. The proxy that the environment names (https_proxy,
 /// all_proxy, but for the hosts in no_proxy) is used.

@@ -99,7 +99,8 @@ TEST_F(Curl, RefusesWhatCannotBeSentSafely) {
   bad[3].method = "GET";
   for (const HTTPRequest& each : bad) {
     EXPECT_EQ(outcome(*client(server), each), "none");
-    EXPECT_TRUE(std::regex_search(told.back().fault, std::regex("Protocol|bad/illegal|line break|POST"))) << told.back().fault;
+    EXPECT_TRUE(std::regex_search(told.back().fault, std::regex("Protocol|bad/illegal|line break|POST")))
+        << told.back().fault;
   }
 }
 

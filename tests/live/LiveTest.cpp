@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/linux/LinuxLocationService.h"
+#include "platform/linux/NetworkWatch.h"
 #include "tests/support/Frames.h"
 #include "tests/support/RecordingDelegate.h"
 
@@ -130,6 +131,38 @@ TEST(Live, MayBeDroppedOnAnotherThreadAndWithoutALoop) {
   walker = std::make_unique<Walker>(other);
   context.reset();  // has run nothing of it
   walker.reset();
+}
+
+TEST(Live, TellsOfAnotherNetworkAndOfWaking) {
+  const OwnContext context;
+  int changes = 0;
+  const NetworkWatch watch([&changes] { ++changes; });
+  g_signal_emit_by_name(g_network_monitor_get_default(), "network-changed", TRUE);
+  EXPECT_EQ(changes, 1);
+  const std::shared_ptr<GDBusConnection> logind(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr), g_object_unref);
+  const guint name = g_bus_own_name_on_connection(logind.get(), "org.freedesktop.login1", G_BUS_NAME_OWNER_FLAGS_NONE,
+                                                  nullptr, nullptr, nullptr, nullptr);
+  const auto prepare = [&logind](gboolean sleeps) {
+    g_dbus_connection_emit_signal(logind.get(), nullptr, "/org/freedesktop/login1", "org.freedesktop.login1.Manager",
+                                  "PrepareForSleep", g_variant_new("(b)", sleeps), nullptr);
+  };
+  GSource* const tick = g_timeout_source_new(20);
+  g_source_set_callback(tick, [](gpointer) { return gboolean{G_SOURCE_CONTINUE}; }, nullptr, nullptr);
+  g_source_attach(tick, g_main_context_get_thread_default());
+  context.runUntil([&] {
+    prepare(FALSE);  // until the watch stands
+    return changes > 1;
+  });
+  g_source_destroy(tick);
+  g_source_unref(tick);
+  context.run();
+  const int before = changes;
+  prepare(TRUE);
+  prepare(FALSE);
+  context.runUntil([&] { return changes > before; });
+  context.run();
+  EXPECT_EQ(changes, before + 1);
+  g_bus_unown_name(name);
 }
 
 TEST(Refused, IsToldAsADenialOfTheUsers) {
