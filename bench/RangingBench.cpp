@@ -31,10 +31,7 @@ void map(benchmark::State& state) {
     records[bench::keyOf(beacon)] = BVAPIResolve::parse(bench::resolveReply(beacon.minor));
   }
   for (auto _ : state) {
-    for (const auto& beacon : beacons) {
-      const auto found = records.find(bench::keyOf(beacon));
-      if (found != records.end()) delegate->didBVMatch(found->second);
-    }
+    for (const auto& beacon : beacons) delegate->didBVMatch(records.at(bench::keyOf(beacon)));
   }
   if (host.matches != state.iterations() * state.range(0)) state.SkipWithError("not all matched");
 }

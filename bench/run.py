@@ -105,9 +105,9 @@ def used(program):
     return time.clock_gettime(~program.pid << 3 | 2)  # as clock_getcpuclockid makes it
 
 
-def frame_cost(command, radio_, environment):
+def frame_cost(command, radio_):
     """What a frame costs a program, in microseconds of processor time."""
-    with process(command, env=environment, stdout=subprocess.DEVNULL) as program:
+    with process(command, stdout=subprocess.DEVNULL) as program:
         def hear(frames):
             before = used(program)
             radio_.hear(frames)
@@ -122,9 +122,9 @@ def frame_cost(command, radio_, environment):
         return min(hear(LIVE_FRAMES) for _ in range(3))
 
 
-def live(radio_, environment):
-    ours = frame_cost([BRIVANE, "scan", "--live"], radio_, environment)
-    row("live frame", "µs", ours, limit=("an empty handler", frame_cost([PROGRAMS / "EmptyHandler"], radio_, environment)))
+def live(radio_):
+    ours = frame_cost([BRIVANE, "scan", "--live"], radio_)
+    row("live frame", "µs", ours, limit=("an empty handler", frame_cost([PROGRAMS / "EmptyHandler"], radio_)))
 
 
 def runs_of(program):
@@ -133,10 +133,10 @@ def runs_of(program):
             for task in pathlib.Path(f"/proc/{program.pid}/task").iterdir()}
 
 
-def idle(folder, port, radio_, environment):
+def idle(folder, port, radio_):
     radio_.discovers.clear()
     with process([BRIVANE, "detect", "--live", "--info", ROOT / "walks/Info.plist", "--connect", f"127.0.0.1:{port}",
-                  "--ca", folder / "state/certificate.pem"], env=environment, stdout=subprocess.DEVNULL) as host:
+                  "--ca", folder / "state/certificate.pem"], stdout=subprocess.DEVNULL) as host:
         assert radio_.discovers.wait(10), "the host does not listen"
         time.sleep(47)  # it knows that it is outside, and the threads of its start have ended
         before = runs_of(host)
@@ -180,10 +180,10 @@ def main():
         capture(folder)
         with service(BUILD / "service/brivane-service", ROOT / "walks/old-town.json", folder / "state") as port:
             new_beacons(folder)
-            with radio(folder) as (radio_, bus):
-                environment = {**os.environ, **bus}
-                live(radio_, environment)
-                idle(folder, port, radio_, environment)
+            with radio(folder) as radio_:
+                os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = radio_.address
+                live(radio_)
+                idle(folder, port, radio_)
         size()
     table([["figure", "BrivaneSDK", "peer", "", "limit", ""], *map(list, map(cells, rows))])
     (BUILD / "bench.json").write_text(json.dumps(rows, indent=1))

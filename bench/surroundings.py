@@ -52,7 +52,7 @@ class Radio:
         flags = Gio.DBusConnectionFlags
         self.bus = Gio.DBusConnection.new_for_address_sync(
             address, flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION, None, None)
-        self.discovers = threading.Event()
+        self.address, self.discovers = address, threading.Event()
         for path, interface in zip(("/", ADAPTER), self.INTERFACES):
             self.bus.register_object(path, interface, self.on_call, None, None)
         Gio.bus_own_name_on_connection(self.bus, "org.bluez", Gio.BusNameOwnerFlags.NONE, None, None)
@@ -80,7 +80,7 @@ class Radio:
 
 @contextlib.contextmanager
 def radio(folder):
-    """A radio on a system bus, and the environment in which that is the system's."""
+    """A radio on a system bus of its own."""
     address = f"unix:path={folder}/bus"
     config = pathlib.Path(folder, "bus.conf")
     config.write_text(f"""<busconfig><type>system</type><listen>{address}</listen><policy context="default">
@@ -89,7 +89,7 @@ def radio(folder):
     with process(["dbus-daemon", f"--config-file={config}", "--nofork", "--nopidfile", "--print-address"],
                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as bus:
         bus.stdout.readline()
-        yield Radio(address), {"DBUS_SYSTEM_BUS_ADDRESS": address}
+        yield Radio(address)
 
 
 @contextlib.contextmanager
