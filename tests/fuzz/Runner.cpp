@@ -1,11 +1,11 @@
 #include <algorithm>
-#include <charconv>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "tests/fuzz/Input.h"
@@ -57,10 +57,8 @@ Bytes changed(Bytes bytes, const Bytes& other, std::mt19937& random) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::size_t runs = 0;
-  if (argc < 2 || std::from_chars(argv[1], argv[1] + std::string_view(argv[1]).size(), runs).ec != std::errc()) {
-    return 2;
-  }
+  if (argc < 2) return 2;
+  const std::size_t runs = std::stoul(argv[1]);
   const std::vector<Bytes> seeds = readSeeds(argv + 2, argv + argc);
   for (const Bytes& seed : seeds) LLVMFuzzerTestOneInput(seed.data(), seed.size());
   std::mt19937 random;  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same changes each time are wanted

@@ -94,12 +94,8 @@ TEST(API, BuildsBodiesWithoutEscaping) {
     return services.requests.back().body.substr(1);
   };
   EXPECT_EQ(sent("caf\u00e9 \xFF\xFE"), "cafe ??");
-  std::string letters;
-  for (char32_t letter = 0xC0; letter < 0x180; ++letter) {
-    letters += static_cast<char>(0xC0 | letter >> 6U);
-    letters += static_cast<char>(0x80 | (letter & 0x3FU));
-  }
-  EXPECT_EQ(sent(letters),
+  EXPECT_EQ(sent("ÀÁÂÃÄÅÆÇÈÉÊËÌÍÎÏÐÑÒÓÔÕÖ×ØÙÚÛÜÝÞßàáâãäåæçèéêëìíîïðñòóôõö÷øùúûüýþÿĀāĂăĄąĆćĈĉĊċČčĎďĐđĒēĔĕĖėĘęĚěĜĝĞğ"
+                 "ĠġĢģĤĥĦħĨĩĪīĬĭĮįİıĲĳĴĵĶķĸĹĺĻļĽľĿŀŁłŃńŅņŇňŉŊŋŌōŎŏŐőŒœŔŕŖŗŘřŚśŜŝŞşŠšŢţŤťŦŧŨũŪūŬŭŮůŰűŲųŴŵŶŷŸŹźŻżŽžſ"),
             "AAAAAAACEEEEIIIIDNOOOOO?OUUUUYTsaaaaaaaceeeeiiiidnooooo?ouuuuytyAaAaAaCcCcCcCcDdDdEeEeEeEeEeGgGg"
             "GgGgHhHhIiIiIiIiIiIiJjKkkLlLlLlLlLlNnNnNnnNnOoOoOoOoRrRrRrSsSsSsSsTtTtTtUuUuUuUuUuUuWwYyYZzZzZzs");
 }
