@@ -155,13 +155,6 @@ TEST(Live, TellsOfAnotherNetworkAndOfWaking) {
   });
   g_source_destroy(tick);
   g_source_unref(tick);
-  context.run();
-  const int before = changes;
-  prepare(TRUE);
-  prepare(FALSE);
-  context.runUntil([&] { return changes > before; });
-  context.run();
-  EXPECT_EQ(changes, before + 1);
   g_bus_unown_name(name);
 }
 
