@@ -11,8 +11,9 @@ namespace platform {
 /// woken from sleep. A host passes that on, for instance to CurlHTTPClient::networkChanged.
 ///
 /// It lives on the thread that makes it and calls there, while the GLib main context runs that is
-/// the default of that thread; never from inside the constructor, nor after the destructor. Networks
-/// it knows from GNetworkMonitor, sleep from logind; without one of them it tells of the other.
+/// the default of that thread; never from inside the constructor, nor after the destructor.
+/// Networks it knows from GNetworkMonitor, sleep from logind; without one of them it tells of the
+/// other.
 class BRIVANE_EXPORT NetworkWatch {
  public:
   explicit NetworkWatch(std::function<void()> onChange);

@@ -147,7 +147,8 @@ TEST(Live, TellsOfAnotherNetworkAndOfWaking) {
                                   "PrepareForSleep", g_variant_new("(b)", sleeps), nullptr);
   };
   GSource* const tick = g_timeout_source_new(20);
-  g_source_set_callback(tick, [](gpointer) { return gboolean{G_SOURCE_CONTINUE}; }, nullptr, nullptr);
+  g_source_set_callback(
+      tick, [](gpointer) { return gboolean{G_SOURCE_CONTINUE}; }, nullptr, nullptr);
   g_source_attach(tick, g_main_context_get_thread_default());
   context.runUntil([&] {
     prepare(FALSE);  // until the watch stands

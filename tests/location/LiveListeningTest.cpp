@@ -128,6 +128,10 @@ class Listening final : public Log {
     if (deed == "unmonitor") return manager->stopMonitoringForRegion(*region);
     if (deed == "range") return manager->startRangingBeaconsInRegion(region);
     if (deed == "unrange") return manager->stopRangingBeaconsInRegion(*region);
+    if (deed == "ask") return manager->requestStateForRegion(region);
+    if (deed == "silence") return manager->setDelegate({});
+    if (deed == "quiet") return region->setNotifyOnEntry(false);
+    if (deed == "filter20") return manager->setDistanceFilter(20);
     if (deed == "elsewhere") return manager->startMonitoringForRegion(otherRegion);
     if (deed == "update") return manager->startUpdatingLocation();
     if (deed == "coarse") return manager->setDesiredAccuracy(100);
@@ -160,8 +164,16 @@ class Listening final : public Log {
       // "frame3": it was heard three seconds ago.
       const auto ago = deed.size() > 5 ? std::chrono::seconds(std::stoi(deed.substr(5))) : 0s;
       radio->told.radioHeard(beaconFrame(kNetwork, 1, 2, -60), loop->now() - ago);
-    } else if (deed == "fix") {
-      positions->told.positionFound({.coordinate = {}, .horizontalAccuracy = 5});
+    } else if (deed.starts_with("hear")) {
+      // "hear7/-80": another beacon, so strong.
+      const std::size_t slash = deed.find('/');
+      const auto minor = static_cast<std::uint16_t>(std::stoi(deed.substr(4)));
+      radio->told.radioHeard(beaconFrame(kNetwork, 1, minor, std::stoi(deed.substr(slash + 1))), loop->now());
+    } else if (deed == "stranger") {
+      radio->told.radioHeard(beaconFrame(UUID(), 9, 9, -40), loop->now());
+    } else if (deed[0] == '@') {
+      // "@0.1": on that latitude.
+      positions->told.positionFound({.coordinate = {std::stod(deed.substr(1)), 0}, .horizontalAccuracy = 5});
     } else {
       positions->told.positionGrantChanged(grants.at(deed), deed == "granted" ? "" : "why");
     }
@@ -204,6 +216,28 @@ TEST(LiveListening, ListensWhileAManagerWantsBeacons) {
                });
 }
 
+TEST(LiveListening, ReportsWhatWasAskedForAndNothingElse) {
+  check(false,
+        {
+            {"new monitor range ask 0 on 0.5 frame ask 1.5 stranger 3 unrange 31 stranger 32",
+             "0:auth0 0:listen1 0:state0 0.5:enter 0.5:state1 0.5:state1 1:range-60 2:range0 3:range0 30.5:exit "
+             "30.5:state2"},
+            // A region replaces the one under the same identifier. Entering may go unsaid, the state does not.
+            {"new monitor on quiet 1 frame 2 monitor 33", "0:auth0 0:listen1 1:state1 32:state2"},
+            // What was unknown is not left. The period stands still while nothing listens, also after a late frame.
+            {"new monitor on 100 frame 120 frame 140 able 145 able 600 on 611 able 612 frame 700 on 731",
+             "0:auth0 0:listen1 30:state2 100:enter 100:state1 610:exit 610:state2 612:enter 612:state1 730:exit "
+             "730:state2"},
+            // Means, the nearest first, silent ones last, for a while. A second start changes nothing of the rhythm.
+            {"new range on 0.1 hear1/-80 0.2 hear1/-71 0.3 hear2/-60 hear3/127 0.5 hear4/-50 range 1 1.5 hear1/-90 7",
+             "0:auth0 0:listen1 1:range-50,-60,-76,0 2:range-90,0,0,0 3:range0,0,0,0 4:range0,0,0,0 5:range0,0,0,0 "
+             "6:range0 7:range"},
+        });
+  // 11 m each; measured from the last that passed; a new start begins anew.
+  check(true, {{"new update @0 @0.0 filter20 1 @0.0001 2 @0.0002 3 @0.0003 pause update 4 @0.0003",
+                "0:auth0 0:start10 0:at 0:at 2:at 3:halt 3:start10 4:at"}});
+}
+
 TEST(LiveListening, GoesOnAfterARadioThatGoesAndReturns) {
   check(false, {
                    // A fault is told once; the exit period stands still meanwhile; ranging goes on in its rhythm.
@@ -227,6 +261,8 @@ TEST(LiveListening, GoesOnAfterARadioThatGoesAndReturns) {
 TEST(LiveListening, SurvivesWhatAHostDoesInsideACall) {
   check(false, {
                    {"auth0=drop new 1", "0:auth0 0:stop"},
+                   {"new monitor on enter=unmonitor 1 frame 9", "0:auth0 0:listen1 1:enter 1:stop"},
+                   {"new monitor on enter=silence 1 frame 9", "0:auth0 0:listen1 1:enter"},
                    {"new monitor on enter=drop 1 frame 9", "0:auth0 0:listen1 1:enter 1:stop"},
                    {"new monitor range on 0.5 frame range=drop+loop 9",
                     "0:auth0 0:listen1 0.5:enter 0.5:state1 1:range-60 1:stop"},
@@ -261,15 +297,17 @@ TEST(LiveListening, PutsConsentTogetherFromRadioAndPositions) {
 }
 
 TEST(LiveListening, AsksForPositionsAsLongAsTheyAreWanted) {
-  check(true, {
-                  {"new update 1 fix 2 coarse 3 pause 4", "0:auth0 0:start10 1:at 2:start100 3:halt"},
-                  {"new authorize able granted 1 update denied 2",
-                   "0:auth0 0:listen0 0:start10 0:auth3 0:stop 0:halt 1:start10 1:why 1:auth2why"},
-                  // Each start of detection asks anew, in case the user has changed their mind.
-                  {"new authorize able denied 1 monitor 2 granted 3 unmonitor monitor 4",
-                   "0:auth0 0:listen0 0:start10 0:auth3 0:stop 0:auth2why 0:halt 1:listen1 1:start10 2:auth3 2:halt "
-                   "3:stop 3:listen1"},
-              });
+  check(true,
+        {
+            {"new b.new b.coarse b.update 1 update 2 drop 3", "0:auth0 0:b.auth0 0:start100 1:start10 2:start100"},
+            {"new update 1 @0 2 coarse 3 pause 4", "0:auth0 0:start10 1:at 2:start100 3:halt"},
+            {"new authorize able granted 1 update denied 2",
+             "0:auth0 0:listen0 0:start10 0:auth3 0:stop 0:halt 1:start10 1:why 1:auth2why"},
+            // Each start of detection asks anew, in case the user has changed their mind.
+            {"new authorize able denied 1 monitor 2 granted 3 unmonitor monitor 4",
+             "0:auth0 0:listen0 0:start10 0:auth3 0:stop 0:auth2why 0:halt 1:listen1 1:start10 2:auth3 2:halt "
+             "3:stop 3:listen1"},
+        });
   check(false, {{"new update pause update", "0:auth0 0:there is no source of positions"}});
 }
 
