@@ -31,13 +31,13 @@ class Activity {
     return next(mark);
   }
 
-  /// Calls `stop`, then marks the activity as ended; once more, when it was begun meanwhile.
+  /// Calls `stop`, then marks the activity as ended; all over again, when it changed meanwhile.
   template <typename Stop>
   void end(Stop stop) {
     std::uint64_t mark = mark_;
     do {
       stop();
-    } while (isOn(mark) && !mark_.compare_exchange_strong(mark, mark + 1));
+    } while (!mark_.compare_exchange_strong(mark, mark + mark % 2));
   }
 
  private:
