@@ -52,8 +52,9 @@ void BlueZConnection::open() {
 void BlueZConnection::forget() {
   ++epoch_;
   reopening_.set(std::nullopt);
-  listener_.onForgotten();
   signals_.clear();
+  devices_.reset();
+  listener_.onForgotten();
   daemon_.clear();
   reason_.clear();
   refused_ = false;
@@ -78,28 +79,34 @@ void BlueZConnection::onDaemonAppeared(const std::string& daemon) {
   daemon_ = daemon;
   // Before the objects are asked for, so that none is missed between.
   subscribe();
+  askForObjects([this, epoch = epoch_](const BusReply& reply) {
+    if (epoch == epoch_) readObjects(reply);
+  });
+  enter(Stage::kAsking);
+}
+
+void BlueZConnection::askForObjects(std::function<void(const BusReply&)> answered) {
   bus_->call({.destination = daemon_.c_str(),
               .path = "/",
               .interface = kObjectManager,
               .method = "GetManagedObjects",
               .answer = "(a{oa{sa{sv}}})"},
-             [this, epoch = epoch_](const BusReply& reply) {
-               if (epoch == epoch_) readObjects(reply);
-             });
-  enter(Stage::kAsking);
+             std::move(answered));
+}
+
+void BlueZConnection::forEachObject(
+    GVariant* objects, const std::function<void(const std::string&, GVariant*)>& each) {
+  GVariantIter iterator;
+  g_variant_iter_init(&iterator, objects);
+  const gchar* path = nullptr;
+  GVariant* interfaces = nullptr;
+  while (g_variant_iter_next(&iterator, "{&o@a{sa{sv}}}", &path, &interfaces) != FALSE) {
+    each(path, Variant(interfaces).get());
+  }
 }
 
 void BlueZConnection::subscribe() {
   const char* const sender = daemon_.c_str();
-  const auto changes = [this, sender](const char* interface, auto told) {
-    return bus_->subscribe({sender, nullptr, kProperties, "PropertiesChanged",
-                            SystemBus::kChangedProperties, interface},
-                           [told](const char* path, GVariant* arguments) {
-                             const Variant changed(g_variant_get_child_value(arguments, 1));
-                             const Variant invalidated(g_variant_get_child_value(arguments, 2));
-                             told(path, changed.get(), invalidated.get());
-                           });
-  };
   signals_ = {
       bus_->subscribe({sender, "/", kObjectManager, "InterfacesAdded", "(oa{sa{sv}})"},
                       [this](const char*, GVariant* arguments) {
@@ -116,13 +123,36 @@ void BlueZConnection::subscribe() {
                         const std::unique_ptr<const gchar*, void (*)(gpointer)> names(raw, g_free);
                         listener_.onRemoved(path, raw);
                       }),
-      changes(kDevice,
-              [this](const char* path, GVariant* changed, GVariant* invalidated) {
-                listener_.onDeviceChanged(path, changed, invalidated);
-              }),
-      changes(kAdapter, [this](const char* path, GVariant* changed, GVariant* /*invalidated*/) {
-        listener_.onAdapterChanged(path, changed);
-      })};
+      subscribeToChanges(nullptr, kAdapter,
+                         [this](const char* path, GVariant* changed, GVariant* /*invalidated*/) {
+                           listener_.onAdapterChanged(path, changed);
+                         })};
+  tellOfAllDevices(tellsOfAllDevices_);
+}
+
+void BlueZConnection::tellOfAllDevices(bool all) {
+  tellsOfAllDevices_ = all;
+  const bool isPossible = !signals_.empty();
+  devices_ = all && isPossible ? subscribeToDevices(nullptr) : nullptr;
+}
+
+SystemBus::Registration BlueZConnection::subscribeToDevices(const char* path) {
+  return subscribeToChanges(path, kDevice,
+                            [this](const char* device, GVariant* changed, GVariant* invalidated) {
+                              listener_.onDeviceChanged(device, changed, invalidated);
+                            });
+}
+
+SystemBus::Registration BlueZConnection::subscribeToChanges(
+    const char* path, const char* interface,
+    std::function<void(const char*, GVariant*, GVariant*)> told) {
+  return bus_->subscribe({daemon_.c_str(), path, kProperties, "PropertiesChanged",
+                          SystemBus::kChangedProperties, interface},
+                         [told = std::move(told)](const char* object, GVariant* arguments) {
+                           const Variant changed(g_variant_get_child_value(arguments, 1));
+                           const Variant invalidated(g_variant_get_child_value(arguments, 2));
+                           told(object, changed.get(), invalidated.get());
+                         });
 }
 
 void BlueZConnection::readObjects(const BusReply& reply) {
@@ -134,13 +164,9 @@ void BlueZConnection::readObjects(const BusReply& reply) {
     return;
   }
   const Variant objects(g_variant_get_child_value(reply.value.get(), 0));
-  GVariantIter iterator;
-  g_variant_iter_init(&iterator, objects.get());
-  const gchar* path = nullptr;
-  GVariant* interfaces = nullptr;
-  while (g_variant_iter_next(&iterator, "{&o@a{sa{sv}}}", &path, &interfaces) != FALSE) {
-    listener_.onObject(path, Variant(interfaces).get());
-  }
+  forEachObject(objects.get(), [this](const std::string& path, GVariant* interfaces) {
+    listener_.onObject(path, interfaces);
+  });
   enter(Stage::kKnown);
 }
 

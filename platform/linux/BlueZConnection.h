@@ -71,7 +71,19 @@ class BlueZConnection {
   /// Whether the answer was withheld by policy.
   bool isRefused() const { return refused_; }
 
+  /// Whether changes of all devices are told, as at first, or only of those that were asked for.
+  void tellOfAllDevices(bool all);
+
   // Between kAsking and onForgotten:
+
+  /// Changes of one device are told while what this returns is held.
+  SystemBus::Registration tellOfDevice(const std::string& path) {
+    return subscribeToDevices(path.c_str());
+  }
+  /// What the daemon has now, as the type a{oa{sa{sv}}} in a tuple.
+  void askForObjects(std::function<void(const BusReply&)> answered);
+  static void forEachObject(GVariant* objects,
+                            const std::function<void(const std::string&, GVariant*)>& each);
 
   SystemBus& bus() { return *bus_; }
   /// Unique name of the daemon on the bus.
@@ -85,6 +97,10 @@ class BlueZConnection {
   void onBusLost(const std::string& reason);
   void onDaemonAppeared(const std::string& daemon);
   void subscribe();
+  SystemBus::Registration subscribeToDevices(const char* path);
+  SystemBus::Registration subscribeToChanges(
+      const char* path, const char* interface,
+      std::function<void(const char* path, GVariant* changed, GVariant* invalidated)> told);
   void readObjects(const BusReply& reply);
 
   const MainContext context_;
@@ -99,6 +115,8 @@ class BlueZConnection {
   std::unique_ptr<SystemBus> bus_;
   SystemBus::Registration watch_;
   std::vector<SystemBus::Registration> signals_;
+  bool tellsOfAllDevices_ = true;
+  SystemBus::Registration devices_;
 };
 
 /// Whether a D-Bus error says that policy forbids the call.

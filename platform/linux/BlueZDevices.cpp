@@ -69,8 +69,21 @@ void BlueZDevices::know(const std::string& path, GVariant* properties) {
 
 std::optional<Advertisement> BlueZDevices::find(const std::string& path, GVariant* properties) {
   know(path, properties);
+  return latest(path);
+}
+
+std::optional<Advertisement> BlueZDevices::latest(const std::string& path) const {
   const auto found = devices_.find(path);
   return found == devices_.end() ? std::nullopt : heard(path, found->second);
+}
+
+std::vector<std::string> BlueZDevices::beaconsOf(const std::set<UUID>& networks) const {
+  std::vector<std::string> paths;
+  for (const auto& [path, device] : devices_) {
+    const auto frame = IBeaconFrame::parse(*heard(path, device));
+    if (frame && networks.contains(frame->proximityUUID)) paths.push_back(path);
+  }
+  return paths;
 }
 
 std::optional<Advertisement> BlueZDevices::change(const std::string& path, GVariant* changed,

@@ -5,9 +5,11 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "platform/UUID.h"
 #include "platform/location/Advertisement.h"
 
 namespace platform {
@@ -29,6 +31,12 @@ class BlueZDevices {
   /// Whether the properties mean that the device was heard now: they bear its signal strength or
   /// what it advertises. One that connects or is paired changes too, though nothing was heard.
   static bool isSighting(GVariant* properties);
+
+  /// The latest frame of a beacon, with the signal strength that is known; absent for another
+  /// device.
+  std::optional<Advertisement> latest(const std::string& path) const;
+  /// Paths of the beacons of networks.
+  std::vector<std::string> beaconsOf(const std::set<UUID>& networks) const;
 
   void forget(const std::string& path) { devices_.erase(path); }
   void forgetAll() { devices_.clear(); }

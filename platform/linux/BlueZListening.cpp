@@ -4,13 +4,18 @@
 // adapters and devices there are, what becomes of them, and when none of that holds any more.
 // AdapterChoice says which adapter serves; useAdapter takes it into use when that has changed.
 // DiscoverySchedule says which call is due: filter, start, stop, or a new connection. At most one
-// is under way; its answer comes to `finish`, and proceed() asks for the next. BlueZMonitor, where
-// the adapter offers monitors, stands beside the discovery.
+// is under way; its answer comes to `finish`, and proceed() asks for the next.
+//
+// There are three ways to listen, and chooseWay() turns from one to another. Where every frame is
+// wanted, a discovery runs, changes of all devices are told, and BlueZMonitor stands beside it
+// where the adapter offers monitors. While a first beacon is waited for, an active monitor does
+// alone; without one the discovery runs, and BlueZWatch stands in for the changes of all devices.
 //
 // All of it runs on one thread, from the main context alone. The listener is called from two
 // places, publish() and hear(), each the last thing that its caller does apart from setting the
 // timer: the listener may close this there. What happened to an adapter that is not in use any
 // more is never taken for the news of the one that is: that is what the epoch is for.
+
 #include "platform/linux/BlueZListening.h"
 
 #include <glib.h>
@@ -74,6 +79,7 @@ BlueZListening::BlueZListening(MainContext context, Options options)
                proceed();
              }),
       adapters_(options_.adapter),
+      everyFrame_(options_.wanted.everyFrame),
       connection_(context_, *this) {}
 
 void BlueZListening::close() {
@@ -82,9 +88,20 @@ void BlueZListening::close() {
   timer_.set(std::nullopt);
 }
 
+bool BlueZListening::goOn(const Radio::Wanted& wanted) {
+  if (closed_ || wanted.networks != options_.wanted.networks) return false;
+  everyFrame_ = wanted.everyFrame;
+  chooseWay();
+  armed_ = monotonicNow();
+  timer_.set(armed_);  // nothing is told from inside this call
+  return true;
+}
+
 void BlueZListening::onForgotten() {
   ++epoch_;
+  watch_.reset();
   monitor_.reset();
+  discovers_ = false;
   adapters_.removeAll();
   devices_.forgetAll();
   adapter_.clear();
@@ -163,20 +180,63 @@ void BlueZListening::useAdapter() {
   powered_ = powered;
   proven_ = false;
   failure_.clear();
+  watch_.reset();
   monitor_.reset();
-  const bool usable = powered && !options_.networks.empty();
-  schedule_.setUsable(usable, monotonicNow());
-  if (!usable) return;
-  schedule_.setDiscovering(adapter->discovering, monotonicNow());
-  if (adapter->offersMonitor) startMonitor();
+  discovers_ = false;
+  schedule_.setUsable(false, monotonicNow());
+  chooseWay();
+  if (discovers_ && adapter->offersMonitor) startMonitor();
+}
+
+void BlueZListening::chooseWay() {
+  const Instant now = monotonicNow();
+  const bool usable = powered_ && !options_.wanted.networks.empty();
+  const bool monitorSuffices = hasMonitor() && !everyFrame_;
+  const bool discovered = std::exchange(discovers_, usable && !monitorSuffices);
+  if (discovers_ != discovered) schedule_.setUsable(discovers_, now);
+  if (discovers_ && !discovered) {
+    schedule_.setDiscovering(adapters_.at(adapter_).discovering, now);
+  } else if (usable && discovered && !discovers_) {
+    failure_.clear();
+    call("StopDiscovery", nullptr, [](const BusReply&) {});
+  }
+  const bool watches = discovers_ && !everyFrame_;
+  if (!watches) watch_.reset();
+  if (!watches || watch_) return;
+  watch_ = std::make_unique<BlueZWatch>(
+      connection_, context_, devices_, options_.wanted.networks,
+      [this](bool heard, const BlueZWatch::Beacons& beacons) { onLooked(heard, beacons); });
 }
 
 void BlueZListening::startMonitor() {
   monitor_ = std::make_unique<BlueZMonitor>(
-      connection_.bus(), context_, connection_.daemon(), adapter_, options_.networks,
-      [this](const std::string& reason) {
-        log("no advertisement monitor, discovery goes on alone: " + reason);
-      });
+      connection_.bus(), context_, connection_.daemon(), adapter_, options_.wanted.networks,
+      BlueZMonitor::Events{.activated =
+                               [this] {
+                                 chooseWay();
+                                 proceed();
+                               },
+                           .ended =
+                               [this](const std::string& reason) {
+                                 log("no advertisement monitor, discovery goes on alone: " +
+                                     reason);
+                                 chooseWay();
+                                 proceed();
+                               },
+                           .found = [this](const std::string& path) { onMonitor(path); }});
+}
+
+/// Of a discovery's devices the changes are told, and say more.
+void BlueZListening::onMonitor(const std::string& path) {
+  if (discovers_) return;
+  if (const auto beacon = devices_.latest(path)) hear(path, beacon);
+}
+
+void BlueZListening::onLooked(bool heard, const BlueZWatch::Beacons& beacons) {
+  if (heard) schedule_.hear(monotonicNow());
+  for (const auto& [path, beacon] : beacons) {
+    if (!closed_) hear(path, beacon);
+  }
 }
 
 void BlueZListening::proceed() {
@@ -196,15 +256,21 @@ void BlueZListening::perform(DiscoverySchedule::Call call) {
   const char* const method = call == Call::kSetFilter ? "SetDiscoveryFilter"
                              : call == Call::kStart   ? "StartDiscovery"
                                                       : "StopDiscovery";
+  this->call(method, call == Call::kSetFilter ? filter() : nullptr,
+             [this, call, epoch = epoch_](const BusReply& reply) {
+               if (epoch == epoch_) finish(call, reply);
+             });
+}
+
+void BlueZListening::call(const char* method, GVariant* arguments,
+                          std::function<void(const BusReply&)> answered) {
   connection_.bus().call({.destination = connection_.daemon().c_str(),
                           .path = adapter_,
                           .interface = BlueZConnection::kAdapter,
                           .method = method,
-                          .arguments = call == Call::kSetFilter ? filter() : nullptr,
+                          .arguments = arguments,
                           .timeout = kPatience},
-                         [this, call, epoch = epoch_](const BusReply& reply) {
-                           if (epoch == epoch_) finish(call, reply);
-                         });
+                         std::move(answered));
 }
 
 void BlueZListening::finish(DiscoverySchedule::Call call, const BusReply& reply) {
@@ -229,7 +295,8 @@ void BlueZListening::hear(const std::string& path,
 }
 
 void BlueZListening::publish() {
-  const bool listening = schedule_.isListening();
+  const bool isAlone = hasMonitor() && failure_.empty() && !schedule_.isStuck();
+  const bool listening = schedule_.isListening() || isAlone;
   Radio::Status status{listening, listening ? "" : fault(), refused_};
   if (status == status_) return;
   status_ = std::move(status);

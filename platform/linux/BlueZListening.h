@@ -11,6 +11,7 @@
 #include "platform/linux/BlueZConnection.h"
 #include "platform/linux/BlueZDevices.h"
 #include "platform/linux/BlueZMonitor.h"
+#include "platform/linux/BlueZWatch.h"
 #include "platform/linux/DiscoverySchedule.h"
 #include "platform/linux/MainContext.h"
 #include "platform/location/Advertisement.h"
@@ -26,15 +27,18 @@ class BlueZListening : private BlueZConnection::Listener {
   struct Options {
     /// "hci0" or an address; empty for whichever there is.
     std::string adapter;
-    /// Networks that a monitor may watch for. When there is none, the daemon is asked whether it
-    /// would listen, and nothing is begun.
-    std::set<UUID> networks;
+    /// What is to be heard. When there is no network, the daemon is asked whether it would listen,
+    /// and nothing is begun.
+    Radio::Wanted wanted;
     /// For what is mended without the host's knowledge; may be null.
     std::shared_ptr<Log> log;
     Radio::Listener& listener;
   };
 
   BlueZListening(MainContext context, Options options);
+
+  /// Goes on with what is wanted now; false where that takes another listening.
+  bool goOn(const Radio::Wanted& wanted);
 
   /// Ends it at once; nothing is called afterwards. May be called from inside its own calls.
   void close();
@@ -51,10 +55,16 @@ class BlueZListening : private BlueZConnection::Listener {
   /// Takes the adapter that serves now into use.
   void useAdapter();
   void startMonitor();
+  /// Turns discovery, monitor and watch to what is wanted.
+  void chooseWay();
+  void onMonitor(const std::string& path);
+  void onLooked(bool heard, const BlueZWatch::Beacons& beacons);
+  bool hasMonitor() const { return monitor_ && monitor_->isActive(); }
 
   /// Makes the call that is due, tells the status and sets the timer.
   void proceed();
   void perform(DiscoverySchedule::Call call);
+  void call(const char* method, GVariant* arguments, std::function<void(const BusReply&)> answered);
   void finish(DiscoverySchedule::Call call, const BusReply& reply);
   void hear(const std::string& path, const std::optional<Advertisement>& advertisement);
   void publish();
@@ -71,6 +81,9 @@ class BlueZListening : private BlueZConnection::Listener {
   /// Path of the adapter that serves; empty when there is none.
   std::string adapter_;
   bool powered_ = false;
+  bool everyFrame_ = false;
+  /// Whether discovery is to run.
+  bool discovers_ = false;
   /// Whether something was heard since the adapter was taken into use.
   bool proven_ = false;
   /// Counts the adapters taken into use: the answer of an earlier one is of no use.
@@ -87,6 +100,7 @@ class BlueZListening : private BlueZConnection::Listener {
   /// Calls the rest of this, so it stands last.
   BlueZConnection connection_;
   std::unique_ptr<BlueZMonitor> monitor_;
+  std::unique_ptr<BlueZWatch> watch_;
 };
 
 }  // namespace platform

@@ -44,25 +44,24 @@ GVariant* patternOf(const UUID& network) {
 }  // namespace
 
 BlueZMonitor::BlueZMonitor(SystemBus& bus, const MainContext& context, std::string daemon,
-                           std::string adapter, std::set<UUID> networks,
-                           std::function<void(const std::string&)> ended)
+                           std::string adapter, std::set<UUID> networks, Events events)
     : bus_(bus),
       daemon_(std::move(daemon)),
       adapter_(std::move(adapter)),
       networks_(std::move(networks)),
-      ended_(std::move(ended)),
+      events_(std::move(events)),
       patience_(context, [this] { end("it was not activated"); }) {
   root_ = bus_.offer(
       kRootPath, kRootXML,
       [](const char*, GVariant*) { return g_variant_new_parsed("(@a{oa{sa{sv}}} {},)"); }, nullptr);
   patience_.set(monotonicNow() + kPatience);
-  call("RegisterMonitor", [this](const BusReply& reply) {
+  call("RegisterMonitor", life_.guard([this](const BusReply& reply) {
     if (reply.value) {
       offerMonitor();
     } else {
       end(reply.message);
     }
-  });
+  }));
 }
 
 BlueZMonitor::~BlueZMonitor() { withdraw(); }
@@ -71,6 +70,7 @@ void BlueZMonitor::withdraw() {
   if (monitor_) call("UnregisterMonitor", [](const BusReply&) {});
   monitor_.reset();
   root_.reset();
+  active_ = false;
   patience_.set(std::nullopt);
 }
 
@@ -87,17 +87,27 @@ void BlueZMonitor::call(const char* method, std::function<void(const BusReply&)>
 void BlueZMonitor::offerMonitor() {
   monitor_ = bus_.offer(
       kMonitorPath, kMonitorXML,
-      [this](const char* method, GVariant* /*arguments*/) { return onCall(method); },
+      [this](const char* method, GVariant* arguments) { return onCall(method, arguments); },
       [this](const char* name) { return property(name); });
   bus_.emit(kRootPath, SystemBus::kObjectManager, "InterfacesAdded",
             g_variant_new_parsed("(%o, {%s: {'Type': <%*>, 'Patterns': <%*>}})", kMonitorPath,
                                  kMonitor, property("Type"), property("Patterns")));
 }
 
-GVariant* BlueZMonitor::onCall(const std::string& method) {
-  if (method == "Activate") patience_.set(std::nullopt);
-  if (method == "Release") end("BlueZ released it");
-  return nullptr;  // what it found comes as sightings too
+/// Each event is the last thing done: the monitor may be gone after it.
+GVariant* BlueZMonitor::onCall(const std::string& method, GVariant* arguments) {
+  if (method == "Activate") {
+    patience_.set(std::nullopt);
+    active_ = true;
+    events_.activated();
+  } else if (method == "Release") {
+    end("BlueZ released it");
+  } else if (method == "DeviceFound") {
+    const gchar* path = nullptr;
+    g_variant_get(arguments, "(&o)", &path);
+    events_.found(path);
+  }
+  return nullptr;
 }
 
 GVariant* BlueZMonitor::property(const std::string& name) const {
@@ -112,7 +122,7 @@ GVariant* BlueZMonitor::property(const std::string& name) const {
 
 void BlueZMonitor::end(const std::string& reason) {
   withdraw();
-  ended_(reason);
+  events_.ended(reason);
 }
 
 }  // namespace platform

@@ -10,24 +10,34 @@
 
 namespace platform {
 
-/// Asks BlueZ to watch for the beacons of some networks by an advertisement monitor, beside its
-/// discovery. What it hears comes as sightings, like the rest; the monitor keeps controllers from
-/// dropping repeated frames. It is an extra: BlueZ may refuse it, release it or never take it up,
-/// and then discovery goes on alone.
+/// Asks BlueZ to watch for the beacons of some networks by an advertisement monitor. Beside a
+/// discovery it keeps controllers from dropping repeated frames; without one it says that a beacon
+/// is near, and wakes nobody for any other device. It is an extra: BlueZ may refuse it, release it
+/// or never take it up.
 class BlueZMonitor {
  public:
-  /// Registers with the adapter at `adapter` of the daemon whose unique name is `daemon`. `ended`
-  /// is called with the reason when there is no monitor, or none any more.
+  struct Events {
+    /// BlueZ has taken it up.
+    std::function<void()> activated;
+    /// There is no monitor, or none any more, for this reason.
+    std::function<void(const std::string&)> ended;
+    /// A beacon was heard, which is the device at this path.
+    std::function<void(const std::string&)> found;
+  };
+
+  /// Registers with the adapter at `adapter` of the daemon whose unique name is `daemon`.
   BlueZMonitor(SystemBus& bus, const MainContext& context, std::string daemon, std::string adapter,
-               std::set<UUID> networks, std::function<void(const std::string&)> ended);
+               std::set<UUID> networks, Events events);
   ~BlueZMonitor();
   BlueZMonitor(const BlueZMonitor&) = delete;
   BlueZMonitor& operator=(const BlueZMonitor&) = delete;
 
+  bool isActive() const { return active_; }
+
  private:
   void call(const char* method, std::function<void(const BusReply&)> answered);
   void offerMonitor();
-  GVariant* onCall(const std::string& method);
+  GVariant* onCall(const std::string& method, GVariant* arguments);
   GVariant* property(const std::string& name) const;
   void end(const std::string& reason);
   void withdraw();
@@ -36,10 +46,12 @@ class BlueZMonitor {
   const std::string daemon_;
   const std::string adapter_;
   const std::set<UUID> networks_;
-  const std::function<void(const std::string&)> ended_;
+  const Events events_;
+  bool active_ = false;
   Timer patience_;
   SystemBus::Registration root_;
   SystemBus::Registration monitor_;
+  const Life life_;
 };
 
 }  // namespace platform

@@ -11,11 +11,12 @@ BlueZRadio::BlueZRadio(MainContext context, std::string adapter, std::shared_ptr
       log_(std::move(log)),
       listener_(listener) {}
 
-void BlueZRadio::listen(const std::set<UUID>& networks) {
+void BlueZRadio::listen(const Wanted& wanted) {
+  if (listening_ && listening_->goOn(wanted)) return;
   stop();
   listening_ = std::make_unique<BlueZListening>(
       context_, BlueZListening::Options{
-                    .adapter = adapter_, .networks = networks, .log = log_, .listener = listener_});
+                    .adapter = adapter_, .wanted = wanted, .log = log_, .listener = listener_});
 }
 
 void BlueZRadio::stop() {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <set>
 #include <string>
 
 #include "platform/Log.h"
@@ -19,7 +18,7 @@ class BlueZRadio final : public Radio {
   BlueZRadio(MainContext context, std::string adapter, std::shared_ptr<Log> log,
              Listener& listener);
 
-  void listen(const std::set<UUID>& networks) override;
+  void listen(const Wanted& wanted) override;
   void stop() override;
 
  private:

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/MainContext.h"
@@ -24,6 +25,22 @@ struct BusReply {
   /// D-Bus name of the error, "org.bluez.Error.NotReady"; its text for a person.
   std::string error;
   std::string message;
+};
+
+/// The life of what holds it. Answers may come after who asked for them has gone.
+class Life {
+ public:
+  /// `function`, but nothing once this has gone.
+  template <typename Function>
+  auto guard(Function function) const {
+    return [weak = std::weak_ptr<const void>(life_),
+            function = std::move(function)](const auto&... arguments) {
+      if (!weak.expired()) function(arguments...);
+    };
+  }
+
+ private:
+  const std::shared_ptr<const void> life_ = std::make_shared<char>();
 };
 
 /// A connection of our own to the system bus: what a daemon does for us ends with it, also when

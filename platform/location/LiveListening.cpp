@@ -134,19 +134,18 @@ void LiveListening::updateSources() {
 }
 
 void LiveListening::updateRadio() {
-  const auto& networks = wanted_.beacons;
   const bool asks = wanted_.authorization && !consent_->isRadioKnown();
-  const bool isNeeded = asks || !networks.empty();
-  if (!isNeeded) {
-    if (!std::exchange(networks_, std::nullopt)) return;
+  if (!asks && wanted_.beacons.empty()) {
+    if (!std::exchange(sought_, std::nullopt)) return;
     radio_->stop();
     core_.setScanning(false, now());
     return;
   }
-  if (networks_ == networks) return;
-  fault_.clear();
-  networks_ = networks;
-  radio_->listen(networks);
+  const Radio::Wanted sought{.networks = wanted_.beacons, .everyFrame = wanted_.everyFrame};
+  if (sought_ == sought) return;
+  if (!sought_ || sought_->networks != sought.networks) fault_.clear();
+  sought_ = sought;
+  radio_->listen(sought);
 }
 
 void LiveListening::updatePositions() {
@@ -171,6 +170,7 @@ void LiveListening::radioHeard(const Advertisement& advertisement, Instant time)
     if (closed_) return;
     const Instant latest = now();
     core_.hear(advertisement, std::min(time - behind_, latest));
+    if (!closed_ && !wanted_.everyFrame) wake();  // every frame may be of use from now on
   });
 }
 

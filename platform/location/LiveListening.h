@@ -81,8 +81,8 @@ class LiveListening final : public std::enable_shared_from_this<LiveListening>,
   std::shared_ptr<LiveListening> self_;
 
   LocationCore::Wanted wanted_;
-  /// The networks that the radio listens for; absent while it is stopped.
-  std::optional<std::set<UUID>> networks_;
+  /// What the radio was asked to hear; absent while it is stopped.
+  std::optional<Radio::Wanted> sought_;
   /// The fault of the radio that managers were told last.
   std::string fault_;
   /// The accuracy of the positions, metres; absent while they are stopped.

@@ -46,6 +46,8 @@ class BRIVANE_EXPORT LocationCore final : public LocationService {
   struct Wanted {
     /// Proximity UUIDs of the regions that are monitored or ranged.
     std::set<UUID> beacons;
+    /// Something is ranged, or the device is inside a region.
+    bool everyFrame = false;
     bool positions = false;
     /// The finest that is asked for, metres.
     double accuracy = kCLLocationAccuracyNearestTenMeters;

@@ -27,9 +27,12 @@ void ManagerTasks::startUpdating() {
 void ManagerTasks::addTo(LocationCore::Wanted& wanted) const {
   for (const auto& [identifier, monitored] : monitored_) {
     wanted.beacons.insert(monitored->region->proximityUUID());
+    const bool isInside = monitored->monitor && monitored->monitor->state() == kCLRegionStateInside;
+    wanted.everyFrame = wanted.everyFrame || isInside;
   }
   for (const auto& [identifier, ranged] : ranged_) {
     wanted.beacons.insert(ranged->region->proximityUUID());
+    wanted.everyFrame = true;
   }
   wanted.authorization = wanted.authorization || wantsAuthorization_;
   if (!updating_) return;

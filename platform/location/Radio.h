@@ -41,10 +41,21 @@ class BRIVANE_EXPORT Radio {
   /// Stops.
   virtual ~Radio() = default;
 
-  /// Listens for beacons of `networks`; when there are none, finds out whether it would be allowed
-  /// to, and begins nothing. Called again, it goes on with others. What else is heard may be told
-  /// too. Never called from inside a call to the listener.
-  virtual void listen(const std::set<UUID>& networks) = 0;
+  /// What is to be heard.
+  struct Wanted {
+    std::set<UUID> networks;
+    /// Each frame is of use: beacons are ranged, or the device is near one. Otherwise it waits for
+    /// the first: one frame of a beacon, some seconds after that came in range at the latest, is
+    /// enough, and the radio should cost as little as it can.
+    bool everyFrame = false;
+
+    friend bool operator==(const Wanted&, const Wanted&) = default;
+  };
+
+  /// Listens for beacons of the networks; when there are none, finds out whether it would be
+  /// allowed to, and begins nothing. Called again, it goes on with what is wanted then. What else
+  /// is heard may be told too. Never called from inside a call to the listener.
+  virtual void listen(const Wanted& wanted) = 0;
 
   /// Ends at once all that `listen` began. May be called from inside a call to the listener, and
   /// then the radio is destroyed only after that has returned.

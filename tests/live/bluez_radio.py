@@ -49,18 +49,29 @@ def hear_all(mock):
 
 
 def hear(mock, adapter, minor, rssi):
-    frame = b"\x02\x15" + NETWORK + bytes([0, 1, 0, minor, 0xC5])
-    tell(mock, adapter, minor, {
-        "ManufacturerData": dbus.Dictionary({dbus.UInt16(76): dbus.ByteArray(frame)}, "qv"),
-        "RSSI": dbus.Int16(rssi)})
+    tell(mock, adapter, minor, {**frame(minor), "RSSI": dbus.Int16(rssi)})
+
+
+def frame(minor):
+    data = b"\x02\x15" + NETWORK + bytes([0, 1, 0, minor, 0xC5])
+    return {"ManufacturerData": dbus.Dictionary({dbus.UInt16(76): dbus.ByteArray(data)}, "qv")}
 
 
 def tell(mock, adapter, number, properties):
     device = f"{adapter}/dev_C0_00_00_00_00_{number:02X}"
-    if device not in mockobject.objects:
-        mock.AddDevice(adapter.rsplit("/", 1)[1], f"C0:00:00:00:00:{number:02X}", "device")
-    mockobject.objects[device].EmitSignal(dbus.PROPERTIES_IFACE, "PropertiesChanged", "sa{sv}as",
-                                          [DEVICE_IFACE, dbus.Dictionary(properties, "sv"), []])
+    if device in mockobject.objects:
+        mockobject.objects[device].props[DEVICE_IFACE].update(properties)
+        mockobject.objects[device].EmitSignal(dbus.PROPERTIES_IFACE, "PropertiesChanged", "sa{sv}as",
+                                              [DEVICE_IFACE, dbus.Dictionary(properties, "sv"), []])
+    else:
+        mock.AddObject(device, DEVICE_IFACE, properties, [])
+        mock.object_manager_emit_added(device)
+
+
+@dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="yb")
+def Remember(mock, number, is_beacon):
+    """Has hci0 know a device from earlier, as a beacon or as something else."""
+    tell(mock, ROOT + "hci0", number, frame(number) if is_beacon else {"Connected": dbus.Boolean(False)})
 
 
 @dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="yn")

@@ -120,7 +120,8 @@ NO_RADIO = [
 # What happens before; GeoClue's refusal, or None where it is absent; how detection ends; what it says.
 GRANTS = [
     (["RemoveAdapter hci0", "AppearWhenAsked hci0"], "", 0, "Location services not authorised"),  # withdrawn later
-    ([], None, 0, "No location services enabled"),
+    (["Remember 7 1"], None, 0, "No location services enabled"),
+    (["Remember 7 0"], None, 0, "No location services enabled"),
     ([], "Access denied", 1, "not allowed to detect: the user keeps the position from this application"),
 ]
 

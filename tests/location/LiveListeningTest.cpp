@@ -65,9 +65,10 @@ class Listening final : public Log {
     }
     FakeRadio(const FakeRadio&) = delete;
     FakeRadio& operator=(const FakeRadio&) = delete;
-    void listen(const std::set<UUID>& networks) override {
+    void listen(const Wanted& wanted) override {
       EXPECT_EQ(all.sourceCalls, 0) << "asked to listen under its own call";
-      all.note("listen" + std::to_string(networks.size()));
+      const bool waits = !wanted.networks.empty() && !wanted.everyFrame;
+      all.note((waits ? "await" : "listen") + std::to_string(wanted.networks.size()));
     }
     void stop() override { all.note("stop"); }
     Listening& all;
@@ -206,13 +207,13 @@ TEST(LiveListening, ListensWhileAManagerWantsBeacons) {
   check(false, {
                    // Nothing runs before something is wanted. The first question is whether the radio may be used.
                    {"new 5 authorize 6 able 7 monitor 8 on 9 unmonitor 10",
-                    "0:auth0 5:listen0 6:auth3 6:stop 7:listen1 9:stop"},
+                    "0:auth0 5:listen0 6:auth3 6:stop 7:await1 9:stop"},
                    // Without the question the status stays open, and beacons come all the same.
-                   {"new monitor 1 on 2 frame 3", "0:auth0 0:listen1 2:enter 2:state1"},
-                   {"new authorize monitor 1 refused 2 on 3", "0:auth0 0:listen0 0:listen1 1:no 1:auth2no 2:auth3"},
+                   {"new monitor 1 on 2 frame 3", "0:auth0 0:await1 2:enter 2:state1 2:listen1"},
+                   {"new authorize monitor 1 refused 2 on 3", "0:auth0 0:listen0 0:await1 1:no 1:auth2no 2:auth3"},
                    // Permission that comes late is told when it comes.
-                   {"new authorize monitor 60 on 61", "0:auth0 0:listen0 0:listen1 60:auth3"},
-                   {"new monitor elsewhere 1", "0:auth0 0:listen1 0:listen2"},
+                   {"new authorize monitor 60 on 61", "0:auth0 0:listen0 0:await1 60:auth3"},
+                   {"new monitor elsewhere 1", "0:auth0 0:await1 0:await2"},
                });
 }
 
@@ -220,14 +221,14 @@ TEST(LiveListening, ReportsWhatWasAskedForAndNothingElse) {
   check(false,
         {
             {"new monitor range ask 0 on 0.5 frame ask 1.5 stranger 3 unrange 31 stranger 32",
-             "0:auth0 0:listen1 0:state0 0.5:enter 0.5:state1 0.5:state1 1:range-60 2:range0 3:range0 30.5:exit "
-             "30.5:state2"},
+             "0:auth0 0:await1 0:listen1 0:state0 0.5:enter 0.5:state1 0.5:state1 1:range-60 2:range0 3:range0 "
+             "30.5:exit 30.5:state2 30.5:await1"},
             // A region replaces the one under the same identifier. Entering may go unsaid, the state does not.
-            {"new monitor on quiet 1 frame 2 monitor 33", "0:auth0 0:listen1 1:state1 32:state2"},
+            {"new monitor on quiet 1 frame 2 monitor 33", "0:auth0 0:await1 1:state1 1:listen1 2:await1 32:state2"},
             // What was unknown is not left. The period stands still while nothing listens, also after a late frame.
             {"new monitor on 100 frame 120 frame 140 able 145 able 600 on 611 able 612 frame 700 on 731",
-             "0:auth0 0:listen1 30:state2 100:enter 100:state1 610:exit 610:state2 612:enter 612:state1 730:exit "
-             "730:state2"},
+             "0:auth0 0:await1 30:state2 100:enter 100:state1 100:listen1 610:exit 610:state2 610:await1 612:enter "
+             "612:state1 612:listen1 730:exit 730:state2 730:await1"},
             // Means, the nearest first, silent ones last, for a while. A second start changes nothing of the rhythm.
             {"new range on 0.1 hear1/-80 0.2 hear1/-71 0.3 hear2/-60 hear3/127 0.5 hear4/-50 range 1 1.5 hear1/-90 7",
              "0:auth0 0:listen1 1:range-50,-60,-76,0 2:range-90,0,0,0 3:range0,0,0,0 4:range0,0,0,0 5:range0,0,0,0 "
@@ -242,41 +243,42 @@ TEST(LiveListening, GoesOnAfterARadioThatGoesAndReturns) {
   check(false, {
                    // A fault is told once; the exit period stands still meanwhile; ranging goes on in its rhythm.
                    {"new monitor on range 0.5 frame 1.5 unrange 2 off off 500 on 501 frame 540",
-                    "0:auth0 0:listen1 0.5:enter 0.5:state1 1:range-60 2:off 531:exit 531:state2"},
+                    "0:auth0 0:await1 0:listen1 0.5:enter 0.5:state1 1:range-60 2:off 531:exit 531:state2 531:await1"},
                    {"new monitor on 1 frame 1 off 400 on 427 off 500 on 503 504",
-                    "0:auth0 0:listen1 1:enter 1:state1 1:off 427:off 503:exit 503:state2"},
+                    "0:auth0 0:await1 1:enter 1:state1 1:listen1 1:off 427:off 503:exit 503:state2 503:await1"},
                    // An application that blocks misses reports, but leaves no region and gets no burst.
                    {"new monitor range on 0.5 frame block60 frame 61 61.6",
-                    "0:auth0 0:listen1 0.5:enter 0.5:state1 60.5:range-60 61.5:range-60"},
+                    "0:auth0 0:await1 0:listen1 0.5:enter 0.5:state1 60.5:range-60 61.5:range-60"},
                    // Nothing that was heard before a long sleep counts after it.
                    {"new monitor range on 0.5 frame sleep3600 1 unrange 2 frame 3",
-                    "0:auth0 0:listen1 0.5:enter 0.5:state1 1:exit 1:state2 1:range 2:enter 2:state1"},
-                   {"new monitor on 1 frame sleep20 30", "0:auth0 0:listen1 1:enter 1:state1"},
+                    "0:auth0 0:await1 0:listen1 0.5:enter 0.5:state1 1:exit 1:state2 1:range 1:await1 2:enter 2:state1 "
+                    "2:listen1"},
+                   {"new monitor on 1 frame sleep20 30", "0:auth0 0:await1 1:enter 1:state1 1:listen1"},
                    // A radio that delivers in batches: what was heard a while ago counts from then.
                    {"new monitor on 9 range 10 frame2 frame40 11 unrange frame7 39",
-                    "0:auth0 0:listen1 10:range 10:enter 10:state1 11:range-60 38:exit 38:state2"},
+                    "0:auth0 0:await1 9:listen1 10:range 10:enter 10:state1 11:range-60 38:exit 38:state2 38:await1"},
                });
 }
 
 TEST(LiveListening, SurvivesWhatAHostDoesInsideACall) {
   check(false, {
                    {"auth0=drop new 1", "0:auth0 0:stop"},
-                   {"new monitor on enter=unmonitor 1 frame 9", "0:auth0 0:listen1 1:enter 1:stop"},
-                   {"new monitor on enter=silence 1 frame 9", "0:auth0 0:listen1 1:enter"},
-                   {"new monitor on enter=drop 1 frame 9", "0:auth0 0:listen1 1:enter 1:stop"},
+                   {"new monitor on enter=unmonitor 1 frame 9", "0:auth0 0:await1 1:enter 1:stop"},
+                   {"new monitor on enter=silence 1 frame 9", "0:auth0 0:await1 1:enter 1:listen1"},
+                   {"new monitor on enter=drop 1 frame 9", "0:auth0 0:await1 1:enter 1:stop"},
                    {"new monitor range on 0.5 frame range=drop+loop 9",
-                    "0:auth0 0:listen1 0.5:enter 0.5:state1 1:range-60 1:stop"},
+                    "0:auth0 0:await1 0:listen1 0.5:enter 0.5:state1 1:range-60 1:stop"},
                    // What a host wishes in a loop of its own below a call of the radio's waits until that returned.
-                   {"new monitor on enter=unmonitor+loop 1 frame 9", "0:auth0 0:listen1 1:enter 3:stop"},
-                   {"new monitor on enter=elsewhere+loop 1 frame 9", "0:auth0 0:listen1 1:enter 1:state1 3:listen2"},
+                   {"new monitor on enter=unmonitor+loop 1 frame 9", "0:auth0 0:await1 1:enter 3:stop"},
+                   {"new monitor on enter=elsewhere+loop 1 frame 9", "0:auth0 0:await1 1:enter 1:state1 3:listen2"},
                    {"new monitor on enter=throw 1 frame 2",
-                    "0:auth0 0:listen1 1:enter 1:log(A callback failed: a host's own) 1:state1"},
-                   {"new monitor on leave 1 frame drop 9", "0:auth0 0:listen1 1:enter 1:state1 1:stop"},
+                    "0:auth0 0:await1 1:enter 1:log(A callback failed: a host's own) 1:state1 1:listen1"},
+                   {"new monitor on leave 1 frame drop 9", "0:auth0 0:await1 1:enter 1:state1 1:listen1 1:stop"},
                    // Two managers of a loop share the radio, and one that goes leaves it to the other.
                    {"new b.new monitor b.monitor on 1 frame drop 2 b.drop 3",
-                    "0:auth0 0:b.auth0 0:listen1 1:enter 1:state1 1:b.enter 1:b.state1 2:stop"},
+                    "0:auth0 0:b.auth0 0:await1 1:enter 1:state1 1:b.enter 1:b.state1 1:listen1 2:stop"},
                    {"new monitor on enter=b.new 1 frame 2 drop 3 b.drop",
-                    "0:auth0 0:listen1 1:enter 1:state1 1:b.auth0 2:stop 3:stop"},
+                    "0:auth0 0:await1 1:enter 1:state1 1:b.auth0 1:listen1 2:stop 3:stop"},
                });
 }
 
@@ -305,8 +307,8 @@ TEST(LiveListening, AsksForPositionsAsLongAsTheyAreWanted) {
              "0:auth0 0:listen0 0:start10 0:auth3 0:stop 0:halt 1:start10 1:why 1:auth2why"},
             // Each start of detection asks anew, in case the user has changed their mind.
             {"new authorize able denied 1 monitor 2 granted 3 unmonitor monitor 4",
-             "0:auth0 0:listen0 0:start10 0:auth3 0:stop 0:auth2why 0:halt 1:listen1 1:start10 2:auth3 2:halt "
-             "3:stop 3:listen1"},
+             "0:auth0 0:listen0 0:start10 0:auth3 0:stop 0:auth2why 0:halt 1:await1 1:start10 2:auth3 2:halt 3:stop "
+             "3:await1"},
         });
   check(false, {{"new update pause update", "0:auth0 0:there is no source of positions"}});
 }
