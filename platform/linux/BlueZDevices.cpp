@@ -27,8 +27,8 @@ std::vector<std::uint8_t> frameIn(GVariant* manufacturerData) {
   GVariant* raw = nullptr;
   while (g_variant_iter_next(&companies, "{qv}", &company, &raw) != FALSE) {
     const Variant value(raw);
-    if (company != IBeaconFrame::kCompany || !g_variant_is_of_type(raw, G_VARIANT_TYPE_BYTESTRING))
-      continue;
+    const bool isBytes = g_variant_is_of_type(raw, G_VARIANT_TYPE_BYTESTRING) != FALSE;
+    if (company != IBeaconFrame::kCompany || !isBytes) continue;
     gsize size = 0;
     const auto* const bytes =
         static_cast<const std::uint8_t*>(g_variant_get_fixed_array(raw, &size, 1));

@@ -198,7 +198,7 @@ void BlueZListening::chooseWay() {
     schedule_.setDiscovering(adapters_.at(adapter_).discovering, now);
   } else if (usable && discovered && !discovers_) {
     failure_.clear();
-    call("StopDiscovery", nullptr, [](const BusReply&) {});
+    stopDiscovery();
   }
   const bool watches = discovers_ && !everyFrame_;
   if (!watches) watch_.reset();
@@ -206,6 +206,10 @@ void BlueZListening::chooseWay() {
   watch_ = std::make_unique<BlueZWatch>(
       connection_, context_, devices_, options_.wanted.networks,
       [this](bool heard, const BlueZWatch::Beacons& beacons) { onLooked(heard, beacons); });
+}
+
+void BlueZListening::stopDiscovery() {
+  call("StopDiscovery", nullptr, [](const BusReply&) {});
 }
 
 void BlueZListening::startMonitor() {
@@ -282,6 +286,7 @@ void BlueZListening::finish(DiscoverySchedule::Call call, const BusReply& reply)
     failure_ = fails ? reply.message : "";
     refused_ = outcome == Outcome::kRefused;
   }
+  if (starts && !discovers_) stopDiscovery();  // BlueZ refuses that while it is starting
   schedule_.finish(outcome, monotonicNow());
   proceed();
 }

@@ -55,6 +55,7 @@ class BlueZListening : private BlueZConnection::Listener {
   /// Takes the adapter that serves now into use.
   void useAdapter();
   void startMonitor();
+  void stopDiscovery();
   /// Turns discovery, monitor and watch to what is wanted.
   void chooseWay();
   void onMonitor(const std::string& path);

@@ -112,24 +112,17 @@ class BlueZ(unittest.TestCase):
     def start_service(self):
         return start_service(self, SERVICE, HERE, "--state", "/tmp")
 
-    def test_a_visit(self):
-        record = self.start(BRIVANE, "record", "/tmp/visit.btsnoop", "--for", "12")
+    def test_every_beacon_is_ranged(self):
         with Listener([BRIVANE, "scan", "--live", "--json"]) as scan:
             wait_for(lambda: scan.of("range") and is_discovering())
             with Air():
                 wait_for(lambda: len(scan.of("range")) > 10)
                 steady = scan.of("range")[-6:]
-            record.wait()
         wait_for(lambda: not is_discovering())  # with the last that listened
-        self.assertEqual(scan.of("state")[0]["state"], "inside")
         for event in steady:
             self.assertEqual([beacon["minor"] for beacon in event["beacons"]], list(BEACONS))
             for beacon in event["beacons"]:
                 self.assertAlmostEqual(beacon["rssi"], BEACONS[beacon["minor"]], delta=1)
-        replay = subprocess.run([BRIVANE, "detect", "--capture", "/tmp/visit.btsnoop", "--speed", "max", "--json",
-                                 *self.start_service()], capture_output=True, text=True, check=True)
-        replayed = [json.loads(line) for line in replay.stdout.splitlines()]
-        self.assertEqual({event["waybeacon"]["name"] for event in replayed if event["event"] == "match"}, NAMES)
 
     def test_detection_through_a_crash_and_a_power_cycle(self):
         with Listener([BRIVANE, "detect", "--live", "--json", "--log", *self.start_service()]) as detect:

@@ -182,16 +182,6 @@ class Live(unittest.TestCase):
                     wait_for(lambda: scan.says(f"no advertisement monitor, discovery goes on alone: {reason}"))
                     wait_for(scan.hears)
 
-    def test_a_chosen_adapter_is_used_alone_and_found_by_its_address(self):
-        with Machine() as machine:
-            machine.do("start_bluez", "AddAdapter hci1 hci1")
-            for choice in "hci1", "01:02:03:04:05:06":
-                with machine.listen("scan", "--json", "--adapter", choice) as scan:
-                    wait_for(scan.hears)
-                    machine.do("Power hci1 0")
-                    wait_for(lambda: scan.says("hci1 is off"))
-                machine.do("Power hci1 1")
-
     def test_what_was_recorded_replays_to_the_same_beacons(self):
         with Machine() as machine:
             machine.do("start_bluez", "PutOnAir 8 -70")
