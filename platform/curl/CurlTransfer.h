@@ -45,7 +45,7 @@ class CurlTransfer {
   CURL* handle() const { return handle_.get(); }
 
   /// Whether it failed with `result` because the connection that it was sent on, which had served
-  /// others, was dead: nothing at all came back.
+  /// others, was dead: not even the first line of a reply came back.
   bool metDeadConnection(CURLcode result) const;
   const CurlRequest& request() const { return request_; }
 

@@ -37,20 +37,18 @@ TEST_F(Curl, TrustsTheRightCertificateAlone) {
   EXPECT_THROW(CurlHTTPClient({.caFile = folder.path() / "none.pem"}), std::invalid_argument);
   const service::Certificate other = service::makeCertificate("other.example", -1h, 1h);
   const service::Certificate expired = service::makeCertificate(kHost, -2h, -1h);
-  const service::Certificate early = service::makeCertificate(kHost, 1h, 2h);
   const std::tuple<service::Certificate, service::Certificate, std::string> rows[] = {
       {certificate, certificate, "^$"},
       {certificate, other, "self-signed certificate"},
       {other, other, "no alternative certificate subject name"},
       {expired, expired, "certificate has expired"},
-      {early, early, "certificate is not yet valid"},
   };
   for (const auto& [presented, trusted, fault] : rows) {
     const TLSServer server(presented, TLSServer::answering(TLSServer::reply("no", "401 Unauthorized")));
     EXPECT_EQ(outcome(*client(server, &trusted), request("/a/b?secret")), fault == "^$" ? "401 no" : "none");
-    const platform::TransferOutcome& last = told.back();
-    EXPECT_EQ(last.endpoint + std::to_string(last.status.value_or(0)), fault == "^$" ? "/a/b401" : "/a/b0");
-    EXPECT_TRUE(std::regex_search(last.fault, std::regex(fault))) << last.fault;
+    EXPECT_EQ(told.back().endpoint, "/a/b");
+    EXPECT_EQ(told.back().status.value_or(0), fault == "^$" ? 401 : 0);
+    EXPECT_TRUE(std::regex_search(told.back().fault, std::regex(fault))) << told.back().fault;
   }
 }
 
@@ -116,6 +114,7 @@ TEST_F(Curl, TransfersGoOnWhileACallbackBlocksOrThrows) {
   const auto serving = client(server);
   Outcomes outcomes;
   serving->execute(request(), [&](auto, auto) {
+    EXPECT_EQ(told.size(), 1U);  // before the completion
     for (int now = served; now < 11; now = served) served.wait(now);
     throw std::runtime_error("a host's");
   });
@@ -133,7 +132,6 @@ TEST_F(Curl, ShutdownEndsAllAndCallsNothingLater) {
   // Some wait for an answer at the end, the others for their turn.
   for (int i = 0; i < 20; ++i) stuck->execute(request(), outcomes.next());
   underWay.wait(false);
-  EXPECT_TRUE(outcomes.texts().empty());
   stuck->shutdown();
   EXPECT_EQ(outcomes.texts(), std::vector<std::string>(20, "none"));
   stuck->execute(request(), outcomes.next());
