@@ -16,13 +16,14 @@
 namespace platform {
 namespace {
 
-/// Or every transfer would fail, each with a reason that names no file.
-void requireCertificate(const std::string& file) {
-  if (file.empty()) return;
+/// Without a certificate every transfer would fail, with a reason that names no file.
+CurlHTTPClient::Options checked(CurlHTTPClient::Options options) {
+  const std::string& file = options.caFile;
+  if (file.empty()) return options;
   std::ifstream stream(file, std::ios::binary);
   const std::string text(std::istreambuf_iterator<char>(stream), {});
   for (const char* begin : {"-----BEGIN CERTIFICATE-----", "-----BEGIN TRUSTED CERTIFICATE-----"}) {
-    if (text.find(begin) != text.npos) return;
+    if (text.find(begin) != text.npos) return options;
   }
   throw std::invalid_argument(file + ": no certificate can be read from it");
 }
@@ -79,8 +80,7 @@ struct CurlHTTPClient::Parts {
 std::string CurlHTTPClient::version() { return curl_version(); }
 
 CurlHTTPClient::CurlHTTPClient(Options options)
-    : options_((requireCertificate(options.caFile), std::move(options))),
-      parts_(std::make_unique<Parts>(options_)) {}
+    : options_(checked(std::move(options))), parts_(std::make_unique<Parts>(options_)) {}
 
 CurlHTTPClient::~CurlHTTPClient() { shutdown(); }
 

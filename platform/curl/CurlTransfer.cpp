@@ -15,15 +15,16 @@ namespace {
 constexpr long kSecondsToConnect = 60;
 /// A transfer that brings no byte for so long has failed.
 constexpr long kSecondsOfSilence = 60;
-constexpr long kMaxRedirects = 20;
-/// The same, in curl's count, for one that was sent on a connection which has served before, until
-/// the first byte: that connection may be dead, and another be had. Curl averages over five seconds
-/// first, so it is about ten.
+/// The same for one that was sent on a connection which has served before, until the first byte:
+/// that connection may be dead, and another be had. In practice about ten, because curl averages
+/// the speed over five seconds.
 constexpr long kSecondsOfSilenceOnUsedConnection = 5;
+constexpr long kMaxRedirects = 20;
 /// A connection is dead when what was sent has not been acknowledged for so long.
 constexpr unsigned kMillisecondsToAcknowledge = 5000;
-/// A connection on which nothing is sent is tried so often. A dead one shows at the second try.
-constexpr long kSecondsBetweenProbes = 30;
+/// A connection on which nothing moves is tried so often, and once more when that is not answered.
+constexpr long kSecondsToProbe = 30;
+constexpr long kSecondsToProbeAgain = 5;
 /// Curl keeps all fields of heads and trailers, the latter without a bound of its own.
 constexpr std::size_t kMaxHeadBytes = std::size_t{256} << 10U;
 
@@ -111,8 +112,8 @@ void CurlTransfer::setUp() {
   set(CURLOPT_OPENSOCKETFUNCTION, &CurlTransfer::openSocket);
   set(CURLOPT_OPENSOCKETDATA, this);
   set(CURLOPT_TCP_KEEPALIVE, 1L);
-  set(CURLOPT_TCP_KEEPIDLE, kSecondsBetweenProbes);
-  set(CURLOPT_TCP_KEEPINTVL, kSecondsBetweenProbes);
+  set(CURLOPT_TCP_KEEPIDLE, kSecondsToProbe);
+  set(CURLOPT_TCP_KEEPINTVL, kSecondsToProbeAgain);
   set(CURLOPT_FRESH_CONNECT, request_.needsNewConnection ? 1L : 0L);
   set(CURLOPT_PIPEWAIT, 1L);  // a burst shares one connection where the service speaks HTTP/2
   set(CURLOPT_CONNECTTIMEOUT, kSecondsToConnect);
@@ -179,8 +180,9 @@ bool CurlTransfer::take(std::string_view bytes) {
 
 void CurlTransfer::findCoding() {
   curl_header* field = nullptr;
-  if (curl_easy_header(handle(), "Content-Encoding", 0, CURLH_HEADER, -1, &field) != CURLHE_OK)
+  if (curl_easy_header(handle(), "Content-Encoding", 0, CURLH_HEADER, -1, &field) != CURLHE_OK) {
     return;
+  }
   if (field->amount == 1 && isSame(field->value, "gzip")) {
     gunzip_.emplace();
   } else if (!isSame(field->value, "identity")) {
@@ -218,7 +220,7 @@ bool CurlTransfer::mayBeSent(int port) {
   curl_easy_getinfo(handle(), CURLINFO_NUM_CONNECTS, &made);
   if (made > 0) limitAcknowledgement(port);
   // Others that are sent at the same time may share a connection as new as its first request.
-  onUsedConnection_ = made == 0 && request_.repliesBefore > 0;
+  onUsedConnection_ = made == 0 && request_.repliesBefore > 0 && headBytes_ == 0;
   set(CURLOPT_LOW_SPEED_TIME,
       onUsedConnection_ ? kSecondsOfSilenceOnUsedConnection : kSecondsOfSilence);
   return !takesBodyAway() || refuse("a redirect would take the request's body to another host");
@@ -270,8 +272,8 @@ void CurlTransfer::append(List& list, const std::string& item) {
 
 template <typename Value>
 void CurlTransfer::set(CURLoption option, Value value) {
-  if (curl_easy_setopt(handle_.get(), option, value) != CURLE_OK)
-    refuse("libcurl refused an option");
+  if (curl_easy_setopt(handle_.get(), option, value) == CURLE_OK) return;
+  refuse("libcurl refused an option");
 }
 
 }  // namespace platform

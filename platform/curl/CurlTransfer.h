@@ -47,7 +47,6 @@ class CurlTransfer {
   /// Whether it failed with `result` because the connection that it was sent on, which had served
   /// others, was dead: not even the first line of a reply came back.
   bool metDeadConnection(CURLcode result) const;
-  const CurlRequest& request() const { return request_; }
 
   /// What came of it, when curl ended it with `result`. Once; the request may be taken afterwards.
   CurlReply reply(CURLcode result);

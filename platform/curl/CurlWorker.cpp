@@ -110,8 +110,7 @@ void CurlWorker::begin(CurlRequest request) {
   auto transfer = std::make_unique<CurlTransfer>(options_, std::move(request));
   if (!transfer->isUsable() ||
       curl_multi_add_handle(multi_.get(), transfer->handle()) != CURLM_OK) {
-    const CurlReply reply = transfer->reply(CURLE_FAILED_INIT);
-    finished_(transfer->takeRequest(), reply);
+    end(*transfer, CURLE_FAILED_INIT);
     return;
   }
   active_.emplace(transfer->handle(), std::move(transfer));
@@ -141,9 +140,13 @@ void CurlWorker::finish(CURL* handle, CURLcode result) {
   if (transfer->metDeadConnection(result)) {
     sendAgain(transfer->takeRequest());
   } else {
-    CurlReply reply = transfer->reply(result);
-    finished_(transfer->takeRequest(), std::move(reply));
+    end(*transfer, result);
   }
+}
+
+void CurlWorker::end(CurlTransfer& transfer, CURLcode result) {
+  CurlReply reply = transfer.reply(result);
+  finished_(transfer.takeRequest(), std::move(reply));
 }
 
 /// After its connection proved dead. Where no other has brought a reply since, all are taken to be.

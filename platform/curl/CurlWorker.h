@@ -49,6 +49,7 @@ class CurlWorker {
   void begin(CurlRequest request);
   bool finishDone();
   void finish(CURL* handle, CURLcode result);
+  void end(CurlTransfer& transfer, CURLcode result);
   void sendAgain(CurlRequest request);
   void replaceConnections();
   void failAll();
