@@ -106,10 +106,11 @@ TEST_F(NetworkFaults, AreSurvivedWhereverTheReplyIsCut) {
     const std::size_t firstLine = good.bytes == kGood.bytes ? 17 : 10;
     for (std::size_t cut = 0; cut < good.bytes.size(); ++cut) {
       for (const Then then : {Then::resets, Then::closes, Then::endsTLS}) {
-        meet({{std::to_string(cut) + " bytes", good.bytes.substr(0, cut), "none", then}, good});
+        const std::string bytes = good.bytes.substr(0, cut);
+        if (cut < firstLine) meet({{std::to_string(cut) + " bytes", bytes, "none", then}, good});
         // A connection that has served before, and brings nothing, is taken to have been dead already.
         const char* const outcome = cut < firstLine ? "200 good" : "none";
-        meet({good, {std::to_string(cut) + " bytes later", good.bytes.substr(0, cut), outcome, then}, good});
+        meet({good, {std::to_string(cut) + " bytes later", bytes, outcome, then}, good});
       }
     }
   }
