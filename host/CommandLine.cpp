@@ -36,8 +36,9 @@ std::function<std::string(const std::string&)> between(double least, double most
 /// "hci0", or an address as 00:11:22:AA:BB:CC.
 bool isAdapter(std::string_view text) {
   const auto isDigit = [](unsigned char c) { return std::isdigit(c) != 0; };
-  if (text.starts_with("hci"))
+  if (text.starts_with("hci")) {
     return text.size() > 3 && std::all_of(text.begin() + 3, text.end(), isDigit);
+  }
   for (std::size_t i = 0; i < text.size(); ++i) {
     const bool isRight =
         i % 3 == 2 ? text[i] == ':' : std::isxdigit(static_cast<unsigned char>(text[i])) != 0;

@@ -45,8 +45,9 @@ bool isHostAndPort(std::string_view text) {
 
 bool holdsCertificate(const std::string& path) {
   std::error_code unknown;
-  if (std::filesystem::is_directory(path, unknown))
+  if (std::filesystem::is_directory(path, unknown)) {
     throw Failure(kUsageFailure, "--ca: " + path + ": not a file");
+  }
   std::ifstream file(path, std::ios::binary);
   if (!file) throw Failure(kUsageFailure, "--ca: " + path + " cannot be read");
   const std::string text(std::istreambuf_iterator<char>(file), {});
