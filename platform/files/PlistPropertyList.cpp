@@ -97,8 +97,9 @@ void PlistPropertyList::Free::operator()(void* node) const { plist_free(node); }
 
 PlistPropertyList::PlistPropertyList(const std::string& path) {
   const std::string contents = contentsOf(path);
-  if (containersIn(contents) > kMaxContainers)
+  if (containersIn(contents) > kMaxContainers) {
     refuse(path, "more than 1000 dictionaries and lists");
+  }
   plist_t root = nullptr;
   plist_from_memory(contents.data(), static_cast<std::uint32_t>(contents.size()), &root);
   root_.reset(root);
