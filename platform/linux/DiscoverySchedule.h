@@ -30,7 +30,7 @@ class DiscoverySchedule {
   void finish(Outcome outcome, Instant now);
   /// A device was heard.
   void hear(Instant now);
-  /// BlueZ says whether it discovers, which need not be true or last.
+  /// What BlueZ's property Discovering says. It may be wrong, and change soon.
   void setDiscovering(bool discovering, Instant now);
 
   /// The call to make now; absent when there is none, or one under way. After kRenewConnection

@@ -85,7 +85,7 @@ void onAppeared(GDBusConnection* /*connection*/, const gchar* /*name*/, const gc
 }
 
 void onVanished(GDBusConnection* connection, const gchar* /*name*/, gpointer data) {
-  // Without a connection there is nobody to ask; its loss is told otherwise.
+  // Null when the connection was lost, which `lost` tells of.
   if (connection != nullptr) Callback<Watcher>::at(data).function.vanished();
 }
 
@@ -128,7 +128,7 @@ SystemBus::SystemBus(MainContext context, std::function<void()> opened,
       lost_(std::move(lost)),
       cancellable_(g_cancellable_new(), g_object_unref) {
   const ThreadDefault scope(context_);
-  // Looks into the environment alone.
+  // Reads an environment variable, so it does not block.
   gchar* const address = g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr);
   const auto flags =
       static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |

@@ -217,6 +217,7 @@ class Live(unittest.TestCase):
                 if status != 0:
                     detect.process.wait(PATIENCE)
             self.assertEqual(detect.status, status)
+            self.assertFalse(detect.says("nothing is heard"))  # it is found before that would be tried
 
     def test_managers_on_every_thread_and_in_every_order(self):
         self.check_managers("Live")
