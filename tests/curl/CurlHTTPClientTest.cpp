@@ -168,10 +168,10 @@ TEST_F(Curl, ExitsCleanlyWithRequestsInFlightAndAfterOneThatCouldNotBeMade) {
   };
   const auto play = [&] {
     curl_global_init_mem(CURL_GLOBAL_DEFAULT, std::malloc, std::free, std::realloc, strdup, allocate);
+    auto* const forgotten = new CurlHTTPClient({});
     sigset_t all;
     sigfillset(&all);
     pthread_sigmask(SIG_BLOCK, &all, nullptr);
-    auto* const forgotten = new CurlHTTPClient({});
     for (int i = 0; i < 20; ++i) forgotten->execute(stuck, [](auto, auto) { std::_Exit(1); });
     kill(getpid(), SIGTERM);  // which no other thread takes either
     memoryIsShort = true;

@@ -159,7 +159,8 @@ TEST_F(NetworkFaults, AreSurvived) {
       {"trailers without end", chunked + "0\r\n", "none", Then::repeats, "X: y\r\n"},
       {"bare line feeds", "HTTP/1.1 200 OK\nContent-Length: 4\n\ngood", "200 good"},
       {"an interim reply", "HTTP/1.1 100 Continue\r\n\r\n" + kGood.bytes, "200 good"},
-      {"only an interim reply", "HTTP/1.1 100 Continue\r\n\r\n", "none", Then::endsTLS},
+      {"a head cut off after an interim reply", "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\n", "none",
+       Then::endsTLS},
   };
   for (const Answer& fault : faults) meet({fault, kGood});
 }
