@@ -22,7 +22,7 @@ namespace platform {
 /// Hears beacons through BlueZ's daemon until it is closed, and goes on by itself after anything
 /// that happens to the daemon, the adapter or the bus. Lives on the thread of its context; never
 /// destroyed from inside one of its own calls.
-class BlueZListening : private BlueZConnection::Listener {
+class BlueZListening final : private BlueZConnection::Listener {
  public:
   struct Options {
     /// "hci0" or an address; empty for whichever there is.
