@@ -1,14 +1,9 @@
 #pragma once
 
-#include <cstddef>
 #include <deque>
 #include <functional>
 #include <map>
-#include <memory>
-#include <optional>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "BrivaneSDK/BrivaneSDK.h"
 #include "platform/Services.h"
@@ -28,8 +23,7 @@ class FakeServices final : public platform::HTTPClient,
   static FakeServices& get() {
     static const auto only = [] {
       auto fake = std::make_shared<FakeServices>();
-      auto json = std::make_shared<platform::SimdJSON>();
-      platform::install({fake, json, fake, fake, fake, fake, fake, fake});
+      platform::install({fake, std::make_shared<platform::SimdJSON>(), fake, fake, fake, fake, fake, fake});
       return fake;
     }();
     return *only;
@@ -113,8 +107,7 @@ class FakeServices final : public platform::HTTPClient,
   }
   std::optional<std::string> stringForKey(std::string_view key) const override {
     const auto value = objectForKey(key);
-    const bool isText = value && value->kind() == platform::JSONValue::Kind::kText;
-    return isText ? std::optional(value->text()) : std::nullopt;
+    return value && value->kind() == platform::JSONValue::Kind::kText ? std::optional(value->text()) : std::nullopt;
   }
   void setValue_forKey(std::string_view value, std::string_view key) override {
     stored[std::string(key)] = platform::JSONValue(std::string(value));

@@ -1,25 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <exception>
-#include <functional>
-#include <ostream>
 #include <sstream>
 #include <stdexcept>
 
 #include "tests/sdk/FakeServices.h"
 
 namespace {
-
-/// Services are installed once and what managers share begins with the process, so that a second case would find what
-/// the first left. CTest runs one a process.
-class OneCase final : public testing::Environment {
-  void SetUp() override {
-    if (testing::UnitTest::GetInstance()->test_to_run_count() == 1) return;
-    std::cerr << "Each case needs a process of its own: run ctest, or name one with --gtest_filter.\n";
-    std::exit(2);
-  }
-};
-const auto* const kOneCase = testing::AddGlobalTestEnvironment(new OneCase);
 
 /// Plays words one by one and gives what was seen of them. Before a word, "b." means the second manager in place of the
 /// first.
@@ -68,19 +54,14 @@ class Player {
   };
 
   void perform(std::string word) {
-    const bool isSecond = word.starts_with("b.");
-    if (isSecond) word.erase(0, 2);
-    slot_ = isSecond ? "b." : "";
+    slot_ = word.starts_with("b.") ? "b." : "";
+    word.erase(0, slot_.size());
     const std::size_t equals = word.find('=');
     argument_ = equals == std::string::npos ? "" : word.substr(equals + 1);
     deeds_.at(word.substr(0, equals))();
   }
   BVManager& manager() { return *managers_.at(slot_); }
-  void create(bool fromPropertyList) {
-    const auto host = std::make_shared<Host>(*this, slot_);
-    managers_[slot_] = fromPropertyList ? BVManager::initWithDelegate(host)
-                                        : BVManager::initWithDelegate_andAPIKey_andAPISecret(host, "own", "");
-  }
+  std::shared_ptr<Host> host() { return std::make_shared<Host>(*this, slot_); }
   void answer(bool yes) { services_.see(yes ? "yes" : "no"); }
   void determine(std::int64_t state) {
     manager().locationManager_didDetermineState_forRegion(*location_, state, *manager().getRegion());
@@ -114,10 +95,9 @@ class Player {
   /// A number: a reply that has one, whatever it answers; else the body itself.
   void reply(std::size_t index) {
     const bool isNumber = argument_.find_first_not_of("0123456789") == std::string::npos;
-    services_.reply(
-        isNumber ? R"({"access_token":"t)" + argument_ + R"(","match":"m)" + argument_ + R"(","beacons":[{},{}]})"
-                 : argument_,
-        index);
+    const std::string body =
+        R"({"access_token":"t)" + argument_ + R"(","match":"m)" + argument_ + R"(","beacons":[{},{}]})";
+    services_.reply(isNumber ? body : argument_, index);
   }
   void seeRegion() {
     const auto region = manager().getRegion();
@@ -164,12 +144,12 @@ class Player {
       {"log", [this] { services_.showsLog = argument_ != "off"; }},
       {"forget", [this] { services_.take(); }},
       // What the host does.
-      {"new", [this] { create(true); }},
-      {"own", [this] { create(false); }},
+      {"new", [this] { managers_[slot_] = BVManager::initWithDelegate(host()); }},
+      {"own", [this] { managers_[slot_] = BVManager::initWithDelegate_andAPIKey_andAPISecret(host(), "own", ""); }},
       {"ready", [this] { play("new reply=1 reply=1"); }},
       {"drop", [this] { managers_.erase(slot_); }},
       {"nobody", [this] { manager().setDelegate(nullptr); }},
-      {"somebody", [this] { manager().setDelegate(std::make_shared<Host>(*this, slot_)); }},
+      {"somebody", [this] { manager().setDelegate(host()); }},
       {"relocate", [this] { manager().setLocationManager(argument_ == "null" ? nullptr : location_); }},
       {"gps", [this] { manager().setEnabledGPS(argument_ != "off"); }},
       {"start", [this] { answer(manager().startDetection()); }},
@@ -207,9 +187,7 @@ class Player {
 };
 
 struct Story {
-  const char* name;
-  const char* happens;
-  const char* seen;
+  const char *name, *happens, *seen;
 };
 void PrintTo(const Story& story, std::ostream* out) { *out << story.name; }
 
@@ -240,8 +218,8 @@ const Story kStories[] = {
      "status=4 ready log start services=off authorization services=on authorization status=3 authorization "
      "authorization start scanning",
      "Start detection|BV location not authorized|no|AUTHORIZATION!|Couldn't turn on ranging: Location services are not "
-     "enabled.|AUTHORIZATION!|Couldn't turn on monitoring: Location services not authorised.|AUTHORIZATION!|Auth ok|"
-     "<ready|AUTHORIZATION!|Start detection|Region: NETWORK|MONITOR|yes|yes"},
+     "enabled.|AUTHORIZATION!|Couldn't turn on monitoring: Location services not authorised.|AUTHORIZATION!|Auth "
+     "ok|<ready|AUTHORIZATION!|Start detection|Region: NETWORK|MONITOR|yes|yes"},
     {"WaitsForAHost", "new gps nobody reply=1 reply=1 start forget log authorization at=1 somebody authorization at=1",
      "AUTHORIZATION!|API not ready|AUTHORIZATION!|Auth ok|<ready|URL|TRACK1[t1]"},
     {"StartsAndStops", "ready region stop start scanning gps start start stop stop gps=off start",
@@ -249,34 +227,29 @@ const Story kStories[] = {
      ">unmonitor|>stop|yes|>unmonitor|yes|MONITOR|yes"},
     {"StartsWithoutPositions", "ready gps services=off then=stop start scanning start scanning",
      "MONITOR|<error 1 No location services enabled|>unmonitor|yes|yes|no|MONITOR|<error 1 No location services "
-     "enabled|"
-     "yes|yes"},
+     "enabled|yes|yes"},
     {"FollowsTheRegion", "ready log state=1 state=0 state=7 stop state=2 state=1 state=2 stop scanning rest",
      "DETERMINATE STATE!|INSIDE|>range|DETERMINATE STATE!|UNKNOWN|DETERMINATE STATE!|Stop "
-     "detection|>unmonitor|>unrange|"
-     "yes|DETERMINATE STATE!|>unrange|OUTSIDE|DETERMINATE STATE!|INSIDE|>range|DETERMINATE "
-     "STATE!|>unrange|OUTSIDE|Stop "
-     "detection|>unmonitor|yes|no|REGION IN!|REGION OUT!|Failed monitoring region: a|Location manager failed: "
-     "b|Ranging "
-     "beacons failed: c"},
+     "detection|>unmonitor|>unrange|yes|DETERMINATE STATE!|>unrange|OUTSIDE|DETERMINATE "
+     "STATE!|INSIDE|>range|DETERMINATE STATE!|>unrange|OUTSIDE|Stop detection|>unmonitor|yes|no|REGION IN!|REGION "
+     "OUT!|Failed monitoring region: a|Location manager failed: b|Ranging beacons failed: c"},
     {"StopsWhatBeginsMeanwhile",
      "ready gps start amid=range meanwhile=stop state=1 state=1 amid=unrange meanwhile=state=1 stop amid=stop "
      "meanwhile=start start stop stop",
      "MONITOR|UPDATE|yes|>range|>unmonitor|>unrange|>stop|yes|>unrange|>range|>unmonitor|>unrange|>range|>unrange|yes|"
      "MONITOR|UPDATE|yes|>unmonitor|>stop|MONITOR|UPDATE|yes|>stop|yes|>unmonitor|yes"},
     {"MatchesBeacons", "ready log hear=1.2,3.4 reply2nd=5 reply=6 hear=3.4,1.2 hear=",
-     "Ranging beacons ok|MISS1.2|Resolving...|RESOLVE1.2[t1]|MISS3.4|Resolving...|RESOLVE3.4[t1]|DATA5|Resolve done|"
-     "Received resolve!!!|<match m5#0|DATA6|Resolve done|Received resolve!!!|<match m6#1|Ranging beacons ok|-> Major: "
-     "3 "
-     "- Minor: 4|Cache hit|Received resolve!!!|<match m5#0|-> Major: 1 - Minor: 2|Cache hit|Received resolve!!!|<match "
-     "m6#1|Ranging beacons ok"},
+     "Ranging beacons ok|MISS1.2|Resolving...|RESOLVE1.2[t1]|MISS3.4|Resolving...|RESOLVE3.4[t1]|DATA5|Resolve "
+     "done|Received resolve!!!|<match m5#0|DATA6|Resolve done|Received resolve!!!|<match m6#1|Ranging beacons ok|-> "
+     "Major: 3 - Minor: 4|Cache hit|Received resolve!!!|<match m5#0|-> Major: 1 - Minor: 2|Cache hit|Received "
+     "resolve!!!|<match m6#1|Ranging beacons ok"},
     {"KeepsTheLastReply", "ready hear=1.2,1.2 reply=5 hear=1.2 nobody reply=6 somebody nothing hear=1.2 start hear=1.2",
      "RESOLVE1.2[t1]|RESOLVE1.2[t1]|<match m5#0|<match m5#0|<no match|<match m6#1|MONITOR|yes|RESOLVE1.2[t1]"},
     {"GivesUpAfterFive",
      R"(ready hear=1.2 fail hear=1.2 reply={"status":false} hear=1.2 reply=junk hear=1.2 reply=[] hear=1.2 fail )"
      "hear=1.2,3.4 start hear=1.2",
-     "RESOLVE1.2[t1]|RESOLVE1.2[t1]|RESOLVE1.2[t1]|RESOLVE1.2[t1]|threw the reply holds a list in place of an object|"
-     "RESOLVE1.2[t1]|RESOLVE3.4[t1]|MONITOR|yes|RESOLVE1.2[t1]"},
+     "RESOLVE1.2[t1]|RESOLVE1.2[t1]|RESOLVE1.2[t1]|RESOLVE1.2[t1]|threw the reply holds a list in place of an "
+     "object|RESOLVE1.2[t1]|RESOLVE3.4[t1]|MONITOR|yes|RESOLVE1.2[t1]"},
     {"KnowsWhatIsNoBeacon",
      "new reply=1 hear=1.2 reply=1 forget hear=65535.1,65535.1,65535.1,65535.1,65535.1 log hear=65535.65535,65535.1 "
      "hear=1.65535 log=off strange=1.2 reply=5 hear=1.2 strange=1.2",
@@ -294,14 +267,13 @@ const Story kStories[] = {
      ">stop|yes|Location update while not running"},
     {"FindsPlaces", "ready log nearest reply=5 nearest reply={} nobody nearest reply=5 payload",
      "NEAREST[t1]|yes|DATA5|Nearest waybeacons received|Received nearest: 2|<nearest 2|NEAREST[t1]|yes|DATA: "
-     "{}|Nearest "
-     "waybeacons received|Received nearest: 0|<nearest none|NEAREST[t1]|yes|DATA5|Nearest waybeacons received|Received "
-     "nearest: 2|yes"},
+     "{}|Nearest waybeacons received|Received nearest: 0|<nearest none|NEAREST[t1]|yes|DATA5|Nearest waybeacons "
+     "received|Received nearest: 2|yes"},
     {"SharesItsState",
      "ready start state=1 hear=1.2 reply=5 forget b.new hear=1.2 b.scanning b.stop reply2nd=6 reply=1 start reply=1 "
      "b.authorization hear=1.2 b.start scanning b.drop nearest reply=7 hear=3.4 reply=8 hear=3.4",
-     "LOGIN[t1]|CREATE|RESOLVE1.2[t1]|yes|>unmonitor|>unrange|yes|<b.match m6#1|SYNC[t1]|no|<b.ready|<match m6#1|"
-     "MONITOR|yes|yes|NEAREST[t1]|yes|RESOLVE3.4[t1]|RESOLVE3.4[t1]"},
+     "LOGIN[t1]|CREATE|RESOLVE1.2[t1]|yes|>unmonitor|>unrange|yes|<b.match m6#1|SYNC[t1]|no|<b.ready|<match "
+     "m6#1|MONITOR|yes|yes|NEAREST[t1]|yes|RESOLVE3.4[t1]|RESOLVE3.4[t1]"},
     {"SyncsTheNewest", "new b.new forget reply=1 reply2nd=1 relocate stop relocate=null",
      "SYNC[t1]|<b.ready|>other unmonitor|yes|threw a BVManager needs a location manager"},
     {"IsDroppedBeforeItIsAnswered",
@@ -311,8 +283,8 @@ const Story kStories[] = {
     {"BearsWhatHostsDo",
      "new reply=1 then=drop reply=1 new reply=1 then=throw reply=1 forget hear=1.2 then=throw reply=5 then=stop "
      "hear=1.2,3.4 then=nobody hear=1.2,1.2 somebody then=start hear=1.2,1.2",
-     "RESOLVE1.2[t1]|<match m5#0|threw a host's own|<match m5#0|>unmonitor|yes|RESOLVE3.4[t1]|<match m5#0|<match m5#0|"
-     "MONITOR|yes|RESOLVE1.2[t1]"},
+     "RESOLVE1.2[t1]|<match m5#0|threw a host's own|<match m5#0|>unmonitor|yes|RESOLVE3.4[t1]|<match m5#0|<match "
+     "m5#0|MONITOR|yes|RESOLVE1.2[t1]"},
 };
 
 class Manager : public testing::TestWithParam<Story> {};
