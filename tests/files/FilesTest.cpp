@@ -2,11 +2,9 @@
 #include <gtest/gtest.h>
 #include <plist/plist.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <future>
-#include <stdexcept>
 #include <thread>
 
 #include "platform/files/KeyFilePreferences.h"
@@ -19,11 +17,7 @@ namespace {
 using platform::JSONValue;
 using platform::KeyFilePreferences;
 using platform::PlistPropertyList;
-
-std::string contentsOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
+using std::filesystem::perms, std::filesystem::status;
 
 /// What a constructor says of a file that it refuses.
 template <typename Adapter>
@@ -54,11 +48,8 @@ TEST(Preferences, KeepTextsForLaterAndForOthers) {
   for (const std::string& text : texts) EXPECT_EQ(later.stringForKey("k" + text), text);
   EXPECT_EQ(later.stringForKey("other"), "2");
   EXPECT_THROW(first.setValue_forKey("3", ""), std::invalid_argument);
-  struct stat status {};
-  ASSERT_EQ(stat(path.c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777U, 0600U);
-  ASSERT_EQ(stat((folder.path() / "new" / "brivane").c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777U, 0700U);
+  EXPECT_EQ(status(path).permissions(), perms::owner_read | perms::owner_write);
+  EXPECT_EQ(status(folder.path() / "new" / "brivane").permissions(), perms::owner_all);
   setenv("XDG_CONFIG_HOME", "/somewhere", 1);
   EXPECT_EQ(KeyFilePreferences::pathFor("org.example.Walk"), "/somewhere/org.example.Walk/preferences");
   for (const char* name : {"", "..", "a/b"}) EXPECT_THROW(KeyFilePreferences::pathFor(name), std::invalid_argument);
@@ -94,7 +85,9 @@ TEST(Preferences, LeaveADamagedFileAlone) {
     const std::string fault = refusal<KeyFilePreferences>(path);
     EXPECT_TRUE(fault.starts_with(path + ": the preferences cannot be read: ")) << fault;
     EXPECT_EQ(fault.find('\n'), std::string::npos);
-    EXPECT_EQ(contentsOf(path), damage);
+    std::ostringstream left;
+    left << std::ifstream(path, std::ios::binary).rdbuf();
+    EXPECT_EQ(left.str(), damage);
   }
   EXPECT_THROW(KeyFilePreferences{"/dev/null/p"}, std::runtime_error);
 }
@@ -123,15 +116,13 @@ TEST(PropertyList, ReadsTextsFromXMLAndBinary) {
     EXPECT_FALSE(list.objectForInfoDictionaryKey("e"));
   }
   const auto nested = [](int depth) {
-    std::string text = "<plist><dict><key>k</key>";
-    for (int i = 0; i < depth; ++i) text += "<array>";
-    for (int i = 0; i < depth; ++i) text += "</array>";
-    return text + "</dict></plist>";
+    std::string opened = "<plist><dict><key>k</key>", closed;
+    for (; depth > 0; --depth) opened += "<array>", closed += "</array>";
+    return opened + closed + "</dict></plist>";
   };
   const std::string other = "not a property list", deep = "more than 1000 dictionaries and lists";
   const std::pair<std::string, std::string> rows[] = {
       {"", other},
-      {"text", other},
       {xml.substr(0, 60), other},
       {binaryOf(xml).substr(0, 40), other},
       {"<plist><array/></plist>", "no dictionary at the top of the property list"},
@@ -149,7 +140,6 @@ TEST(PropertyList, ReadsTextsFromXMLAndBinary) {
   const std::string path = folder.write("Info.plist", zero);
   EXPECT_NO_THROW(PlistPropertyList(path).objectForInfoDictionaryKey("k"));
   EXPECT_EQ(refusal<PlistPropertyList>("/nowhere"), "/nowhere: No such file or directory");
-  EXPECT_EQ(refusal<PlistPropertyList>("/dev/null"), "/dev/null: not a file");
   EXPECT_EQ(refusal<PlistPropertyList>("/"), "/: not a file");
 }
 
