@@ -2,9 +2,7 @@
 
 #include <atomic>
 #include <fstream>
-#include <functional>
 #include <iomanip>
-#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -58,14 +56,6 @@ std::string hex(std::uint64_t value, int digits) {
   return text.str();
 }
 
-std::string bytesOf(const std::string& hexadecimal) {
-  std::string bytes;
-  for (std::size_t i = 0; i < hexadecimal.size(); i += 2) {
-    bytes += static_cast<char>(std::stoi(hexadecimal.substr(i, 2), nullptr, 16));
-  }
-  return bytes;
-}
-
 // Parts of captures, in hexadecimal.
 
 std::string header(int datalink) { return "6274736e6f6f700000000001" + hex(static_cast<unsigned>(datalink), 8); }
@@ -113,39 +103,37 @@ TEST(Btsnoop, ReadsEveryFramingAndNamesTheFaultAndItsPlace) {
       {good + record(3, "3e03020501"), heard + "byte 62: an HCI event ends inside a field"},
   };
   for (const auto& [capture, contents] : rows) {
-    EXPECT_EQ(contentsOf(folder.write("a.btsnoop", bytesOf(capture))), contents) << capture;
+    std::string bytes;
+    for (std::size_t i = 0; i < capture.size(); i += 2) {
+      bytes += static_cast<char>(std::stoi(capture.substr(i, 2), nullptr, 16));
+    }
+    EXPECT_EQ(contentsOf(folder.write("a.btsnoop", bytes)), contents) << capture;
   }
 }
 
 TEST(Gpx, ReadsPointsByTimeOrNamesTheFault) {
   const TemporaryFolder folder;
-  const auto read = [&folder](const std::string& file) {
+  const auto read = [&folder](const std::string& points) {
     std::ostringstream text;
     const std::string fault = faultOf([&] {
-      for (const auto& [time, location] : readGpxTrack(folder.write("t.gpx", file))) {
-        text << time.time_since_epoch().count() << ':' << location.coordinate.latitude << '/'
-             << location.horizontalAccuracy << ' ';
+      const std::string file = "<gpx><trk><trkseg>" + points + "</trkseg></trk></gpx>";
+      for (const auto& [time, at] : readGpxTrack(folder.write("t.gpx", file))) {
+        text << time.time_since_epoch().count() << ':' << at.coordinate.latitude << '/' << at.horizontalAccuracy << ' ';
       }
     });
     return text.str() + fault;
   };
-  const auto point = [](const std::string& where, const std::string& time) {
-    return "<gpx><trk><trkseg><trkpt " + where + "><time>" + time + "</time></trkpt></trkseg></trk></gpx>";
-  };
-  EXPECT_EQ(read(R"(<gpx><trk><trkseg>
-                    <trkpt lat="1" lon="2"><time>2026-05-09T12:00:01+01:30</time><hdop>2</hdop></trkpt>
-                    <trkpt lat="-1.5" lon="2"><time>2026-05-09T10:00:00.25Z</time></trkpt></trkseg></trk></gpx>)"),
+  const std::string point = R"(<trkpt lat="1" lon="2"><time>)";
+  EXPECT_EQ(read(point + R"(2026-05-09T12:00:01+01:30</time><hdop>2</hdop></trkpt>
+                            <trkpt lat="-1.5" lon="2"><time>2026-05-09T10:00:00.25Z</time></trkpt>)"),
             "1778320800250000:-1.5/5 1778322601000000:1/10 ");
-  const std::string place = R"(lat="1" lon="2")";
   for (const char* time : {"2026-05-09", "2026-02-30T10:00:00Z", "2026-05-09T24:00:00Z", "2026-05-09T10:00:00Zx"}) {
-    EXPECT_EQ(read(point(place, time)), "byte 19: a track point without a time") << time;
+    EXPECT_EQ(read(point + time + "</time></trkpt>"), "byte 19: a track point without a time") << time;
   }
-  for (const char* where : {R"(lat="1,5" lon="2")", R"(lat="91" lon="2")", R"(lon="2")"}) {
-    EXPECT_EQ(read(point(where, "2026-05-09T10:00:00Z")), "byte 19: a track point without a latitude and a longitude")
-        << where;
+  for (const char* where : {R"(<trkpt lat="1,5" lon="2"/>)", R"(<trkpt lat="91" lon="2"/>)", R"(<trkpt lon="2"/>)"}) {
+    EXPECT_EQ(read(where), "byte 19: a track point without a latitude and a longitude") << where;
   }
-  EXPECT_EQ(read("<kml/>"), "byte 0: not a GPX file");
-  EXPECT_EQ(faultOf([] { readGpxTrack("/nowhere/t.gpx"); }), "No such file or directory");
+  EXPECT_EQ(faultOf([&] { readGpxTrack(folder.write("t.gpx", "<kml/>")); }), "byte 0: not a GPX file");
 }
 
 class Replay : public testing::Test {
