@@ -3,18 +3,12 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
-#include <string_view>
 
 // What every target defines; libFuzzer calls it with each input.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
-
-inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {
-  return {reinterpret_cast<const char*>(data), size};
-}
 
 /// The input as a file, for what reads files alone; in memory, so that nothing stays when a run is killed.
 inline std::string fileWith(const std::uint8_t* data, std::size_t size) {

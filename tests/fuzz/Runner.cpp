@@ -1,11 +1,9 @@
 #include <algorithm>
-#include <cstddef>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
-#include <iterator>
 #include <random>
-#include <string>
+#include <set>
+#include <span>
 #include <vector>
 
 #include "tests/fuzz/Input.h"
@@ -20,22 +18,17 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::size_t kLargest = 12'000;
 
-Bytes read(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  Bytes bytes(std::istreambuf_iterator<char>(file), {});
-  bytes.resize(std::min(bytes.size(), kLargest));
-  return bytes;
-}
-
-std::vector<Bytes> readSeeds(const char* const* first, const char* const* last) {
-  std::vector<std::filesystem::path> paths;
-  for (; first != last; ++first) {
-    if (!std::filesystem::is_directory(*first)) continue;
-    for (const auto& file : std::filesystem::directory_iterator(*first)) paths.push_back(file.path());
+std::vector<Bytes> readSeeds(std::span<const char* const> folders) {
+  std::set<std::filesystem::path> paths;  // in order, because folders are read in any
+  for (const char* folder : folders) {
+    for (const auto& file : std::filesystem::directory_iterator(folder)) paths.insert(file.path());
   }
-  std::ranges::sort(paths);  // folders are read in any order
   std::vector<Bytes> seeds = {{}};
-  for (const auto& path : paths) seeds.push_back(read(path));
+  for (const auto& path : paths) {
+    std::ifstream file(path, std::ios::binary);
+    seeds.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    seeds.back().resize(std::min(seeds.back().size(), kLargest));
+  }
   return seeds;
 }
 
@@ -57,15 +50,13 @@ Bytes changed(Bytes bytes, const Bytes& other, std::mt19937& random) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 2) return 2;
-  const std::size_t runs = std::stoul(argv[1]);
-  const std::vector<Bytes> seeds = readSeeds(argv + 2, argv + argc);
+  const std::span<const char* const> arguments(argv, static_cast<std::size_t>(argc));
+  const std::vector<Bytes> seeds = readSeeds(arguments.subspan(2));
   for (const Bytes& seed : seeds) LLVMFuzzerTestOneInput(seed.data(), seed.size());
   std::mt19937 random;  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same changes each time are wanted
   const auto any = [&] { return seeds[random() % seeds.size()]; };
-  for (std::size_t run = 0; run < runs; ++run) {
+  for (auto runs = std::stoul(arguments[1]); runs > 0; --runs) {
     const Bytes input = changed(any(), any(), random);
     LLVMFuzzerTestOneInput(input.data(), input.size());
   }
-  std::cout << seeds.size() << " seeds and " << runs << " changes of them\n";
 }
