@@ -17,11 +17,9 @@ Radio::Radio(Screen& screen, Options options)
               .live = {
                   .log = options.log ? std::make_shared<platform::StandardErrorLog>() : nullptr,
                   .onRadio = [this](const auto& status) { onRadio(status); },
-                  .onNoPositions =
-                      [this](const std::string& reason) {
-                        positionFault_ = reason;
-                        screen_.complain(reason);
-                      },
+                  .onPermission = [this](const auto& /*permission*/,
+                                         const std::string& reason) { refusal_ = reason; },
+                  .onNoPositions = [this](const auto& reason) { screen_.complain(reason); },
                   .onAdvertisement = std::move(options.onAdvertisement)}})) {}
 
 void Radio::failIfUseless() const {
@@ -32,7 +30,7 @@ void Radio::failIfUseless() const {
 
 void Radio::failUnlessAuthorized() const {
   if (service_->authorizationStatus() == platform::kCLAuthorizationStatusAuthorizedAlways) return;
-  const std::string& reason = positionFault_.empty() ? fault_ : positionFault_;
+  const std::string& reason = refusal_.empty() ? fault_ : refusal_;
   throw Failure(kServiceFailure, "not allowed to detect: " +
                                      (reason.empty() ? "nobody answered the question" : reason));
 }

@@ -41,9 +41,10 @@ class Radio {
   const std::string adapter_;
   bool hasListened_ = false;
   bool complained_ = false;
-  /// What is wrong now, and with positions.
+  /// What is wrong now.
   std::string fault_;
-  std::string positionFault_;
+  /// Why detection is not allowed, or not all of it.
+  std::string refusal_;
   const std::shared_ptr<platform::LinuxLocationService> service_;
 };
 
