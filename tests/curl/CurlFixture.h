@@ -4,10 +4,6 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <memory>
-#include <mutex>
-#include <string>
-#include <vector>
 
 #include "platform/curl/CurlHTTPClient.h"
 #include "tests/support/TLSServer.h"

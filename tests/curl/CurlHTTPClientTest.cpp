@@ -1,11 +1,8 @@
 #include <curl/curl.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
-#include <atomic>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 
@@ -36,13 +33,11 @@ TEST_F(Curl, TrustsTheRightCertificateAlone) {
   EXPECT_THROW(CurlHTTPClient({.caFile = folder.path() / "none.pem"}), std::invalid_argument);
   const service::Certificate other = service::makeCertificate("other.example", -1h, 1h);
   const service::Certificate expired = service::makeCertificate(kHost, -2h, -1h);
-  const std::tuple<service::Certificate, service::Certificate, std::string> rows[] = {
-      {certificate, certificate, ""},
-      {certificate, other, "self-signed certificate"},
-      {other, other, "no alternative certificate subject name"},
-      {expired, expired, "certificate has expired"},
-  };
-  for (const auto& [presented, trusted, fault] : rows) {
+  using Row = std::tuple<service::Certificate, service::Certificate, std::string>;
+  for (const auto& [presented, trusted, fault] :
+       {Row(certificate, certificate, ""), Row(certificate, other, "self-signed certificate"),
+        Row(other, other, "no alternative certificate subject name"),
+        Row(expired, expired, "certificate has expired")}) {
     const TLSServer server(presented, TLSServer::answering(TLSServer::reply("no", "401 Unauthorized")));
     EXPECT_EQ(outcome(*client(server, &trusted), request("/a/b?secret")), fault.empty() ? "401 no" : "none");
     EXPECT_EQ(told.back().endpoint, "/a/b");
@@ -56,16 +51,14 @@ TEST_F(Curl, KeepsSecretsFromWhereRedirectsLead) {
   const TLSServer other(certificate, TLSServer::answering(TLSServer::reply("there"), &requests));
   const std::string elsewhere = "//127.0.0.1:" + std::to_string(other.port()) + "/x";  // differs in its port alone
   const std::string within = "https://API.brivane.example:443/x";
-  const struct {
+  struct Row {
     std::string status, to, outcome, last;
-  } rows[] = {
-      {"302 Found", within, "200 there", "GET /x with token"},
-      {"307 Moved", within, "200 there", "POST /x with token and body"},
-      {"302 Found", "https:" + elsewhere, "200 there", "GET /x"},
-      {"307 Moved", "https:" + elsewhere, "none", "none"},
-      {"302 Found", "http:" + elsewhere, "none", "none"},
   };
-  for (const auto& row : rows) {
+  for (const Row& row : {Row{"302 Found", within, "200 there", "GET /x with token"},
+                         Row{"307 Moved", within, "200 there", "POST /x with token and body"},
+                         Row{"302 Found", "https:" + elsewhere, "200 there", "GET /x"},
+                         Row{"307 Moved", "https:" + elsewhere, "none", "none"},
+                         Row{"302 Found", "http:" + elsewhere, "none", "none"}}) {
     const TLSServer first(certificate, [&](TLSConnection& connection) {
       connection.readRequest();
       connection.write(TLSServer::reply("", row.status, "Location: " + row.to + "\r\n"));

@@ -1,34 +1,24 @@
 #include <algorithm>
-#include <atomic>
 
 #include "tests/curl/CurlFixture.h"
 
 namespace {
 
-// As much of HTTP/2 as a server needs that may stop anywhere.
+using std::string_literals::operator""s;
 
-/// `count` bytes of a number, the most significant first.
-std::string number(std::uint64_t value, int count) {
-  std::string bytes;
-  while (count-- > 0) bytes += static_cast<char>(value >> (8 * count));
-  return bytes;
-}
+// As much of HTTP/2 as a server needs that may stop anywhere. A frame has the length of its payload, its type, flags
+// and stream, and its payload.
 
-std::string frame(int type, int flags, std::uint32_t stream, const std::string& payload) {
-  return number(payload.size(), 3) + static_cast<char>(type) + static_cast<char>(flags) + number(stream, 4) + payload;
-}
-
-constexpr int kData = 0, kHeaders = 1, kSettings = 4, kEndStream = 1, kEndHeaders = 4;
-
-/// A whole reply, of status 200.
+/// A whole reply, of status 200: a frame of headers, and one of data, the last of the stream.
 std::string goodReply(std::uint32_t stream) {
-  return frame(kHeaders, kEndHeaders, stream, "\x88") + frame(kData, kEndStream, stream, "good");
+  const std::string number = {0, 0, static_cast<char>(stream >> 8U), static_cast<char>(stream)};
+  return "\0\0\1\1\4"s + number + "\x88" + "\0\0\4\0\1"s + number + "good";
 }
 
-/// What each side begins with. The client's is read, not looked at.
+/// What each side begins with: its settings. The client's are read, not looked at.
 void greet(TLSConnection& connection) {
   connection.read(24);
-  connection.write(frame(kSettings, 0, 0, ""));
+  connection.write("\0\0\0\4\0\0\0\0\0"s);
 }
 
 /// The stream of the next request that has come whole; 0 when the peer has gone.
@@ -38,7 +28,8 @@ std::uint32_t readRequest(TLSConnection& connection) {
     if (head.size() < 9) return 0;
     const auto at = [&](std::size_t i) { return static_cast<std::uint32_t>(static_cast<std::uint8_t>(head[i])); };
     connection.read(at(0) << 16U | at(1) << 8U | at(2));
-    if (at(3) <= kHeaders && (at(4) & kEndStream) != 0) return at(5) << 24U | at(6) << 16U | at(7) << 8U | at(8);
+    const bool isEnd = at(3) <= 1 && (at(4) & 1U) != 0;  // data or headers, the last of the stream
+    if (isEnd) return at(5) << 24U | at(6) << 16U | at(7) << 8U | at(8);
   }
 }
 
