@@ -19,14 +19,11 @@ from programs import start_service  # noqa: E402
 WALKS = SOURCE / "walks"
 # What the reader of a snippet has: services, a delegate, and a way to tell somebody.
 CONTEXT = """#include <BrivaneSDK/BrivaneSDK.h>
-extern std::shared_ptr<platform::HTTPClient> http;
-extern std::shared_ptr<platform::JSON> json;
-extern std::shared_ptr<platform::Preferences> preferences;
-extern std::shared_ptr<platform::PropertyList> propertyList;
-extern std::shared_ptr<platform::LocationService> location;
-extern std::shared_ptr<platform::DeviceModel> deviceModel;
-extern std::shared_ptr<platform::RandomUUID> randomUUID;
-extern std::shared_ptr<BVManagerDelegate> delegate;
+template <typename Service> using Held = std::shared_ptr<Service>;
+extern Held<platform::HTTPClient> http; extern Held<platform::JSON> json; extern Held<platform::RandomUUID> randomUUID;
+extern Held<platform::Preferences> preferences; extern Held<platform::PropertyList> propertyList;
+extern Held<platform::LocationService> location; extern Held<platform::DeviceModel> deviceModel;
+extern Held<BVManagerDelegate> delegate;
 void say(const std::string& text);
 """
 
