@@ -17,11 +17,9 @@ import unittest
 from programs import Listener, start_service, wait_for
 
 HERE = pathlib.Path(__file__).parent
-BRIVANE = str(HERE / "brivane")
-SERVICE = str(HERE / "brivane-service")
+BRIVANE, SERVICE = str(HERE / "brivane"), str(HERE / "brivane-service")
 NETWORK = bytes.fromhex("5c8e3d7a41b24f609e0b27d1a6c4f385")
 BEACONS = {minor: -40 - minor for minor in range(1, 21)}  # minor to RSSI; the service knows fifteen
-FRAMES_A_SECOND = 10
 NAMES = {beacon["name"] for place in json.loads((HERE / "old-town.json").read_text())["places"]
          for beacon in place["beacons"]}
 
@@ -46,7 +44,7 @@ class Air:
 
     def play(self):
         began, rounds = time.monotonic(), 0
-        while not self.over.wait(max(0.0, began + rounds / FRAMES_A_SECOND - time.monotonic())):
+        while not self.over.wait(max(0.0, began + rounds / 10 - time.monotonic())):
             for minor, rssi in BEACONS.items() if self.powered else ():
                 with contextlib.suppress(OSError):  # the controller is gone
                     self.controller.send(self.report(minor, rssi))
@@ -56,8 +54,7 @@ class Air:
     def report(minor, rssi):
         data = b"\x02\x01\x06\x1a\xff\x4c\x00\x02\x15" + NETWORK + struct.pack(">HHb", 1, minor, -59)
         address = bytes([minor, 0, 0, 0, 0, 0xC0])
-        event = b"\x3e\x02\x01\x03\x01" + address + bytes([len(data)]) + data + struct.pack("b", rssi)
-        parameters = b"\x00" + event
+        parameters = b"\x00\x3e\x02\x01\x03\x01" + address + bytes([len(data)]) + data + struct.pack("b", rssi)
         return b"\x01" + struct.pack("<HB", 0xFC10, len(parameters)) + parameters
 
 
@@ -76,10 +73,8 @@ def is_powered():
 
 def power(on):
     """BlueZ refuses while it is busy with the discovery."""
-    wanted = "true" if on else "false"
-
     def is_switched():
-        adapter("org.freedesktop.DBus.Properties.Set", "org.bluez.Adapter1", "Powered", f"<{wanted}>")
+        adapter("org.freedesktop.DBus.Properties.Set", "org.bluez.Adapter1", "Powered", "<true>" if on else "<false>")
         return is_powered() == on
 
     wait_for(is_switched)
@@ -90,8 +85,8 @@ def names(listener):
 
 
 class BlueZ(unittest.TestCase):
-    def start(self, *command):
-        process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    def start(self, *command, **options):
+        process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, **options)
         self.addCleanup(process.wait)
         self.addCleanup(process.kill)
         return process
@@ -130,7 +125,9 @@ class BlueZ(unittest.TestCase):
             with Air() as air:
                 wait_for(lambda: names(detect) == NAMES)
                 for fault in self.crash, self.power_cycle, self.block:
-                    fault(air)
+                    air.powered = fault == self.crash
+                    fault()
+                    air.powered = True
                     over = time.monotonic()
                     wait_for(lambda: detect.of("match")[-1]["came"] > over + 1)
             wait_for(lambda: "OUTSIDE\n" in detect.lines)
@@ -142,26 +139,22 @@ class BlueZ(unittest.TestCase):
             self.assertEqual(len([line for line in detect.lines if line.startswith("Ranging beacons failed") and
                                   complaint in line]), 1, complaint)
 
-    def crash(self, _air):
+    def crash(self):
         self.kill_daemon()
         time.sleep(3)
         self.start_daemon()
 
-    def power_cycle(self, air):
-        air.powered = False
+    def power_cycle(self):
         power(False)
         time.sleep(3)
         power(True)
-        air.powered = True
 
-    def block(self, air):
-        air.powered = False
+    def block(self):
         control = next(pathlib.Path("/sys/class/rfkill").glob("*/soft"))
         control.write_text("1")
         time.sleep(3)
         control.write_text("0")
         wait_for(is_powered)
-        air.powered = True
 
     def test_a_monitor_is_taken_up(self):
         self.kill_daemon()
@@ -179,9 +172,7 @@ class BlueZ(unittest.TestCase):
         self.assertFalse(detect.says("no advertisement monitor"))
 
     def test_another_client_s_filter_takes_nothing_away(self):
-        other = subprocess.Popen(["bluetoothctl"], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True)
-        self.addCleanup(other.wait)
-        self.addCleanup(other.kill)
+        other = self.start("bluetoothctl", stdin=subprocess.PIPE, text=True)
         with Listener([BRIVANE, "scan", "--json"]) as scan, Air():
             wait_for(scan.hears)
             other.stdin.write("menu scan\npattern 99:99\nback\nscan on\n")
