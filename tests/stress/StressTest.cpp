@@ -25,14 +25,12 @@
 #include "platform/curl/CurlHTTPClient.h"
 #include "platform/location/LocationCore.h"
 #include "tests/support/Frames.h"
-#include "tests/support/HostDelegate.h"
 #include "tests/support/Town.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kPatience = 60s;
 const std::vector<std::string> kFaults = {"drop=0.05", "bad-json=0.05"};
 
 /// The library in the town, on real TLS, with a radio that hears ten beacons. Made once a process.
@@ -50,7 +48,7 @@ class Phone {
   Phone& operator=(const Phone&) = delete;
 
   /// Waits until all requests have been answered.
-  bool rest() const { return http_->waitUntilIdle(kPatience); }
+  bool rest() const { return http_->waitUntilIdle(60s); }
 
  private:
   void listen() {
@@ -69,6 +67,24 @@ class Phone {
       platform::LocationCore::Options{.permission = platform::alwaysPermitted});
   std::atomic<bool> silent_ = false;
   std::thread radio_;
+};
+
+/// A host that does one thing with every call that it gets.
+class Host final : public BVManagerDelegate {
+ public:
+  enum Call { kReady, kMatch, kOther };
+
+  explicit Host(std::function<void(Call)> onCall) : onCall_(std::move(onCall)) {}
+
+ private:
+  void didIsReady() override { onCall_(kReady); }
+  void didErrorFound(const std::shared_ptr<const BVError>& /*error*/) override { onCall_(kOther); }
+  void didBVMatch(const std::shared_ptr<const BVAPIResolve>& /*match*/) override { onCall_(kMatch); }
+  void didNearestWaybeacons(const std::shared_ptr<const BVWaybeaconDistance::List>& /*places*/) override {
+    onCall_(kOther);
+  }
+
+  const std::function<void(Call)> onCall_;
 };
 
 /// Hosts that do on any thread, and inside any call, whatever comes to their mind with managers that they share.
@@ -108,65 +124,48 @@ class WildHosts {
   }
 
  private:
-  struct Slot {
-    std::mutex mutex;
-    std::shared_ptr<BVManager> manager;
-  };
+  using Slot = std::shared_ptr<BVManager>;
 
-  static std::shared_ptr<BVManager> take(Slot& slot) {
-    const std::lock_guard lock(slot.mutex);
-    return slot.manager;
+  Slot take(const Slot& slot) {
+    const std::lock_guard lock(mutex_);
+    return slot;
   }
-  void put(Slot& slot, std::shared_ptr<BVManager> manager) {
-    const std::lock_guard lock(slot.mutex);
-    if (!gone_ || !manager) std::swap(slot.manager, manager);
+  void put(Slot& slot, Slot manager) {
+    const std::lock_guard lock(mutex_);
+    if (!gone_ || !manager) std::swap(slot, manager);
   }
 
-  std::shared_ptr<HostDelegate> makeHost() {
-    return std::make_shared<HostDelegate>([this](auto) {
+  std::shared_ptr<Host> makeHost() {
+    return std::make_shared<Host>([this](auto) {
       // Seldom something that makes more calls, or they would never end.
       const unsigned call = calls_++;
       if (call % 8 == 0 && !gone_) act(call / 8 * 2654435761U);
     });
   }
 
+  std::mutex mutex_;
   std::array<Slot, 2> slots_;
   std::atomic<unsigned> calls_ = 0;
   std::atomic<bool> gone_ = false;
 };
-
-/// Whether `condition` comes to hold.
-bool waitFor(const std::function<bool()>& condition) {
-  for (const auto end = std::chrono::steady_clock::now() + kPatience; std::chrono::steady_clock::now() < end;) {
-    if (condition()) return true;
-    std::this_thread::sleep_for(1ms);
-  }
-  return false;
-}
 
 /// Once the wild ones have gone and the service fails no more, the next host gets ready and hears of a place.
 void expectThatANewHostFares(Town& town, const Phone& phone, WildHosts& wild) {
   wild.leave();
   ASSERT_TRUE(phone.rest());
   town.recover();
-  const auto called = std::make_shared<std::array<std::atomic<bool>, 4>>();
-  const auto manager = BVManager::initWithDelegate(
-      std::make_shared<HostDelegate>([called](HostDelegate::Call call) { called->at(call) = true; }));
-  ASSERT_TRUE(waitFor([&] { return called->at(HostDelegate::kReady).load(); }));
+  const auto called = std::make_shared<std::array<std::atomic<bool>, 2>>();
+  const auto manager = BVManager::initWithDelegate(std::make_shared<Host>([called](Host::Call call) {
+    if (call == Host::kOther) return;
+    called->at(call) = true;
+    called->at(call).notify_all();
+  }));
+  called->at(Host::kReady).wait(false);
   ASSERT_TRUE(manager->startDetection());
-  EXPECT_TRUE(waitFor([&] { return called->at(HostDelegate::kMatch).load(); }));
+  called->at(Host::kMatch).wait(false);
 }
 
-/// The library's services are installed for the life of the process.
-class Stress : public testing::Test {
- protected:
-  void SetUp() override {
-    static bool ran = false;
-    if (std::exchange(ran, true)) GTEST_SKIP() << "each case needs a process of its own, as ctest starts it";
-  }
-};
-
-TEST_F(Stress, HostsMayDoAnythingOnAnyThread) {
+TEST(Stress, HostsMayDoAnythingOnAnyThread) {
   WildHosts hosts;
   Town town(kFaults);
   const Phone phone(town);
@@ -176,7 +175,7 @@ TEST_F(Stress, HostsMayDoAnythingOnAnyThread) {
   expectThatANewHostFares(town, phone, hosts);
 }
 
-TEST_F(Stress, AProcessMayEndInTheMiddleOfIt) {
+TEST(Stress, AProcessMayEndInTheMiddleOfIt) {
   const Town town(kFaults);
   EXPECT_EXIT(
       {
@@ -196,14 +195,15 @@ int inheritedConnections(std::uint16_t port) {
     const int descriptor = std::stoi(entry.path().filename());
     sockaddr_in peer{};
     socklen_t size = sizeof peer;
-    const bool isConnection = getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) == 0 &&
-                              peer.sin_family == AF_INET && ntohs(peer.sin_port) == port;
-    if (isConnection && (fcntl(descriptor, F_GETFD) & FD_CLOEXEC) == 0) ++count;
+    getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size);  // leaves zeros for what is no connection
+    if (peer.sin_family == AF_INET && ntohs(peer.sin_port) == port && (fcntl(descriptor, F_GETFD) & FD_CLOEXEC) == 0) {
+      ++count;
+    }
   }
   return count;
 }
 
-TEST_F(Stress, AHostMayForkAndItsChildMayExit) {
+TEST(Stress, AHostMayForkAndItsChildMayExit) {
 #ifdef __SANITIZE_ADDRESS__
   GTEST_SKIP() << "its heap does not survive a fork among busy threads";
 #endif

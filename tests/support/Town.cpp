@@ -1,7 +1,6 @@
 #include "tests/support/Town.h"
 
-#include <fcntl.h>
-#include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -36,22 +35,22 @@ Town::Town(const std::vector<std::string>& faults)
     : certificate_(service::makeCertificate(BRIVANE_API_HOST, -1h, 48h)),
       certificateFile_(folder_.write("ca.pem", certificate_.certificatePEM)) {
   int ends[2];
-  if (pipe2(static_cast<int*>(ends), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, &ends[0]) != 0) throw std::runtime_error("no socket");
   process_ = fork();
+  close(ends[process_ == 0 ? 0 : 1]);
   if (process_ == 0) serve(faults, ends[1]);
-  close(ends[1]);
-  fromService_ = ends[0];
+  service_ = ends[0];
   readPort();
 }
 
 Town::~Town() {
   kill(process_, SIGKILL);
   waitpid(process_, nullptr, 0);
-  close(fromService_);
+  close(service_);
 }
 
 void Town::recover() {
-  kill(process_, SIGUSR1);
+  send(service_, "", 1, 0);
   readPort();
 }
 
@@ -72,28 +71,23 @@ platform::Services Town::services(std::shared_ptr<platform::HTTPClient> http,
           .randomUUID = std::make_shared<platform::SystemRandomUUID>()};
 }
 
-void Town::serve(const std::vector<std::string>& faults, int toParent) const {
-  prctl(PR_SET_PDEATHSIG, SIGKILL);
+void Town::serve(const std::vector<std::string>& faults, int parent) const {
   service::Service::Options options;
   options.certificate = certificate_;
   options.apiHost = BRIVANE_API_HOST;
   options.endpoints.network = Street::network();
   options.endpoints.tokenLifetime = 48h;
   for (const std::string& fault : faults) options.faults.push_back(service::Fault::parse(fault));
-  sigset_t recovery;
-  sigemptyset(&recovery);
-  sigaddset(&recovery, SIGUSR1);
-  pthread_sigmask(SIG_BLOCK, &recovery, nullptr);
   for (;;) {
     const service::Service service(options);
     options.port = service.port();
-    if (write(toParent, &options.port, sizeof options.port) != sizeof options.port) _exit(1);
-    int received = 0;
-    sigwait(&recovery, &received);
+    send(parent, &options.port, sizeof options.port, 0);
+    char recovery = 0;
+    if (read(parent, &recovery, 1) != 1) _exit(0);  // the test has gone
     options.faults.clear();
   }
 }
 
 void Town::readPort() {
-  if (read(fromService_, &port_, sizeof port_) != sizeof port_) throw std::runtime_error("no service");
+  if (read(service_, &port_, sizeof port_) != sizeof port_) throw std::runtime_error("no service");
 }

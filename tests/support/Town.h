@@ -36,13 +36,13 @@ class Town {
                               std::shared_ptr<platform::LocationService> location) const;
 
  private:
-  [[noreturn]] void serve(const std::vector<std::string>& faults, int toParent) const;
+  [[noreturn]] void serve(const std::vector<std::string>& faults, int parent) const;
   void readPort();
 
   const TemporaryFolder folder_;
   const service::Certificate certificate_;
   const std::string certificateFile_;
-  int fromService_ = -1;
+  int service_ = -1;
   pid_t process_ = 0;
   std::uint16_t port_ = 0;
 };
