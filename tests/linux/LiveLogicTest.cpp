@@ -188,10 +188,7 @@ TEST(BlueZDevices, CountsSightingsAndNothingElse) {
     return textOf(
         devices.change(path, parse("@a{sv} {" + changed + "}").get(), parse("@as [" + invalidated + "]").get()));
   };
-  struct Row {
-    std::string changed, invalidated, heard;
-  };
-  const Row rows[] = {
+  const std::tuple<std::string, std::string, std::string> rows[] = {
       {good + ", 'RSSI': <int16 -60>", "", "-60/10"},
       {"'RSSI': <int16 -61>", "", "-61/10"},
       {good, "", "-61/10"},
@@ -202,7 +199,7 @@ TEST(BlueZDevices, CountsSightingsAndNothingElse) {
       {data("6: " + frame), "", ""},
       {"'RSSI': <int16 -62>", "", ""},  // nothing is left that it could be of
   };
-  for (const Row& row : rows) EXPECT_EQ(change(row.changed, row.invalidated), row.heard) << row.changed;
+  for (const auto& [changed, invalidated, heard] : rows) EXPECT_EQ(change(changed, invalidated), heard) << changed;
   const Variant found = parse("{" + good + ", 'RSSI': <int16 -50>}");
   EXPECT_EQ(textOf(devices.find(path, found.get())), "-50/10");
   devices.forget(path);
@@ -220,9 +217,7 @@ TEST(GeoClue, ReadsRefusalsAndPositions) {
   EXPECT_EQ(grantOf("AccessDenied", "Access denied"), PositionGrant::kDenied);
   EXPECT_EQ(grantOf("ServiceUnknown", ""), PositionGrant::kSwitchedOff);
   EXPECT_EQ(grantOf("Spawn.ServiceNotFound", ""), PositionGrant::kSwitchedOff);
-  for (const char* error : {"NoReply", "LimitsExceeded", "Disconnected"}) {
-    EXPECT_EQ(grantOf(error, ""), PositionGrant::kPending) << error;
-  }
+  EXPECT_EQ(grantOf("NoReply", ""), PositionGrant::kPending);
   const auto read = [](const std::string& properties) {
     const auto position = positionIn(parse("{" + properties + "}").get(), 1'000'000'000);
     return position ? position->coordinate.latitude * 1000 + position->horizontalAccuracy : 0;

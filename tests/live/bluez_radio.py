@@ -6,7 +6,6 @@ from dbusmock.templates.bluez5 import (ADAPTER_IFACE, BLUEZ_MOCK_IFACE, BUS_NAME
                                        IS_OBJECT_MANAGER, MAIN_OBJ, SYSTEM_BUS, load as load_bluez)
 from gi.repository import GLib
 
-FRAMES_A_SECOND = 10
 NETWORK = bytes.fromhex("5c8e3d7a41b24f609e0b27d1a6c4f385")
 MONITORS = "org.bluez.AdvertisementMonitorManager1"
 ROOT = "/org/bluez/"
@@ -14,12 +13,9 @@ ROOT = "/org/bluez/"
 
 def load(mock, parameters):
     load_bluez(mock, parameters)
-    mock.beacons = []
-    mock.deaf = False
-    mock.asked = 0
-    mock.refusal, mock.late = parameters.get("refusal"), ""
+    mock.beacons, mock.deaf, mock.asked, mock.refusal, mock.late = [], False, 0, parameters["refusal"], ""
     mock.AddMethod("org.freedesktop.DBus.ObjectManager", "GetManagedObjects", "", "a{oa{sa{sv}}}", answer)
-    GLib.timeout_add(1000 // FRAMES_A_SECOND, hear_all, mock)
+    GLib.timeout_add(100, hear_all, mock)
 
 
 def answer(mock):
@@ -43,13 +39,9 @@ def hear_all(mock):
             continue
         # Without this filter BlueZ tells of a beacon once.
         if (properties.get("DiscoveryFilter") or {}).get("DuplicateData"):
-            for beacon in mock.beacons:
-                hear(mock, path, *beacon)
+            for minor, rssi in mock.beacons:
+                tell(mock, path, minor, {**frame(minor), "RSSI": dbus.Int16(rssi)})
     return True
-
-
-def hear(mock, adapter, minor, rssi):
-    tell(mock, adapter, minor, {**frame(minor), "RSSI": dbus.Int16(rssi)})
 
 
 def frame(minor):
@@ -99,7 +91,7 @@ def SetDeaf(mock, deaf):
 @dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="sb")
 def Power(_mock, adapter, powered):
     """Switches an adapter; as with BlueZ, discovery ends with the power."""
-    adapter = mockobject.objects[f"/org/bluez/{adapter}"]
+    adapter = mockobject.objects[ROOT + adapter]
     changes = {"Powered": dbus.Boolean(powered, variant_level=1)}
     if not powered:
         adapter.props[ADAPTER_IFACE]["DiscoveryFilter"] = dbus.Dictionary({}, "sv")
@@ -110,18 +102,16 @@ def Power(_mock, adapter, powered):
 @dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="sssi")
 def Fail(_mock, adapter, method, error, times):
     """Has the adapter refuse the next calls of a method."""
-    adapter = mockobject.objects[f"/org/bluez/{adapter}"]
     works = globals()[method]
-    left = [times]
+    refusals = iter(range(times))
 
     def refuse(self, *arguments):
-        if left[0] > 0:
-            left[0] -= 1
+        if next(refusals, None) is not None:
             raise dbus.exceptions.DBusException("as the test wishes", name=error)
         return works(self, *arguments)
 
-    signature = "a{sv}" if method == "SetDiscoveryFilter" else ""
-    adapter.AddMethod(ADAPTER_IFACE, method, signature, "", refuse)
+    mockobject.objects[ROOT + adapter].AddMethod(
+        ADAPTER_IFACE, method, "a{sv}" if method == "SetDiscoveryFilter" else "", "", refuse)
 
 
 @dbus.service.method(BLUEZ_MOCK_IFACE, in_signature="ss")
@@ -131,7 +121,6 @@ def OfferMonitors(mock, adapter, error):
         if error != "-":
             raise dbus.exceptions.DBusException("as the test wishes", name=error)
 
-    path = f"/org/bluez/{adapter}"
-    mockobject.objects[path].props[MONITORS] = {}
-    mockobject.objects[path].AddMethods(MONITORS, [("RegisterMonitor", "o", "", register),
-                                                   ("UnregisterMonitor", "o", "", "")])
+    adapter = mockobject.objects[ROOT + adapter]
+    adapter.props[MONITORS] = {}
+    adapter.AddMethods(MONITORS, [("RegisterMonitor", "o", "", register), ("UnregisterMonitor", "o", "", "")])

@@ -1,6 +1,4 @@
 """A stand-in for GeoClue: one client, which is refused or moved as a test wishes."""
-import time
-
 import dbus
 from dbusmock import mockobject
 
@@ -14,8 +12,8 @@ LOCATION = "org.freedesktop.GeoClue2.Location"
 SYSTEM_BUS = True
 
 
-def load(mock, _parameters):
-    mock.refusal = ""
+def load(mock, parameters):
+    mock.refusal = parameters["refusal"]
     mock.moves = 0
     mock.AddMethod(MAIN_IFACE, "GetClient", "", "o", f'ret = dbus.ObjectPath("{CLIENT_PATH}")')
     mock.AddObject(CLIENT_PATH, CLIENT, {"DesktopId": "", "RequestedAccuracyLevel": dbus.UInt32(0),
@@ -26,19 +24,11 @@ def load(mock, _parameters):
 def start(client):
     manager = mockobject.objects[MAIN_OBJ]
     properties = client.props[CLIENT]
-    refusal = manager.refusal
-    if not (properties["DesktopId"] and properties["RequestedAccuracyLevel"] == 8
-            and properties["DistanceThreshold"] == 0):
-        refusal = "the client is not described"
-    if refusal:
-        raise dbus.exceptions.DBusException(refusal, name="org.freedesktop.DBus.Error.AccessDenied")
+    described = properties["DesktopId"], properties["RequestedAccuracyLevel"], properties["DistanceThreshold"]
+    if manager.refusal or not described[0] or described[1:] != (8, 0):
+        raise dbus.exceptions.DBusException(manager.refusal, name="org.freedesktop.DBus.Error.AccessDenied")
     client.UpdateProperties(CLIENT, {"Active": dbus.Boolean(True, variant_level=1)})
     client.EmitSignal(CLIENT, "LocationUpdated", "oo", ["/", "/"])
-
-
-@dbus.service.method(MOCK, in_signature="s")
-def Refuse(manager, refusal):
-    manager.refusal = str(refusal)
 
 
 @dbus.service.method(MOCK, in_signature="")
@@ -51,7 +41,5 @@ def Withdraw(manager):
 def Move(manager, latitude, longitude):
     manager.moves += 1
     path = f"/org/freedesktop/GeoClue2/Location/{manager.moves}"
-    manager.AddObject(path, LOCATION, {
-        "Latitude": latitude, "Longitude": longitude, "Accuracy": 8.0,
-        "Timestamp": dbus.Struct((int(time.time()), 0), signature="tt")}, [])
+    manager.AddObject(path, LOCATION, {"Latitude": latitude, "Longitude": longitude, "Accuracy": 8.0}, [])
     mockobject.objects[CLIENT_PATH].EmitSignal(CLIENT, "LocationUpdated", "oo", ["/", path])
