@@ -153,13 +153,10 @@ class Replay : public testing::Test {
   /// What is heard in a replay, and the fault that it ends with.
   std::string play(std::optional<double> speed, std::optional<Duration> limit = std::nullopt,
                    std::function<void()> waitUntilIdle = nullptr) {
-    ReplayLocationService::Options options;
-    options.speed = speed;
-    options.waitUntilIdle = std::move(waitUntilIdle);
-    options.capture = capture;
-    options.track = folder.write("w.gpx", R"(<gpx><trk><trkseg><trkpt lat="7" lon="2"><time>2026-05-09T10:00:00Z</time>
-                 </trkpt><trkpt lat="8" lon="2"><time>2026-05-09T10:01:00Z</time></trkpt></trkseg></trk></gpx>)");
-    ReplayLocationService replay(std::move(options));
+    const std::string track = R"(<gpx><trk><trkseg><trkpt lat="7" lon="2"><time>2026-05-09T10:00:00Z</time></trkpt>
+                                 <trkpt lat="8" lon="2"><time>2026-05-09T10:01:00Z</time></trkpt></trkseg></trk></gpx>)";
+    ReplayLocationService replay(
+        {capture, folder.write("w.gpx", track), speed, std::move(waitUntilIdle), nullptr, nullptr});
     running = &replay;
     const auto walker = std::make_shared<RecordingDelegate>();
     walker->prefix = [&replay] { return std::to_string(replay.now().time_since_epoch() / 1s) + ":"; };

@@ -7,6 +7,8 @@
 
 namespace {
 
+using std::string_literals::operator""s;
+
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 /// Says what it is told among all else that is seen.
@@ -34,29 +36,24 @@ TEST(API, AsksAndToldWhatItIsAnswered) {
   const auto recorder = std::make_shared<Recorder>();
   api->setDelegate(recorder);
   services.stored.insert_or_assign("installUUID", platform::JSONValue(7));  // no text
-  const std::string device = "model=M";
   const std::string tracker = "URL: https://api.brivane.example/api/v1/tracker/|POST tracker/ installID=(null)&lat=";
-  struct Row {
-    std::function<void(BVAPI&)> ask;
-    std::string asked, body, told;
-  };
-  const Row rows[] = {
+  const std::tuple<std::function<void(BVAPI&)>, std::string, std::string, std::string> rows[] = {
       {[](BVAPI& a) { a.loginWithAPIKey_andSecret("k y&", ""); },
        "POST oauth2/token/ client_id=k y&&client_secret=&grant_type=client_credentials", R"({"access_token":""})",
        "Access token: |<login"},
       // An empty token is none.
-      {[](BVAPI& a) { a.sync(); }, "POST sync/ installID=(null)&" + device, "{}", "Sync done|<sync"},
+      {[](BVAPI& a) { a.sync(); }, "POST sync/ installID=(null)&model=M", "{}", "Sync done|<sync"},
       {[](BVAPI& a) { a.resolve_withMajor_withMinor_withRSSI_withBattery("Ñu", 0, (1LL << 32) + 3, -67, -1); },
-       "Resolving...|POST resolve/ battery=-1&installID=(null)&major=0&minor=3&" + device + "&rssi=-67&uuid=Nu",
+       "Resolving...|POST resolve/ battery=-1&installID=(null)&major=0&minor=3&model=M&rssi=-67&uuid=Nu",
        R"({"match":"m"})", "Resolve done|<Match UUID: m for Ñu_0_4294967299"},
       {[](BVAPI& a) { a.resolveWithLat_withLng_withAccuracy(40.4168, -3.7038, 65.9); },
-       tracker + "40.416800&lng=-3.703800&" + device + "&provider=ios&radius=65&speed=0", "{}",
+       tracker + "40.416800&lng=-3.703800&model=M&provider=ios&radius=65&speed=0", "{}",
        "Resolve GPS done|<Match UUID: (null)"},
       {[](BVAPI& a) { a.resolveWithLat_withLng_withAccuracy(0, -0.0000004, 1e300); },
-       tracker + "0.000000&lng=-0.000000&" + device + "&provider=ios&radius=2147483647&speed=0", R"({"status":0})",
+       tracker + "0.000000&lng=-0.000000&model=M&provider=ios&radius=2147483647&speed=0", R"({"status":0})",
        "Beacon not found"},
       {[](BVAPI& a) { a.resolveWithLat_withLng_withAccuracy(90, 180, kNaN); },
-       tracker + "90.000000&lng=180.000000&" + device + "&provider=ios&radius=0&speed=0", "x", "Error parsing JSON"},
+       tracker + "90.000000&lng=180.000000&model=M&provider=ios&radius=0&speed=0", "x", "Error parsing JSON"},
       {[](BVAPI& a) { a.getNearestForLat_withLng_insideRadius(40.4168, 1e-4, 4294967796); },
        "POST nearest/ lat=40.4168&lng=0.0001&radius=500", "{}", "Nearest waybeacons received|<nearest"},
       {[](BVAPI& a) {
@@ -66,17 +63,16 @@ TEST(API, AsksAndToldWhatItIsAnswered) {
       {[](BVAPI& a) { a.setPayload_forWaybeaconUUID(Payload{}, "u"); }, "POST payload/ payload={}&uuid=u",
        R"({"status":false})", "Beacon not found"},
   };
-  for (const Row& row : rows) {
-    row.ask(*api);
-    EXPECT_EQ(services.take(), row.asked);
-    services.reply(row.body);
-    EXPECT_EQ(services.take(), "DATA: " + row.body + "|" + row.told);
+  for (const auto& [ask, asked, body, told] : rows) {
+    ask(*api);
+    EXPECT_EQ(services.take(), asked);
+    services.reply(body);
+    EXPECT_EQ(services.take(), "DATA: " + body + "|" + told);
     const platform::HTTPRequest& request = services.requests.back();
     EXPECT_TRUE(request.url.starts_with("https://api.brivane.example/api/v1/https://api.brivane.example/api/v1/"));
     EXPECT_EQ(request.method, "POST");
-    EXPECT_EQ(
-        request.headers,
-        (std::vector<std::pair<std::string, std::string>>{{"Content-Length", std::to_string(request.body.size())}}));
+    ASSERT_EQ(request.headers.size(), 1U);
+    EXPECT_EQ(request.headers[0], std::pair("Content-Length"s, std::to_string(request.body.size())));
   }
   for (const platform::JSONValue& payload : {platform::JSONValue(Payload{{"a", kNaN}}), platform::JSONValue("text")}) {
     api->setPayload_forWaybeaconUUID(payload, "u");

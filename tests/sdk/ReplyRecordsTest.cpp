@@ -16,13 +16,7 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 TEST(Records, ReadNumbersAndBooleansFromWhateverTheServiceSends) {
   FakeServices::get();
   ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);  // where 4,5 is a number
-  struct Row {
-    std::vector<std::string> texts;
-    std::int64_t integer;
-    double real;
-    bool boolean;
-  };
-  const Row rows[] = {
+  const std::tuple<std::vector<std::string>, std::int64_t, double, bool> rows[] = {
       {{"0", "false", R"("")", R"("+-9")", R"("0x1A")", R"("inf")", R"("-nan")", R"("0e99999")", R"("no")", R"("0Ñ")"},
        0,
        0,
@@ -44,13 +38,13 @@ TEST(Records, ReadNumbersAndBooleansFromWhateverTheServiceSends) {
       {{R"("1e-999")"}, 1, 0, true},
       {{R"("99999999999999999999")"}, kLargest, 99999999999999999999.0, true},
       {{R"("-99999999999999999999")"}, -kLargest - 1, -99999999999999999999.0, true}};
-  for (const Row& row : rows) {
-    for (const std::string& text : row.texts) {
-      EXPECT_EQ(BVAPIResolve::parse("{\"rssi\":" + text + "}")->rssi(), row.integer) << text;
+  for (const auto& [texts, integer, real, boolean] : rows) {
+    for (const std::string& text : texts) {
+      EXPECT_EQ(BVAPIResolve::parse("{\"rssi\":" + text + "}")->rssi(), integer) << text;
       const double distance = BVWaybeaconDistance::parse("{\"distance\":" + text + "}")->distance();
-      EXPECT_EQ(distance, row.real) << text;
-      EXPECT_EQ(std::signbit(distance), std::signbit(row.real)) << text;
-      EXPECT_EQ(BVAPISync::parse("{\"internal\":" + text + "}")->internal(), row.boolean) << text;
+      EXPECT_EQ(distance, real) << text;
+      EXPECT_EQ(std::signbit(distance), std::signbit(real)) << text;
+      EXPECT_EQ(BVAPISync::parse("{\"internal\":" + text + "}")->internal(), boolean) << text;
     }
   }
 }
@@ -100,21 +94,18 @@ TEST(Records, HoldWhatStandsUnderEachKey) {
 
 TEST(Records, ResolveDecidesWhetherTheBeaconIsKnown) {
   FakeServices& services = FakeServices::get();
-  struct Row {
-    std::optional<std::string> body;
-    std::optional<std::int64_t> rssi;  // of the record; absent when there is none
-    std::string log;
-  };
-  const Row rows[] = {{R"({"status":"no","beacon":{"rssi":1}})", std::nullopt, "|Beacon not found"},
-                      {R"({"status":true,"beacon":null})", std::nullopt, "|Beacon not found"},
-                      {R"({"status":true,"rssi":-5})", -5, ""},
-                      {R"({"beacon":{"rssi":-6},"rssi":-5})", -6, ""},
-                      {R"({"status":true,"beacon":{},"rssi":-5})", 0, ""},
-                      {std::nullopt, std::nullopt, "|Error parsing JSON"}};
-  for (const Row& row : rows) {
-    const auto record = BVAPIResolve::parse(row.body);
-    EXPECT_EQ(record ? std::optional(record->rssi()) : std::nullopt, row.rssi) << row.log;
-    EXPECT_EQ(services.take(), "DATA: " + row.body.value_or("(null)") + row.log);
+  // A body, the strength that its record has, if there is one, and what is logged.
+  const std::tuple<std::optional<std::string>, std::optional<std::int64_t>, std::string> rows[] = {
+      {R"({"status":"no","beacon":{"rssi":1}})", std::nullopt, "|Beacon not found"},
+      {R"({"status":true,"beacon":null})", std::nullopt, "|Beacon not found"},
+      {R"({"status":true,"rssi":-5})", -5, ""},
+      {R"({"beacon":{"rssi":-6},"rssi":-5})", -6, ""},
+      {R"({"status":true,"beacon":{},"rssi":-5})", 0, ""},
+      {std::nullopt, std::nullopt, "|Error parsing JSON"}};
+  for (const auto& [body, rssi, log] : rows) {
+    const auto record = BVAPIResolve::parse(body);
+    EXPECT_EQ(record ? std::optional(record->rssi()) : std::nullopt, rssi) << log;
+    EXPECT_EQ(services.take(), "DATA: " + body.value_or("(null)") + log);
   }
   for (const char* body : {"{\"a\":\"\xC3\"}", "\xED\xA0\x80", "\xC0\x80"}) {  // no text
     BVAPIResolve::parse(body);
