@@ -157,27 +157,25 @@ class Brivane(unittest.TestCase):
         (self.folder / "cut").write_bytes((WALKS / "old-town.btsnoop").read_bytes()[:70000])
         (self.folder / "empty.plist").write_text("<plist><dict/></plist>")
         damaged = self.folder / "brivane" / "preferences"
-        rows = [
-            (BRIVANE, [], "command"), (BRIVANE, ["fly"], "fly"), (BRIVANE, ["detect"], "--capture"),
-            (BRIVANE, [*REPLAY, "--speed", "0"], "--speed"), (BRIVANE, ["nearest", "91", "0", "1"], "LAT"),
-            (BRIVANE, ["nearest", "nan", "0", "1"], "LAT"), (BRIVANE, ["scan", "--for", "nan"], "--for"),
-            (BRIVANE, ["nearest", "1", "0", "-1"], "RADIUS"), (BRIVANE, [*REPLAY], "Info.plist"),
-            (BRIVANE, ["payload", "", "{}", "--info", info], "UUID"), (BRIVANE, ["scan", "--adapter", "x"], "--adapter"),
-            (BRIVANE, [*REPLAY, "--info", info, "--ca", info], "holds no certificate"),
-            (BRIVANE, [*REPLAY, "--info", "empty.plist"], "empty.plist: Not found"),
-            (BRIVANE, [*REPLAY, "--info", info, "--connect", "x"], "--connect"),
-            (BRIVANE, [*REPLAY, "--info", info, "--ca", "none"], "--ca: none"),
-            (BRIVANE, ["detect", "--capture", "none", "--info", info], "none: No such file"),
-            (BRIVANE, ["payload", "u", "[1]", "--info", info], "JSON"),
-            (BRIVANE, [*REPLAY, *self.service(), "--capture", "cut"], "cut: byte 69988: the file ends"),
-            *((BRIVANE, ["detect", "--info", info, "--capture", CAPTURE, option, file], f"{file}: not a file")
+        walk, service = [*REPLAY, "--info", info], [WALKS / "old-town.json"]
+        wrong = {BRIVANE: [
+            ([], "command"), (["fly"], "fly"), (["detect"], "--capture"), ([*walk, "--speed", "0"], "--speed"),
+            (["nearest", "91", "0", "1"], "LAT"), (["nearest", "nan", "0", "1"], "LAT"),
+            (["nearest", "1", "0", "-1"], "RADIUS"), (["scan", "--for", "nan"], "--for"), (REPLAY, "Info.plist"),
+            (["scan", "--adapter", "x"], "--adapter"), (["payload", "", "{}", "--info", info], "UUID"),
+            (["payload", "u", "[1]", "--info", info], "JSON"), ([*walk, "--ca", info], "holds no certificate"),
+            ([*REPLAY, "--info", "empty.plist"], "empty.plist: Not found"), ([*walk, "--connect", "x"], "--connect"),
+            ([*walk, "--ca", "none"], "--ca: none"), ([*walk, "--capture", "none"], "none: No such file"),
+            ([*REPLAY, *self.service(), "--capture", "cut"], "cut: byte 69988: the file ends"),
+            *(([*walk, option, file], f"{file}: not a file")
               for option, file in [("--track", "/"), ("--capture", "/"), ("--capture", "/dev/null"), ("--ca", "/")]),
-            (SERVICE, ["none"], "none: No such file"), (SERVICE, ["cut"], "cut: line"), (SERVICE, ["/"], "/: not a file"),
-            (SERVICE, [WALKS / "old-town.json", "--credentials", "none"], "none: No such file"),
-            (SERVICE, [WALKS / "old-town.json", "--fault", "x=1"], "--fault: 'x' is none of bad-json, delay, drop"),
-            (SERVICE, [WALKS / "old-town.json", "--port", "70000"], "--port: Value 70000 not in range 0 to 65535"),
-        ]
-        for program, arguments, mentioned in rows:
+        ], SERVICE: [
+            (["none"], "none: No such file"), (["cut"], "cut: line"), (["/"], "/: not a file"),
+            ([*service, "--credentials", "none"], "none: No such file"),
+            ([*service, "--fault", "x=1"], "--fault: 'x' is none of bad-json, delay, drop"),
+            ([*service, "--port", "70000"], "--port: Value 70000 not in range 0 to 65535"),
+        ]}
+        for program, arguments, mentioned in [(p, *row) for p, rows in wrong.items() for row in rows]:
             got = self.run_brivane(*arguments, program=program)
             self.assertEqual((got.returncode, got.stderr.count("\n")), (2, 1), got)
             self.assertIn(mentioned, got.stderr)
