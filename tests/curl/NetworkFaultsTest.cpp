@@ -148,7 +148,6 @@ TEST_F(NetworkFaults, AreSurvived) {
       {"fields without end", "HTTP/1.1 200 OK\r\n", "none", Then::repeats, "X: y\r\n"},
       {"interim replies without end", "", "none", Then::repeats, "HTTP/1.1 100 Continue\r\nX: y\r\n\r\n"},
       {"trailers without end", chunked + "0\r\n", "none", Then::repeats, "X: y\r\n"},
-      {"bare line feeds", "HTTP/1.1 200 OK\nContent-Length: 4\n\ngood", "200 good"},
       {"an interim reply", "HTTP/1.1 100 Continue\r\n\r\n" + kGood.bytes, "200 good"},
       {"a head cut off after an interim reply", "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\n", "none",
        Then::endsTLS},

@@ -83,11 +83,11 @@ class Brivane(unittest.TestCase):
         walk, nearest, payload = REPLAY, ["nearest", "0", "0", "1"], ["payload", "x", "{}"]
         late = self.service("--token-lifetime", "1", "--fault", "delay=1:600")
         deep = ["payload", "old-town-0001", '{"a":' + "[" * 101 + "]" * 101 + "}"]
+        faults = {"drop=1": "no answer: .+", "reset=1": "no answer: .+", "status-500=1": "status 500",
+                  "bad-json=1": "its answer cannot be read: status 200"}
         rows = [
             *((self.service("--fault", fault), [walk, nearest, payload], f"not ready: {complaint}")
-              for fault, complaint in [("drop=1", "no answer: .+"), ("reset=1", "no answer: .+"),
-                                       ("bad-json=1", "its answer cannot be read: status 200"),
-                                       ("status-500=1", "status 500")]),
+              for fault, complaint in faults.items()),
             ([*good, "--info", bad_key], [walk], "not ready: status 401"),
             ([*good, "--connect", "127.0.0.1:1"], [walk], "not ready: no answer: Failed to connect .+"),
             (late, [nearest], "no list of places: status 401"), (late, [payload], "the payload was not taken: status 401"),
