@@ -134,6 +134,7 @@ TEST(Gpx, ReadsPointsByTimeOrNamesTheFault) {
     EXPECT_EQ(read(where), "byte 19: a track point without a latitude and a longitude") << where;
   }
   EXPECT_EQ(faultOf([&] { readGpxTrack(folder.write("t.gpx", "<kml/>")); }), "byte 0: not a GPX file");
+  EXPECT_EQ(faultOf([] { readGpxTrack("/nowhere/t.gpx"); }), "No such file or directory");
 }
 
 class Replay : public testing::Test {

@@ -44,6 +44,7 @@ TEST(Network, NamesWhatIsWrongAndWhere) {
   const std::string place = "places[0].beacons[0]";
   const std::pair<std::string, std::string> rows[] = {
       {"{\n\"places\":[\n}", "line 3: not JSON"},
+      {"[]", "not an object"},
       {std::string(200'000, '['), "nested too deep"},
       {"[1e400]", "a number that is too large"},
       {R"({"places":{}})", "places: not a list"},
