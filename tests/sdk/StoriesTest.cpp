@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "tests/sdk/FakeServices.h"
+#include "tests/support/OneCase.h"
 
 namespace {
 

@@ -25,6 +25,7 @@
 #include "platform/curl/CurlHTTPClient.h"
 #include "platform/location/LocationCore.h"
 #include "tests/support/Frames.h"
+#include "tests/support/OneCase.h"
 #include "tests/support/Town.h"
 
 namespace {
