@@ -24,11 +24,25 @@ NAMES = {beacon["name"] for place in json.loads((HERE / "old-town.json").read_te
          for beacon in place["beacons"]}
 
 
+def frame(address, data, rssi):
+    """A command of the emulated controller's vendor, which sends its parameters back as an event: a report."""
+    parameters = b"\x00\x3e\x02\x01\x03\x01" + address + bytes([len(data)]) + data + struct.pack("b", rssi)
+    return b"\x01" + struct.pack("<HB", 0xFC10, len(parameters)) + parameters
+
+
+def beacons():
+    for minor, rssi in BEACONS.items():
+        data = b"\x02\x01\x06\x1a\xff\x4c\x00\x02\x15" + NETWORK + struct.pack(">HHb", 1, minor, -59)
+        yield frame(bytes([minor, 0, 0, 0, 0, 0xC0]), data, rssi)
+
+
 class Air:
-    """Has controller hci0 hear the beacons, each ten times a second, while it is entered."""
+    """Has controller hci0 hear the frames of some, so many times a second, while it is entered."""
+
+    def __init__(self, frames=beacons, times_a_second=10):
+        self.frames, self.times_a_second = frames, times_a_second
 
     def __enter__(self):
-        # A command of the emulated controller's vendor sends its parameters back as an event.
         self.controller = socket.socket(socket.AF_BLUETOOTH, socket.SOCK_RAW, socket.BTPROTO_HCI)
         self.controller.bind((0,))
         self.over = threading.Event()
@@ -44,18 +58,11 @@ class Air:
 
     def play(self):
         began, rounds = time.monotonic(), 0
-        while not self.over.wait(max(0.0, began + rounds / 10 - time.monotonic())):
-            for minor, rssi in BEACONS.items() if self.powered else ():
+        while not self.over.wait(max(0.0, began + rounds / self.times_a_second - time.monotonic())):
+            for each in self.frames() if self.powered else ():
                 with contextlib.suppress(OSError):  # the controller is gone
-                    self.controller.send(self.report(minor, rssi))
+                    self.controller.send(each)
             rounds += 1
-
-    @staticmethod
-    def report(minor, rssi):
-        data = b"\x02\x01\x06\x1a\xff\x4c\x00\x02\x15" + NETWORK + struct.pack(">HHb", 1, minor, -59)
-        address = bytes([minor, 0, 0, 0, 0, 0xC0])
-        parameters = b"\x00\x3e\x02\x01\x03\x01" + address + bytes([len(data)]) + data + struct.pack("b", rssi)
-        return b"\x01" + struct.pack("<HB", 0xFC10, len(parameters)) + parameters
 
 
 def adapter(method, *arguments):
@@ -84,7 +91,7 @@ def names(listener):
     return {event["waybeacon"]["name"] for event in listener.of("match")}
 
 
-class BlueZ(unittest.TestCase):
+class Machine(unittest.TestCase):
     def start(self, *command, **options):
         process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, **options)
         self.addCleanup(process.wait)
@@ -107,6 +114,8 @@ class BlueZ(unittest.TestCase):
     def start_service(self):
         return start_service(self, SERVICE, HERE, "--state", "/tmp")
 
+
+class BlueZ(Machine):
     def test_every_beacon_is_ranged(self):
         with Listener([BRIVANE, "scan", "--live", "--json"]) as scan:
             wait_for(lambda: scan.of("range") and is_discovering())
