@@ -2,9 +2,8 @@
 
 #include <charconv>
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <functional>
+#include <stdexcept>
 #include <string_view>
 #include <system_error>
 #include <thread>
@@ -43,32 +42,24 @@ bool isHostAndPort(std::string_view text) {
   return read.ec == std::errc() && read.ptr == port.data() + port.size() && number > 0;
 }
 
-bool holdsCertificate(const std::string& path) {
-  std::error_code unknown;
-  if (std::filesystem::is_directory(path, unknown)) {
-    throw Failure(kUsageFailure, "--ca: " + path + ": not a file");
-  }
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw Failure(kUsageFailure, "--ca: " + path + " cannot be read");
-  const std::string text(std::istreambuf_iterator<char>(file), {});
-  return text.find("-----BEGIN CERTIFICATE-----") != std::string::npos ||
-         text.find("-----BEGIN TRUSTED CERTIFICATE-----") != std::string::npos;
-}
-
-platform::CurlHTTPClient::Options curlOptions(const ServiceOptions& options) {
+std::shared_ptr<platform::CurlHTTPClient> curlClient(
+    const ServiceOptions& options,
+    std::function<void(const platform::TransferOutcome&)> onTransfer) {
   platform::CurlHTTPClient::Options curl;
   curl.log = logFor(options);
+  curl.onTransfer = std::move(onTransfer);
   if (!options.connect.empty()) {
     if (!isHostAndPort(options.connect)) {
       throw Failure(kUsageFailure, "--connect: '" + options.connect + "' is not HOST:PORT");
     }
     curl.connectTo = std::string(BVNetwork::apiHost()) + ":443:" + options.connect;
   }
-  if (!options.ca.empty() && !holdsCertificate(options.ca)) {
-    throw Failure(kUsageFailure, "--ca: " + options.ca + " holds no certificate");
-  }
   curl.caFile = options.ca;
-  return curl;
+  try {
+    return std::make_shared<platform::CurlHTTPClient>(curl);
+  } catch (const std::invalid_argument& fault) {
+    throw Failure(kUsageFailure, std::string("--ca: ") + fault.what());
+  }
 }
 
 std::string serviceName() { return "the service at " + std::string(BVNetwork::apiHost()); }
@@ -82,11 +73,7 @@ Session::Session(const ServiceOptions& options, Waiting waiting, Screen& screen)
       transfers_(std::make_unique<Transfers>([&screen](const std::string& failure) {
         screen.complain(serviceName() + ": " + failure);
       })),
-      curl_(std::make_shared<platform::CurlHTTPClient>([&] {
-        auto curl = curlOptions(options);
-        curl.onTransfer = [this](const auto& outcome) { note(outcome); };
-        return curl;
-      }())),
+      curl_(curlClient(options, [this](const auto& outcome) { note(outcome); })),
       lockstep_(waiting.inOrder ? std::make_shared<platform::LockstepHTTPClient>(curl_) : nullptr),
       http_(std::make_shared<WatchedHTTPClient>(
           lockstep_ ? std::static_pointer_cast<platform::HTTPClient>(lockstep_) : curl_,

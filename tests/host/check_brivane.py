@@ -163,12 +163,12 @@ class Brivane(unittest.TestCase):
             (["nearest", "91", "0", "1"], "LAT"), (["nearest", "nan", "0", "1"], "LAT"),
             (["nearest", "1", "0", "-1"], "RADIUS"), (["scan", "--for", "nan"], "--for"), (REPLAY, "Info.plist"),
             (["scan", "--adapter", "x"], "--adapter"), (["payload", "", "{}", "--info", info], "UUID"),
-            (["payload", "u", "[1]", "--info", info], "JSON"), ([*walk, "--ca", info], "holds no certificate"),
+            (["payload", "u", "[1]", "--info", info], "JSON"), ([*walk, "--ca", info], f"--ca: {info}: no certificate"),
             ([*REPLAY, "--info", "empty.plist"], "empty.plist: Not found"), ([*walk, "--connect", "x"], "--connect"),
-            ([*walk, "--ca", "none"], "--ca: none"), ([*walk, "--capture", "none"], "none: No such file"),
+            ([*walk, "--ca", "none"], "--ca: none: no certificate"), ([*walk, "--capture", "none"], "none: No such file"),
             ([*REPLAY, *self.service(), "--capture", "cut"], "cut: byte 69988: the file ends"),
             *(([*walk, option, file], f"{file}: not a file")
-              for option, file in [("--track", "/"), ("--capture", "/"), ("--capture", "/dev/null"), ("--ca", "/")]),
+              for option, file in [("--track", "/"), ("--capture", "/"), ("--capture", "/dev/null")]),
         ], SERVICE: [
             (["none"], "none: No such file"), (["cut"], "cut: line"), (["/"], "/: not a file"),
             ([*service, "--credentials", "none"], "none: No such file"),
