@@ -13,7 +13,7 @@ std::string textOf(const platform::TransferOutcome& outcome) {
 }  // namespace
 
 void Transfers::note(const platform::TransferOutcome& outcome) {
-  const std::lock_guard lock(mutex_);
+  std::unique_lock lock(mutex_);
   ++count_;
   latest_ = textOf(outcome);
   latestSucceeded_ = outcome.status && *outcome.status >= 200 && *outcome.status < 300;
@@ -23,7 +23,10 @@ void Transfers::note(const platform::TransferOutcome& outcome) {
     return;
   }
   ++failed_;
-  if (told_.insert(latest_).second) onFailure_(latest_);
+  if (!told_.insert(latest_).second) return;
+  const std::string failure = latest_;
+  lock.unlock();  // whoever is told may ask for more
+  onFailure_(failure);
 }
 
 void Transfers::tellFailures() {
