@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "BrivaneSDK/BVAPIResolveRequest.h"
 
 std::shared_ptr<const BVAPIResolveRequest> BVAPIResolveRequest::initWithUUID_withMajor_withMinor(

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "BrivaneSDK/BVNetwork.h"
 
 const char* BVNetwork::apiHost() { return BRIVANE_API_HOST; }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "BrivaneSDK/BrivaneSDK.h"
 
 const double BrivaneSDKVersionNumber = 1.0;

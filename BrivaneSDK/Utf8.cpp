@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "BrivaneSDK/Utf8.h"
 
 namespace brivane::internal {

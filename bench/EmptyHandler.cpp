@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The least that a GDBus program does for a beacon's frame: takes BlueZ's signal and does nothing.
 // Runs until it is ended.
 #include <gio/gio.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What the library keeps in memory, and what it takes at most while it reads a reply: what
 // `operator new` hands out, as the allocator rounds it. Prints a line for each: a name and bytes.
 #include <malloc.h>

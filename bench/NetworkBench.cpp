@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A report of beacons that are all new, until the last is matched, over TLS on loopback. Beside it
 // a program of libcurl and a JSON library that sends the same requests and makes the same records;
 // and one that does not look at the replies.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A ranging report of cached beacons, up to the host's `didBVMatch`; beside it, what a host would
 // do that kept the records in a map of its own.
 #include <benchmark/benchmark.h>

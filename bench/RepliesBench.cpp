@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A reply's bytes to records, beside the same records made with other JSON libraries, and beside
 // simdjson's parse into its own tree, which copies no text and makes no record.
 #include <benchmark/benchmark.h>

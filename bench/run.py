@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs all benchmarks and prints one table; writes what it measured to a JSON file. docs/performance.md explains each
 row.
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the benchmarks run beside: a system bus of their own with a radio on it, the development service, an HTTP/2
 server, and a capture."""
 import contextlib

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # What makes a fault in memory harder to use, for this project's own targets. Sanitizers find more without it.
 option(BRIVANE_HARDENING "Build with stack protectors, checked library calls and read-only relocations" ON)
 if(BRIVANE_HARDENING)

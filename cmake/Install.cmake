@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # What find_package(BrivaneSDK CONFIG) reads: one file for the core, one for each component that was built.
 include(CMakePackageConfigHelpers)
 set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/BrivaneSDK)

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # brivane_library(<name> SOURCES … HEADERS … [COMPONENT …] [PUBLIC …] [PRIVATE …] [PACKAGES …])
 # Declares one installable library of the project. HEADERS are what a host may include; PUBLIC and PRIVATE are the
 # libraries it links; PACKAGES are pairs of a name and what pkg-config is to find, for instance CURL libcurl>=7.85,

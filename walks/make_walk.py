@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Writes the sample walk: ten minutes through an old town that does not exist.
 
 old-town.json     the network: its places and their beacons, as the development service reads it

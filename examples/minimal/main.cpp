@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The smallest host: names the places of a recorded walk.
 //
 // usage: minimal CAPTURE.btsnoop INFO.plist HOST:PORT CA.pem

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // How it works
 //
 // BlueZConnection leads to the daemon and calls the functions whose names begin with "on": what

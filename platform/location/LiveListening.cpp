@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // How it works. Everything happens on the thread of one event loop, and every way in goes through
 // `enter`: a call of the radio or the positions, the timer, and `update`, which `wake` posts after
 // each operation of a manager and each change of consent. Inside, the core calls delegates, and a

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // How it works. Two kinds of calls come in: operations of managers, on any thread, and what feeds
 // the core, on one thread. Both change the managers' tasks under one lock, `State::mutex`. A
 // delegate is never called there: what there is to report goes into the queue, and the feeding call

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs inside the machine: the host application before the real BlueZ, whose controller hears what is put on the
 air here.
 

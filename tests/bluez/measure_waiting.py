@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs inside the machine: what it costs to wait for a beacon while fifty strangers send 200 frames a second, and how
 long it takes from the first frame of ours until the host is inside. Prints a line for each; judges nothing.
 

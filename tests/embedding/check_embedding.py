@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Installs a build into a clean prefix and builds against that alone, as a host does: the smallest host, which it runs
 against the development service, and every snippet of the documents.
 

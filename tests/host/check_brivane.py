@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs the host application as a person would, against the development service behaving and not.
 
 usage: check_brivane.py BRIVANE BRIVANE_SERVICE WALKS_FOLDER

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Run by check_live.py: Live on a bus where BlueZ hears a beacon ten times a second, Refused where it will not listen.
 #include <gio/gio.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """python3-dbusmock's BlueZ with a radio: while it discovers, it hears the beacons that are on the air."""
 import dbus
 from dbusmock import mockobject

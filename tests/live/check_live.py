@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs the host application and the live adapters on a private bus, with stand-ins for BlueZ and GeoClue, and
 plays each fault that these meet on a phone.
 

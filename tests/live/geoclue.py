@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A stand-in for GeoClue: one client, which is refused or moved as a test wishes."""
 import dbus
 from dbusmock import mockobject

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Holds what a host's build and link must not meet: every header of the library, the boundary and the
 location logic compiles alone, they include the standard library and each other, nothing else, and the
 libraries define no external name but their own.

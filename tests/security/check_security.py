@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Checks what docs/security.md claims of the programs as they are built.
 
 usage: check_security.py BRIVANE BRIVANE_SERVICE WALKS_FOLDER

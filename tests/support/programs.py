@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The programs, as tests and benchmarks run them."""
 import json
 import pathlib
