@@ -36,7 +36,10 @@ void detectLive(const DetectOptions& options, Screen& screen) {
   radio.failUnlessAuthorized();
   detection.start();
   const Stopwatch sinceStart;
-  const auto isOver = [&] { return session.isInterrupted() || radio.isUseless(); };
+  // A denial may come late, or be made late: it ends detection whenever it comes.
+  const auto isOver = [&] {
+    return session.isInterrupted() || radio.isUseless() || radio.isDenied();
+  };
   const auto isOverOrExpired = [&] { return isOver() || session.transfers().tokenExpired(); };
   const auto left = [&]() -> std::optional<double> {
     if (!options.source.limit) return std::nullopt;
@@ -45,6 +48,7 @@ void detectLive(const DetectOptions& options, Screen& screen) {
   while (loop.runUntil(isOverOrExpired, left()) && !isOver()) detection.renewIfExpired();
   detection.stop();
   radio.failIfUseless();
+  if (radio.isDenied()) radio.failUnlessAuthorized();
   if (!session.isInterrupted()) session.waitUntilAnswered();
   if (!options.service.json) screen.print(announcer->summary());
   detection.failIfRequestsFailed();

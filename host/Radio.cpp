@@ -29,6 +29,10 @@ void Radio::failIfUseless() const {
   throw Failure(!adapter_.empty() && isWrongAdapter ? kUsageFailure : kServiceFailure, fault_);
 }
 
+bool Radio::isDenied() const {
+  return service_->authorizationStatus() == platform::kCLAuthorizationStatusDenied;
+}
+
 void Radio::failUnlessAuthorized() const {
   if (service_->authorizationStatus() == platform::kCLAuthorizationStatusAuthorizedAlways) return;
   const std::string& reason = refusal_.empty() ? fault_ : refusal_;

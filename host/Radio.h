@@ -32,6 +32,8 @@ class Radio {
   bool isUseless() const { return !hasListened_ && !fault_.empty(); }
   /// Throws Failure with the reason when it is; an adapter that does not exist is a wrong option.
   void failIfUseless() const;
+  /// Whether the user or the system keeps beacons or positions from this application.
+  bool isDenied() const;
   /// Throws Failure when the user's or the system's consent is missing.
   void failUnlessAuthorized() const;
 
