@@ -4,6 +4,7 @@
 #include <atomic>
 #include <utility>
 
+#include "BrivaneSDK/BVInvalidReply.h"
 #include "BrivaneSDK/BVNetwork.h"
 #include "BrivaneSDK/BVUtil.h"
 #include "BrivaneSDK/Guarded.h"
@@ -45,6 +46,18 @@ std::string valueText(const BVAPI::Value& value) {
 void addDevice(BVAPI::Parameters& parameters) {
   parameters["model"] = BVUtil::getModel();
   parameters["installID"] = std::string(orNull(BVUtil::getInstallationID()));
+}
+
+/// The record that a reply holds; null, with a line in the log, when there is none. A reply of the
+/// wrong form ends here, so that no HTTP client has to know of it.
+template <typename Record>
+auto read(const std::optional<std::string>& body) -> decltype(Record::parse(body)) {
+  try {
+    return Record::parse(body);
+  } catch (const BVInvalidReply& fault) {
+    logLine("Error reading the reply: ", fault.what());
+    return nullptr;
+  }
 }
 
 }  // namespace
@@ -99,7 +112,7 @@ void BVAPI::ask(std::string_view url, const Parameters& parameters,
   request_withData_withCallback(url, parameters,
                                 [self = shared_from_this(), received = std::move(received)](
                                     const auto& /*response*/, const auto& body) {
-                                  if (const auto record = Record::parse(body)) received(record);
+                                  if (const auto record = read<Record>(body)) received(record);
                                 });
 }
 

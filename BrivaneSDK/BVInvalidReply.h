@@ -6,8 +6,8 @@
 #include "platform/Export.h"
 
 /// A reply of the service that is JSON but not of the form that a record is read from: a list where
-/// a number belongs, say. Leaves a record's `parse`; no record is built. The HTTP client that
-/// handed over the reply ends it there, so that a host never meets it in ordinary use.
+/// a number belongs, say. Leaves a record's `parse`; no record is built. The client of the service
+/// ends it with a line in the log, so only who calls `parse` meets it.
 class BRIVANE_EXPORT BVInvalidReply : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

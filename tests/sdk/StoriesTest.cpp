@@ -248,10 +248,10 @@ const Story kStories[] = {
     {"KeepsTheLastReply", "ready hear=1.2,1.2 reply=5 hear=1.2 nobody reply=6 somebody nothing hear=1.2 start hear=1.2",
      "RESOLVE1.2[t1]|RESOLVE1.2[t1]|<match m5#0|<match m5#0|<no match|<match m6#1|MONITOR|yes|RESOLVE1.2[t1]"},
     {"GivesUpAfterFive",
-     R"(ready hear=1.2 fail hear=1.2 reply={"status":false} hear=1.2 reply=junk hear=1.2 reply=[] hear=1.2 fail )"
+     R"(ready hear=1.2 fail hear=1.2 reply={"status":false} hear=1.2 reply=junk hear=1.2 log reply=[] log=off hear=1.2 fail )"
      "hear=1.2,3.4 start hear=1.2",
-     "RESOLVE1.2[t1]|RESOLVE1.2[t1]|RESOLVE1.2[t1]|RESOLVE1.2[t1]|threw the reply holds a list in place of an "
-     "object|RESOLVE1.2[t1]|RESOLVE3.4[t1]|MONITOR|yes|RESOLVE1.2[t1]"},
+     "RESOLVE1.2[t1]|RESOLVE1.2[t1]|RESOLVE1.2[t1]|RESOLVE1.2[t1]|DATA: []|Error reading the reply: the reply "
+     "holds a list in place of an object|RESOLVE1.2[t1]|RESOLVE3.4[t1]|MONITOR|yes|RESOLVE1.2[t1]"},
     {"KnowsWhatIsNoBeacon",
      "new reply=1 hear=1.2 reply=1 forget hear=65535.1,65535.1,65535.1,65535.1,65535.1 log hear=65535.65535,65535.1 "
      "hear=1.65535 log=off strange=1.2 reply=5 hear=1.2 strange=1.2",
