@@ -10,74 +10,13 @@ import os
 import pathlib
 import subprocess
 import sys
-import tempfile
 import time
 import unittest
 
-import dbus
-
 BRIVANE, SERVICE, LIVE_TEST, WALKS = *sys.argv[1:4], pathlib.Path(sys.argv[4])
-HERE = pathlib.Path(__file__).parent
-sys.path.insert(0, str(HERE.parent / "support"))
-from programs import PATIENCE, Listener, bus_in, start_service, wait_for  # noqa: E402
-
-
-class Machine:
-    """A bus of its own, and on it what a phone has."""
-
-    def __init__(self):
-        self.folder = tempfile.TemporaryDirectory()
-        self.bus, self.address = bus_in(self.folder.name)
-        self.environment = {**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": self.address, "XDG_CONFIG_HOME": self.folder.name,
-                            "XDG_STATE_HOME": self.folder.name}
-        self.processes = {}
-        self.start_bus()
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        for name in list(self.processes):
-            self.kill(name)
-        self.folder.cleanup()
-
-    def start_bus(self):
-        self.spawn("bus", *self.bus, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-        self.processes["bus"].stdout.readline()  # it listens by now
-
-    def spawn(self, name, *command, stdout=subprocess.DEVNULL, stderr=None):
-        self.processes[name] = subprocess.Popen(command, env=self.environment, stdout=stdout, stderr=stderr)
-
-    def kill(self, name):
-        process = self.processes.pop(name)
-        process.kill()
-        process.communicate()
-
-    def start_daemon(self, name, owner, path, interface, refusal):
-        """What controls the stand-in NAME.py, which refuses with `refusal` if there is one."""
-        self.spawn(name, "/usr/bin/python3", "-m", "dbusmock", "--system", "--template", str(HERE / f"{name}.py"),
-                   "--parameters", json.dumps({"refusal": refusal}))
-        bus = dbus.bus.BusConnection(self.address)
-        wait_for(lambda: bus.name_has_owner(owner))
-        return dbus.Interface(bus.get_object(owner, path), interface)
-
-    def do(self, *steps):
-        """Each is a method of this machine's or of the stand-in's for BlueZ, and its arguments."""
-        for step in steps:
-            name, *arguments = step.split()
-            arguments = [int(each) if each.lstrip("-").isdigit() else each for each in arguments]
-            (getattr(self, name, None) or self.radio.get_dbus_method(name))(*arguments)
-
-    def start_bluez(self, refusal=""):
-        self.radio = self.start_daemon("bluez_radio", "org.bluez", "/", "org.bluez.Mock", refusal)
-        if not refusal:
-            self.do("AddAdapter hci0 hci0", "PutOnAir 7 -60")
-
-    def run(self, *arguments):
-        return subprocess.run([BRIVANE, *arguments], env=self.environment, capture_output=True, text=True, timeout=60)
-
-    def listen(self, *arguments):
-        return Listener([BRIVANE, *arguments], self.environment)
+sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "support"))
+from machine import Machine  # noqa: E402
+from programs import PATIENCE, Listener, start_service, wait_for  # noqa: E402
 
 
 DENIAL = "Fail hci0 StartDiscovery org.freedesktop.DBus.Error.AccessDenied 9"
@@ -132,7 +71,7 @@ class Live(unittest.TestCase):
     def check_fault(self, begin, complaint, end):
         with Machine() as machine:
             machine.do("start_bluez")
-            with machine.listen("scan", "--live", "--json", "--log") as scan:
+            with machine.listen(BRIVANE, "scan", "--live", "--json", "--log") as scan:
                 wait_for(scan.hears)
                 machine.do(*begin)
                 wait_for(lambda: scan.says(complaint))
@@ -160,7 +99,7 @@ class Live(unittest.TestCase):
             machine.do(*steps)
             capture = f"{machine.folder.name}/c.btsnoop"
             for command in ("scan", "--live"), ("record", capture):
-                run = machine.run(*command, *options)
+                run = machine.run(BRIVANE, *command, *options)
                 self.assertEqual((run.returncode, run.stdout), (2 if options else 1, ""))  # a wrong option, or the world
                 self.assertRegex(run.stderr, rf"^brivane: .*{complaint}.*\n$")
             self.assertFalse(os.path.exists(capture))
@@ -169,7 +108,7 @@ class Live(unittest.TestCase):
         for error, reason in ("-", "it was not activated"), ("org.bluez.Error.AlreadyExists", "as the test wishes"):
             with self.subTest(reason), Machine() as machine:
                 machine.do("start_bluez", f"OfferMonitors hci0 {error}")
-                with machine.listen("scan", "--json", "--log") as scan:
+                with machine.listen(BRIVANE, "scan", "--json", "--log") as scan:
                     wait_for(lambda: scan.says(f"no advertisement monitor, discovery goes on alone: {reason}"))
                     wait_for(scan.hears)
 
@@ -177,13 +116,13 @@ class Live(unittest.TestCase):
         with Machine() as machine:
             machine.do("start_bluez", "PutOnAir 8 -70")
             capture = f"{machine.folder.name}/c.btsnoop"
-            recorded = machine.run("record", capture, "--for", "3")
+            recorded = machine.run(BRIVANE, "record", capture, "--for", "3")
             self.assertRegex(recorded.stdout, r"^\d\d frames in ")
-            replayed = machine.run("scan", "--capture", capture, "--speed", "max", "--json")
+            replayed = machine.run(BRIVANE, "scan", "--capture", capture, "--speed", "max", "--json")
             reports = [json.loads(line) for line in replayed.stdout.splitlines()]
             heard = [[(b["minor"], b["rssi"]) for b in r["beacons"]] for r in reports if r["event"] == "range"]
             self.assertIn([(7, -60), (8, -70)], heard)
-            again = machine.run("record", capture)
+            again = machine.run(BRIVANE, "record", capture)
             self.assertEqual((again.returncode, again.stderr), (2, f"brivane: {capture}: File exists\n"))
 
     def test_detection_names_the_place_and_reports_positions_as_they_are_granted(self):
@@ -196,7 +135,7 @@ class Live(unittest.TestCase):
                 name, path = "org.freedesktop.GeoClue2", "/org/freedesktop/GeoClue2/Manager"
                 geoclue = machine.start_daemon("geoclue", name, path, f"{name}.Mock", refusal)
             reach = start_service(self, SERVICE, WALKS, "--state", machine.folder.name)
-            with machine.listen("detect", "--live", "--gps", "--json", "--log", *reach) as detect:
+            with machine.listen(BRIVANE, "detect", "--live", "--gps", "--json", "--log", *reach) as detect:
                 if refusal != "Access denied":
                     wait_for(lambda: detect.of("match"))
                 if refusal == "":
