@@ -25,8 +25,8 @@ Radio::Radio(Screen& screen, Options options)
 
 void Radio::failIfUseless() const {
   if (!isUseless()) return;
-  const bool isWrongAdapter = fault_.starts_with("there is no Bluetooth adapter " + adapter_);
-  throw Failure(!adapter_.empty() && isWrongAdapter ? kUsageFailure : kServiceFailure, fault_);
+  const bool isWrongOption = !adapter_.empty() && kind_ == platform::Radio::FaultKind::kNoAdapter;
+  throw Failure(isWrongOption ? kUsageFailure : kServiceFailure, fault_);
 }
 
 bool Radio::isDenied() const {
@@ -41,6 +41,7 @@ void Radio::failUnlessAuthorized() const {
 }
 
 void Radio::onRadio(const platform::Radio::Status& status) {
+  kind_ = status.kind;
   const std::string before = std::exchange(fault_, status.fault);
   if (hasListened_ && !fault_.empty() && fault_ != before) {
     screen_.complain(fault_);

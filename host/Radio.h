@@ -45,6 +45,7 @@ class Radio {
   bool hasListened_ = false;
   bool complained_ = false;
   /// What is wrong now.
+  platform::Radio::FaultKind kind_ = platform::Radio::FaultKind::kNone;
   std::string fault_;
   /// Why detection is not allowed, or not all of it.
   std::string refusal_;

@@ -304,17 +304,20 @@ void BlueZListening::hear(const std::string& path,
 void BlueZListening::publish() {
   const bool isAlone = hasMonitor() && failure_.empty() && !schedule_.isStuck();
   const bool listening = schedule_.isListening() || isAlone;
-  Radio::Status status{listening, listening ? "" : fault(), refused_};
+  const RadioFault wrong = listening ? RadioFault{} : fault();
+  Radio::Status status{listening, wrong.kind, wrong.text, refused_};
   if (status == status_) return;
   status_ = std::move(status);
   options_.listener.radioChanged(status_);
 }
 
-std::string BlueZListening::fault() const {
+RadioFault BlueZListening::fault() const {
   using Stage = BlueZConnection::Stage;
   const Stage stage = connection_.stage();
   // What was wrong before stands until it is known to be over.
-  if (stage == Stage::kConnecting || stage == Stage::kAsking) return status_.fault;
+  if (stage == Stage::kConnecting || stage == Stage::kAsking) {
+    return {status_.kind, status_.fault};
+  }
   const std::string name = adapter_.substr(adapter_.rfind('/') + 1);
   return faultOf({.stage = stage,
                   .reason = connection_.reason(),

@@ -15,6 +15,7 @@
 #include "platform/linux/BlueZWatch.h"
 #include "platform/linux/DiscoverySchedule.h"
 #include "platform/linux/MainContext.h"
+#include "platform/linux/RadioFault.h"
 #include "platform/location/Advertisement.h"
 #include "platform/location/Radio.h"
 
@@ -70,7 +71,7 @@ class BlueZListening final : private BlueZConnection::Listener {
   void finish(DiscoverySchedule::Call call, const BusReply& reply);
   void hear(const std::string& path, const std::optional<Advertisement>& advertisement);
   void publish();
-  std::string fault() const;
+  RadioFault fault() const;
   void arm();
   void log(const std::string& line) const;
 

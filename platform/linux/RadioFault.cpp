@@ -4,48 +4,58 @@
 namespace platform {
 namespace {
 
+using Kind = Radio::FaultKind;
+
 std::string remedyOf(RadioBlock block) {
   return block == RadioBlock::kHard
              ? " is blocked by a switch of this device; switch it on there"
              : " is blocked; end the airplane mode, or unblock it (rfkill unblock bluetooth)";
 }
 
-std::string faultOfAdapter(const RadioState& state) {
+RadioFault blocked(const std::string& what, RadioBlock block) {
+  return {Kind::kBlocked, what + remedyOf(block)};
+}
+
+RadioFault faultOfAdapter(const RadioState& state) {
+  const bool isBlocked = state.block != RadioBlock::kNone;
   if (state.adapter.empty()) {
-    if (state.mayFindAdapters) return "";
-    if (state.block != RadioBlock::kNone) return "Bluetooth" + remedyOf(state.block);
+    if (state.mayFindAdapters) return {};
+    if (isBlocked) return blocked("Bluetooth", state.block);
     const std::string which = state.wanted.empty() ? "" : " " + state.wanted;
-    return "there is no Bluetooth adapter" + which + "; plug it in, or load its driver";
+    return {Kind::kNoAdapter,
+            "there is no Bluetooth adapter" + which + "; plug it in, or load its driver"};
   }
   if (!state.powered) {
-    return "the Bluetooth adapter " + state.adapter +
-           (state.block == RadioBlock::kNone ? " is off; switch it on (bluetoothctl power on)"
-                                             : remedyOf(state.block));
+    const std::string which = "the Bluetooth adapter " + state.adapter;
+    if (isBlocked) return blocked(which, state.block);
+    return {Kind::kSwitchedOff, which + " is off; switch it on (bluetoothctl power on)"};
   }
   const std::string what = "Bluetooth discovery does not start: ";
-  if (!state.failure.empty()) return what + state.failure;
-  if (!state.isStuck) return "";
-  return what + "the Bluetooth daemon stays busy; restart it (systemctl restart bluetooth)";
+  if (!state.failure.empty()) return {Kind::kOther, what + state.failure};
+  if (!state.isStuck) return {};
+  return {Kind::kOther,
+          what + "the Bluetooth daemon stays busy; restart it (systemctl restart bluetooth)"};
 }
 
 }  // namespace
 
-std::string faultOf(const RadioState& state) {
+RadioFault faultOf(const RadioState& state) {
   using Stage = BlueZConnection::Stage;
   switch (state.stage) {
     case Stage::kConnecting:
     case Stage::kAsking:
       break;
     case Stage::kNoBus:
-      return "the system bus cannot be reached; start it (systemctl start dbus)";
+      return {Kind::kOther, "the system bus cannot be reached; start it (systemctl start dbus)"};
     case Stage::kNoDaemon:
-      return "the Bluetooth daemon does not run; start it (systemctl start bluetooth)";
+      return {Kind::kOther,
+              "the Bluetooth daemon does not run; start it (systemctl start bluetooth)"};
     case Stage::kUnanswered:
-      return "the Bluetooth daemon does not say what it has: " + state.reason;
+      return {Kind::kOther, "the Bluetooth daemon does not say what it has: " + state.reason};
     case Stage::kKnown:
       return faultOfAdapter(state);
   }
-  return "";
+  return {};
 }
 
 }  // namespace platform

@@ -5,6 +5,7 @@
 
 #include "platform/linux/BlueZConnection.h"
 #include "platform/linux/RadioBlock.h"
+#include "platform/location/Radio.h"
 
 namespace platform {
 
@@ -28,8 +29,13 @@ struct RadioState {
   bool isStuck = false;
 };
 
-/// Why the radio does not listen, in one line for a person that says what to do; empty while
-/// nothing is known to be wrong.
-std::string faultOf(const RadioState& state);
+/// Why the radio does not listen.
+struct RadioFault {
+  Radio::FaultKind kind = Radio::FaultKind::kNone;
+  /// One line for a person that says what to do; empty while nothing is known to be wrong.
+  std::string text = {};
+};
+
+RadioFault faultOf(const RadioState& state);
 
 }  // namespace platform

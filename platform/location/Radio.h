@@ -17,9 +17,22 @@ namespace platform {
 /// thread of the loop that it was made for.
 class BRIVANE_EXPORT Radio {
  public:
+  /// What keeps it from listening, for a host that mends it or says it in its own words.
+  enum class FaultKind {
+    kNone,
+    /// There is no adapter, or not the one that was asked for.
+    kNoAdapter,
+    /// The adapter is switched off.
+    kSwitchedOff,
+    /// The device keeps it off: its airplane mode, or a switch of its own.
+    kBlocked,
+    kOther,
+  };
+
   /// Whether it listens.
   struct Status {
     bool listening = false;
+    FaultKind kind = FaultKind::kNone;
     /// Why it does not, one line for a person that says what to do; empty while it is on the way.
     std::string fault = {};
     /// Whether the user or the system forbids it; absent until that is known.

@@ -161,17 +161,17 @@ TEST(RadioFault, GivesAdviceThatWorks) {
   put("rfkill2", {{"type", "bluetooth"}, {"name", "hci2"}, {"soft", "0"}, {"hard", "0"}});
   put("rfkill3", {{"type", "wlan"}, {"name", "phy0"}, {"soft", "1"}, {"hard", "0"}});
   const auto adviceFor = [&](const std::string& adapter) {
-    const std::string fault = faultOf(
+    const RadioFault fault = faultOf(
         {.stage = BlueZConnection::Stage::kKnown, .adapter = adapter, .block = radioBlockOf(adapter, folder.path())});
-    return fault.substr(fault.find("; ") + 2);
+    return std::to_string(static_cast<int>(fault.kind)) + fault.text.substr(fault.text.find("; "));
   };
-  EXPECT_EQ(adviceFor("hci0"), "switch it on there");
-  EXPECT_EQ(adviceFor("hci1"), "end the airplane mode, or unblock it (rfkill unblock bluetooth)");
-  EXPECT_EQ(adviceFor("hci2"), "switch it on (bluetoothctl power on)");
+  EXPECT_EQ(adviceFor("hci0"), "3; switch it on there");
+  EXPECT_EQ(adviceFor("hci1"), "3; end the airplane mode, or unblock it (rfkill unblock bluetooth)");
+  EXPECT_EQ(adviceFor("hci2"), "2; switch it on (bluetoothctl power on)");
   std::filesystem::remove_all(folder.path() / "rfkill0");
-  EXPECT_EQ(adviceFor(""), "end the airplane mode, or unblock it (rfkill unblock bluetooth)");
+  EXPECT_EQ(adviceFor(""), "3; end the airplane mode, or unblock it (rfkill unblock bluetooth)");
   std::filesystem::remove_all(folder.path() / "rfkill1");
-  EXPECT_EQ(adviceFor(""), "plug it in, or load its driver");
+  EXPECT_EQ(adviceFor(""), "1; plug it in, or load its driver");
   EXPECT_EQ(radioBlockOf("", folder.path() / "absent"), RadioBlock::kNone);
 }
 
