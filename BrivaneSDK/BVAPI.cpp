@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "BrivaneSDK/BVAPI.h"
 
-#include <atomic>
 #include <utility>
 
 #include "BrivaneSDK/BVInvalidReply.h"
@@ -12,6 +11,7 @@
 #include "BrivaneSDK/LossyASCII.h"
 #include "BrivaneSDK/NullText.h"
 #include "BrivaneSDK/NumberText.h"
+#include "BrivaneSDK/Session.h"
 #include "BrivaneSDK/UnsetIdentifier.h"
 #include "platform/JSON.h"
 #include "platform/RealText.h"
@@ -20,19 +20,6 @@
 using namespace brivane::internal;
 
 namespace {
-
-enum class SessionState { kLoggedOut, kLoggedIn, kSynced };
-
-struct Session {
-  Guarded<std::optional<std::string>> token;
-  std::atomic<SessionState> state = SessionState::kLoggedOut;
-};
-
-/// Never destroyed, so that a reply that comes while the process ends still finds it.
-Session& session() {
-  static auto& only = *new Session;
-  return only;
-}
 
 std::string valueText(const BVAPI::Value& value) {
   struct Rendering {

@@ -6,6 +6,8 @@
 #include <string>
 #include <utility>
 
+#include "platform/ForgetServices.h"
+
 namespace platform {
 namespace {
 
@@ -44,3 +46,5 @@ const Services& services() {
 }
 
 }  // namespace platform
+
+void brivane::internal::forgetServices() { delete platform::installedServices.exchange(nullptr); }

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """Installs a build into a clean prefix and builds against that alone, as a host does: the smallest host, which it runs
-against the development service, and every snippet of the documents.
+against the development service, the tests of a host, which it runs too, and every snippet of the documents.
 
 usage: check_embedding.py BUILD_FOLDER SOURCE_FOLDER COMPILER FLAGS
 """
@@ -54,12 +54,14 @@ class Embedding(unittest.TestCase):
         cls.addClassCleanup(folder.cleanup)
         cls.folder = pathlib.Path(folder.name)
         run("cmake", "--install", BUILD, "--prefix", cls.folder / "prefix")
-        shutil.copytree(SOURCE / "examples/minimal", cls.folder / "minimal")
+        for example in "minimal", "testing":
+            shutil.copytree(SOURCE / "examples" / example, cls.folder / example)
         sources = [as_source(snippet) for snippet in snippets("cpp")]
         assert len(sources) > 1
         for number, source in enumerate(sources):
             (cls.folder / f"snippet{number}.cpp").write_text(source)
-        lines = ["cmake_minimum_required(VERSION 3.25)", "project(host LANGUAGES CXX)", "add_subdirectory(minimal)"]
+        lines = ["cmake_minimum_required(VERSION 3.25)", "project(host LANGUAGES CXX)", "add_subdirectory(minimal)",
+                 "add_subdirectory(testing)"]
         for number, snippet in enumerate(snippets("cmake")):
             files = " ".join(f"snippet{i}.cpp" for i in range(len(sources)))
             lines += [f"add_library(app{number} OBJECT {files})", re.sub(r"\bapp\b", f"app{number}", snippet)]
@@ -72,8 +74,9 @@ class Embedding(unittest.TestCase):
         return subprocess.run([self.folder / "build/minimal/minimal", capture, info, address, certificate], timeout=60,
                               capture_output=True, text=True, env={**os.environ, "XDG_CONFIG_HOME": str(self.folder)})
 
-    def test_every_snippet_compiles_and_the_smallest_host_runs(self):
+    def test_every_snippet_compiles_and_the_examples_run(self):
         run("cmake", "--build", self.folder / "build")
+        run(self.folder / "build/testing/host-test")
         reach = start_service(self, self.folder / "prefix/bin/brivane-service", WALKS, "--state", self.folder)
         walk = WALKS / "old-town.btsnoop"
         info, address, certificate = reach[1::2]

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Holds what a host's build and link must not meet: every header of the library, the boundary and the
-location logic compiles alone, they include the standard library and each other, nothing else, and the
+"""Holds what a host's build and link must not meet: every header of the library, the boundary, the location logic and
+of what hosts test with compiles alone, they include the standard library and each other, nothing else, and the
 libraries define no external name but their own.
 
 usage: check_headers.py COMPILER SOURCE_FOLDER NM LIBRARY…
@@ -12,10 +12,11 @@ import subprocess
 import sys
 
 # Which folder's headers the files of a folder may include.
-INCLUDES = {"BrivaneSDK": r"(platform|BrivaneSDK)", "platform": "platform", "platform/location": r"platform(/location)?"}
+INCLUDES = {"BrivaneSDK": r"(platform|BrivaneSDK)", "platform": "platform", "platform/location": r"platform(/location)?",
+            "testing": r"(platform(/location)?|BrivaneSDK|testing)"}
 
 # A mangled name: what it is made for (a table, a thunk, a guard, a function's local), then whose it is.
-OURS = r"(8platform|7brivane8internal|\d+BV\w)"
+OURS = r"(8platform|7brivane(8internal|7testing)|\d+BV\w)"
 # Templates and inline functions of the standard library and of simdjson, which every user of them defines alike.
 STANDARD = r"(S[tabsiod]|9__gnu_cxx|8simdjson)"
 NAME = re.compile(rf"_Z(T[ISVT]|T[hv]n?\d+_(n?\d+_)?|GVZ?|GR|Z)*N?[KVRO]*({OURS}|{STANDARD})")
