@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "guide/Connection.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace guide {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int kUnauthorized = 401;
+constexpr Duration kFirstPause = 5s;
+constexpr Duration kLongestPause = 2min;
+/// What was asked with the old token may still be refused for so long.
+constexpr Duration kOldRefusals = 5s;
+/// A session that lasted so long was a good one.
+constexpr Duration kGoodSession = 1min;
+
+bool isSuccess(const platform::TransferOutcome& outcome) {
+  return outcome.status && *outcome.status >= 200 && *outcome.status < 300;
+}
+
+bool belongsToLogin(const platform::TransferOutcome& outcome) {
+  return outcome.endpoint.ends_with("oauth2/token/") || outcome.endpoint.ends_with("sync/");
+}
+
+bool isRefusal(const platform::TransferOutcome& outcome) {
+  return outcome.status && *outcome.status >= 400 && *outcome.status < 500;
+}
+
+}  // namespace
+
+void Connection::loggedIn(Instant /*now*/) {
+  due_.reset();
+  loggingIn_ = true;
+}
+
+bool Connection::becomesReady(Instant now) {
+  if (!loggingIn_) return false;
+  loggingIn_ = false;
+  wasReady_ = true;
+  readySince_ = now;
+  session_ = Session::kReady;
+  return true;
+}
+
+void Connection::transferred(const platform::TransferOutcome& outcome, Instant now) {
+  if (loggingIn_) {
+    if (!belongsToLogin(outcome) || isSuccess(outcome)) return;
+    if (!isRefusal(outcome)) {
+      fail(wasReady_ ? Session::kNotRenewed : Session::kConnecting, now);
+    } else {
+      fail(wasReady_ ? Session::kNotRenewed : Session::kRefused, now);
+    }
+    return;
+  }
+  const bool isExpired = session_ == Session::kReady && outcome.status == kUnauthorized;
+  if (!isExpired || now - readySince_ < kOldRefusals) return;
+  if (now - readySince_ > kGoodSession) failures_ = 0;
+  session_ = Session::kConnecting;
+  due_ = failures_ == 0 ? now : now + kFirstPause;
+}
+
+void Connection::tryAgain(Instant now) {
+  if (due_ || session_ == Session::kNoCredentials) due_ = now;
+}
+
+void Connection::lackCredentials() {
+  due_.reset();
+  loggingIn_ = false;
+  session_ = Session::kNoCredentials;
+}
+
+void Connection::fail(Session session, Instant now) {
+  loggingIn_ = false;
+  session_ = session;
+  due_ = now + std::min(kFirstPause * (1 << std::min(failures_, 8)), kLongestPause);
+  ++failures_;
+}
+
+}  // namespace guide

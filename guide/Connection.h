@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+
+#include "guide/Listener.h"
+#include "platform/TransferOutcome.h"
+#include "platform/location/Instant.h"
+
+namespace guide {
+
+/// When to log in: at first, when the token has expired, and again after a login that failed, less
+/// and less often. The library takes a refused login for an answer like any other; here it is none.
+/// Reads no clock. One thread at a time.
+class Connection {
+ public:
+  /// A manager was made, whose login is on its way.
+  void loggedIn(Instant now);
+  /// The manager has said that it is ready; whether it is, and detection may start.
+  bool becomesReady(Instant now);
+  /// How a request ended.
+  void transferred(const platform::TransferOutcome& outcome, Instant now);
+  /// Where there was no answer there may be one now.
+  void tryAgain(Instant now);
+  /// No manager can be made from what there is.
+  void lackCredentials();
+
+  /// When to make a manager; absent while one is at work, or none can be made.
+  std::optional<Instant> due() const { return due_; }
+  Session session() const { return session_; }
+
+ private:
+  void fail(Session session, Instant now);
+
+  std::optional<Instant> due_ = Instant();
+  Session session_ = Session::kConnecting;
+  bool loggingIn_ = false;
+  bool wasReady_ = false;
+  Instant readySince_;
+  int failures_ = 0;
+};
+
+}  // namespace guide

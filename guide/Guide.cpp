@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "guide/Guide.h"
+
+#include <array>
+#include <utility>
+
+#include "guidance/Text.h"
+
+namespace guide {
+namespace {
+
+/// One lost request is no lost network.
+constexpr int kFailuresOfNetwork = 2;
+constexpr int kServiceFault = 500;
+
+bool isSuccess(const platform::TransferOutcome& outcome) {
+  return outcome.status && *outcome.status >= 200 && *outcome.status < 300;
+}
+
+std::optional<TroubleKind> troubleOf(Session session) {
+  switch (session) {
+    case Session::kNoCredentials:
+      return TroubleKind::kNoCredentials;
+    case Session::kRefused:
+      return TroubleKind::kRefused;
+    case Session::kNotRenewed:
+      return TroubleKind::kNotRenewed;
+    case Session::kConnecting:
+    case Session::kReady:
+      break;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+Guide::Guide(guidance::Speech& speech, Nearby::Ask askNearby, std::function<void()> onChange)
+    : speech_(speech), onChange_(std::move(onChange)), nearby_(std::move(askNearby)) {}
+
+void Guide::setManner(const Manner& manner) {
+  manner_ = manner;
+  announcements_.detail = manner.detail;
+  announcements_.language = manner.language;
+  if (!manner.speaksByItself) speech_.stop();
+}
+
+void Guide::hush(bool hushed) {
+  announcements_.hush(hushed);
+  if (!std::exchange(hushed_, hushed) && hushed) speech_.stop();
+}
+
+void Guide::sayAgain() {
+  if (last_) speech_.say(*last_);
+}
+
+void Guide::sayMore() {
+  const auto more = announcements_.more(places_);
+  if (more && !manner_.screenReader) speech_.say(*more);
+}
+
+void Guide::speechChanged(const std::string& fault, Instant now) {
+  tell(troubles_.set(TroubleKind::kNoSpeech, !fault.empty(), now, fault));
+  onChange_();
+}
+
+void Guide::reported(const std::vector<Sighting>& places, Instant now) {
+  const bool changed = places_.report(places, now);
+  if (const auto news = announcements_.report(places_, now)) say(*news);
+  if (changed) onChange_();
+}
+
+void Guide::moved(const platform::CLLocation& position, Instant now) {
+  tell(troubles_.set(TroubleKind::kNoPositions, false, now));
+  nearby_.moved(position);
+}
+
+void Guide::found(const std::shared_ptr<const BVWaybeaconDistance::List>& places, Instant /*now*/) {
+  if (nearby_.found(places)) onChange_();
+}
+
+void Guide::sessionChanged(Session session, Instant now) {
+  session_ = session;
+  nearby_.transferred(false);  // what an earlier session was asked remains without an answer
+  if (session != Session::kConnecting) {
+    tell(troubles_.setOneOf(
+        {TroubleKind::kNoCredentials, TroubleKind::kRefused, TroubleKind::kNotRenewed},
+        troubleOf(session), now));
+  }
+  onChange_();
+}
+
+void Guide::transferred(const platform::TransferOutcome& outcome, Instant now) {
+  if (outcome.endpoint.ends_with("nearest/")) nearby_.transferred(isSuccess(outcome));
+  failures_ = outcome.status ? 0 : failures_ + 1;
+  const bool isOutOfOrder = outcome.status && *outcome.status >= kServiceFault;
+  if (outcome.status || failures_ >= kFailuresOfNetwork) {
+    std::optional<TroubleKind> trouble;
+    if (!outcome.status) trouble = TroubleKind::kNoNetwork;
+    if (isOutOfOrder) trouble = TroubleKind::kService;
+    tell(troubles_.setOneOf({TroubleKind::kNoNetwork, TroubleKind::kService}, trouble, now));
+    onChange_();
+  }
+}
+
+void Guide::radioChanged(const platform::Radio::Status& status, Instant now) {
+  if (!status.listening && status.fault.empty()) return;  // on the way
+  std::optional<TroubleKind> trouble;
+  if (!status.listening) {
+    trouble = TroubleKind::kRadio;
+    places_.clear();
+  }
+  tell(
+      troubles_.setOneOf({TroubleKind::kNoAdapter, TroubleKind::kBluetoothOff, TroubleKind::kRadio},
+                         trouble, now, status.fault));
+  onChange_();
+}
+
+void Guide::permissionChanged(const platform::Permission& permission, const std::string& reason,
+                              Instant now) {
+  const bool isRefused = permission.status == platform::kCLAuthorizationStatusDenied ||
+                         permission.status == platform::kCLAuthorizationStatusRestricted;
+  tell(troubles_.set(TroubleKind::kNoPermission, isRefused, now, reason));
+  onChange_();
+}
+
+void Guide::noPositions(const std::string& reason, Instant now) {
+  tell(troubles_.set(TroubleKind::kNoPositions, true, now, reason));
+  onChange_();
+}
+
+void Guide::ended(const std::string& fault, Instant /*now*/) {
+  places_.clear();
+  notice_ = fault.empty() ? guidance::_("The recording is over.") : fault;
+  onChange_();
+}
+
+void Guide::tell(const std::optional<Troubles::News>& news) {
+  if (!news) return;
+  notice_ = news->text;
+  say({.text = news->text, .language = guidance::textLanguage(), .urgent = news->urgent});
+}
+
+void Guide::say(const guidance::Utterance& utterance) {
+  last_ = utterance;
+  if (manner_.speaksByItself && !hushed_) speech_.say(utterance);
+}
+
+}  // namespace guide

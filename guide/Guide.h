@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "guidance/Sentences.h"
+#include "guidance/Speech.h"
+#include "guide/Announcements.h"
+#include "guide/Listener.h"
+#include "guide/Nearby.h"
+#include "guide/Places.h"
+#include "guide/Troubles.h"
+
+namespace guide {
+
+/// What the application shows and says, from what guiding brings. It reads no clock and owns no
+/// thread; whoever shows it calls it on the thread on which it is fed.
+class Guide final : public Listener {
+ public:
+  /// How the person wants to be spoken to.
+  struct Manner {
+    /// Places and troubles are spoken as they come; else nothing is, but for what is asked for.
+    bool speaksByItself = true;
+    /// A screen reader runs: what it reads itself, which is what a key or a button brought up, is
+    /// not spoken.
+    bool screenReader = false;
+    guidance::Detail detail = guidance::Detail::kWhere;
+    /// Of the network's texts; empty when it is not known.
+    std::string language = {};
+  };
+
+  /// `onChange` is called after whatever may have changed what is shown. `askNearby` as
+  /// Guiding::askNearby.
+  Guide(guidance::Speech& speech, Nearby::Ask askNearby, std::function<void()> onChange);
+
+  void setManner(const Manner& manner);
+  /// While a call or another voice is to be heard.
+  void hush(bool hushed);
+
+  const Places& places() const { return places_; }
+  const std::vector<NearbyPlace>& nearby() const { return nearby_.places(); }
+  /// What is wrong, the gravest of all; absent while all is well.
+  std::optional<Trouble> trouble() const { return troubles_.gravest(); }
+  Session session() const { return session_; }
+  /// What was told last that is no place, as that Bluetooth works again; empty at first.
+  const std::string& notice() const { return notice_; }
+  /// The last that was said, or would have been; empty when nothing was.
+  std::string lastSaid() const { return last_ ? last_->text : std::string(); }
+
+  /// Says the last announcement again.
+  void sayAgain();
+  /// Says everything about the place that one is at, unless the screen reader does.
+  void sayMore();
+  /// The voice cannot be heard, for the reason in `fault`; empty when it can.
+  void speechChanged(const std::string& fault, Instant now);
+
+  void reported(const std::vector<Sighting>& places, Instant now) override;
+  void moved(const platform::CLLocation& position, Instant now) override;
+  void found(const std::shared_ptr<const BVWaybeaconDistance::List>& places, Instant now) override;
+  void sessionChanged(Session session, Instant now) override;
+  void transferred(const platform::TransferOutcome& outcome, Instant now) override;
+  void radioChanged(const platform::Radio::Status& status, Instant now) override;
+  void permissionChanged(const platform::Permission& permission, const std::string& reason,
+                         Instant now) override;
+  void noPositions(const std::string& reason, Instant now) override;
+  void ended(const std::string& fault, Instant now) override;
+
+ private:
+  void say(const guidance::Utterance& utterance);
+  void tell(const std::optional<Troubles::News>& news);
+
+  guidance::Speech& speech_;
+  const std::function<void()> onChange_;
+  Manner manner_;
+  bool hushed_ = false;
+  Places places_;
+  Nearby nearby_;
+  Announcements announcements_;
+  Troubles troubles_;
+  Session session_ = Session::kConnecting;
+  std::string notice_;
+  std::optional<guidance::Utterance> last_;
+  int failures_ = 0;
+};
+
+}  // namespace guide

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "guide/Nearby.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <string_view>
+#include <utility>
+
+#include "guidance/Sentences.h"
+#include "guidance/Text.h"
+
+namespace guide {
+namespace {
+
+constexpr std::int64_t kRadius = 500;  // metres, as all that follows
+/// How far the other points lie from the device: far enough that distances in whole metres tell a
+/// direction.
+constexpr double kOffset = 100.0;
+constexpr double kMetresPerDegree = 111'195.0;
+constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
+
+double degrees(double radians) { return radians * 180.0 / std::numbers::pi; }
+
+/// What tells a place from others: the service sends no identifier.
+std::string identityOf(const BVLocal& local) {
+  return local.name().value_or("") + '\n' + local.address().value_or("") + '\n' +
+         local.category().value_or("");
+}
+
+/// Where a place lies that is so far from the device, from the point to the north of it, and from
+/// the one to the east.
+std::optional<double> bearingOf(const std::array<double, 3>& metres) {
+  const auto along = [&](double fromOther) {
+    return (metres[0] * metres[0] - fromOther * fromOther + kOffset * kOffset) / (2.0 * kOffset);
+  };
+  const double bearing = degrees(std::atan2(along(metres[2]), along(metres[1])));
+  if (std::isnan(bearing)) return std::nullopt;
+  return bearing < 0.0 ? bearing + 360.0 : bearing;
+}
+
+}  // namespace
+
+std::string NearbyPlace::whereText() const {
+  const std::string distance = guidance::distanceText(metres);
+  if (!bearing) return distance;
+  return guidance::filled(guidance::_("%1 %2"), {distance, guidance::directionText(*bearing)});
+}
+
+void Nearby::moved(const platform::CLLocation& position) {
+  if (position.horizontalAccuracy < 0.0) return;
+  next_ = position.coordinate;
+  if (answered_) abandon();
+  if (!awaited_) askNext();
+}
+
+bool Nearby::found(const std::shared_ptr<const BVWaybeaconDistance::List>& places) {
+  if (!awaited_) return false;
+  const std::size_t point = *awaited_;
+  answered_ = false;
+  if (point == 0) {
+    metres_.clear();
+    places_.clear();
+  }
+  if (places) {
+    for (const auto& place : *places) {
+      const auto [entry, isNew] = metres_.try_emplace(identityOf(*place->local()),
+                                                      std::array{kUnknown, kUnknown, kUnknown});
+      entry->second.at(point) = place->distance();
+      if (point == 0) places_.push_back({.local = place->local(), .metres = place->distance()});
+    }
+  }
+  if (point == 2) {
+    for (NearbyPlace& place : places_)
+      place.bearing = bearingOf(metres_.at(identityOf(*place.local)));
+  }
+  std::ranges::stable_sort(places_, {}, &NearbyPlace::metres);
+  askNext();
+  return true;
+}
+
+void Nearby::transferred(bool succeeded) {
+  answered_ = awaited_ && succeeded;
+  if (!succeeded) abandon();
+}
+
+void Nearby::abandon() {
+  awaited_.reset();
+  answered_ = false;
+  if (next_) askNext();
+}
+
+void Nearby::askNext() {
+  if (next_) {
+    centre_ = *std::exchange(next_, std::nullopt);
+    awaited_ = 0;
+  } else if (awaited_ && *awaited_ < 2 && !places_.empty()) {
+    ++*awaited_;
+  } else {
+    awaited_.reset();
+    return;
+  }
+  platform::CLLocationCoordinate2D point = centre_;
+  if (*awaited_ == 1) point.latitude += kOffset / kMetresPerDegree;
+  if (*awaited_ == 2) {
+    const double shrink = std::cos(centre_.latitude * std::numbers::pi / 180.0);
+    point.longitude += kOffset / (kMetresPerDegree * shrink);
+  }
+  const auto radius = *awaited_ == 0 ? kRadius : kRadius + static_cast<std::int64_t>(kOffset);
+  if (!ask_(point.latitude, point.longitude, radius)) awaited_.reset();
+}
+
+}  // namespace guide

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "BrivaneSDK/BVAPIResolve.h"
+#include "guidance/NearestPlace.h"
+#include "guide/Listener.h"
+
+namespace guide {
+
+/// Which places a person is near, from one ranging report to the next. One thread.
+class Places {
+ public:
+  /// Takes a report; whether what follows has changed by it.
+  bool report(const std::vector<Sighting>& places, Instant now);
+  /// Nothing is heard any more.
+  void clear();
+
+  /// The place that one is at: the nearest, until it has not been heard for ten seconds; null
+  /// while there is none.
+  const Sighting* here() const { return here_ ? &*here_ : nullptr; }
+  /// The places in range, nearest first.
+  const std::vector<Sighting>& around() const { return around_; }
+
+ private:
+  guidance::NearestPlace nearest_;
+  std::optional<Sighting> here_;
+  Instant heardHere_;
+  std::vector<Sighting> around_;
+};
+
+}  // namespace guide
