@@ -21,9 +21,12 @@
 /// process, not to one client.
 class BRIVANE_EXPORT BVAPI final : public std::enable_shared_from_this<BVAPI> {
  public:
+  /// One value of a form: a text as it is, a number in its shortest decimal form.
   using Value = std::variant<std::string, std::int64_t, double>;
+  /// The fields of a request, by their keys.
   using Parameters = std::map<std::string, Value>;
 
+  /// A new client without a delegate. Its calls need installed services.
   static std::shared_ptr<BVAPI> init();
 
   ~BVAPI();
@@ -32,6 +35,7 @@ class BRIVANE_EXPORT BVAPI final : public std::enable_shared_from_this<BVAPI> {
 
   /// Null when there is none, or it is gone; held weakly.
   std::shared_ptr<BVAPIDelegate> delegate() const;
+  /// Null for none.
   void setDelegate(std::weak_ptr<BVAPIDelegate> delegate);
 
   /// Asks for an access token; `receivedLogin`.

@@ -17,12 +17,17 @@ class BRIVANE_EXPORT BVAPIDelegate {
  public:
   virtual ~BVAPIDelegate() = default;
 
+  /// A login was answered, be it with a refusal, which has no access token. Later requests carry
+  /// the token already.
   virtual void receivedLogin(const std::shared_ptr<const BVAPILogin>& login) = 0;
+  /// A sync was answered: the session is ready, whatever the record says.
   virtual void receivedSync(const std::shared_ptr<const BVAPISync>& sync) = 0;
   /// `request` names the beacon that the reply answers; null when it answers a position.
   virtual void receivedResolve_forRequest(
       const std::shared_ptr<const BVAPIResolve>& resolve,
       const std::shared_ptr<const BVAPIResolveRequest>& request) = 0;
+  /// A payload was attached to a beacon.
   virtual void receivedPayload(const std::shared_ptr<const BVAPIPayload>& payload) = 0;
+  /// The places near a coordinate have come; there may be none.
   virtual void receivedNearest(const std::shared_ptr<const BVAPINearest>& nearest) = 0;
 };

@@ -20,8 +20,12 @@ class BRIVANE_EXPORT BVAPILogin {
   /// The token that later requests carry; null after a refusal.
   const std::optional<std::string>& access_token() const { return access_token_; }
   void setAccess_token(std::optional<std::string> value) { access_token_ = std::move(value); }
+  /// What the token entitles to, in the service's words; null when it sent none. The library does
+  /// not use it.
   const std::optional<std::string>& scope() const { return scope_; }
   void setScope(std::optional<std::string> value) { scope_ = std::move(value); }
+  /// The kind of token, as the service names it; null when it sent none. The library does not use
+  /// it.
   const std::optional<std::string>& token_type() const { return token_type_; }
   void setToken_type(std::optional<std::string> value) { token_type_ = std::move(value); }
   /// Seconds that the token was good for when the reply came.

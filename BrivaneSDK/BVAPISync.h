@@ -15,10 +15,14 @@ class BRIVANE_EXPORT BVAPISync {
   /// BVInvalidReply for JSON of another form.
   static std::shared_ptr<const BVAPISync> parse(const std::optional<std::string>& body);
 
+  /// The three flags as the service sent them, false where it sent none. The library logs them and
+  /// decides nothing by them.
   bool offline() const { return offline_; }
   void setOffline(bool value) { offline_ = value; }
+  /// See `offline`.
   bool internal() const { return internal_; }
   void setInternal(bool value) { internal_ = value; }
+  /// See `offline`: a sync whose status is false counts too.
   bool status() const { return status_; }
   void setStatus(bool value) { status_ = value; }
   /// The service's public key, as it sent it; null when it sent none.

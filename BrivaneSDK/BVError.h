@@ -16,8 +16,10 @@ class BRIVANE_EXPORT BVError {
   /// enabled". Throws std::out_of_range for any other code.
   static std::shared_ptr<const BVError> newError(std::int32_t code);
 
+  /// 0 or 1; see `newError`.
   std::int32_t errorCode() const { return errorCode_; }
   void setErrorCode(std::int32_t value) { errorCode_ = value; }
+  /// The message that belongs to the code, in English; null only when it was set so.
   const std::optional<std::string>& errorString() const { return errorString_; }
   void setErrorString(std::optional<std::string> value) { errorString_ = std::move(value); }
 

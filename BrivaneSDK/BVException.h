@@ -10,6 +10,7 @@
 /// then; no manager exists afterwards.
 class BRIVANE_EXPORT BVException : public std::runtime_error {
  public:
+  /// An exception of this name, with its reason.
   BVException(std::string name, const std::string& reason);
   ~BVException() override;
 

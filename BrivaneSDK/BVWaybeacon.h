@@ -23,11 +23,13 @@ class BRIVANE_EXPORT BVWaybeacon {
   /// The beacon's identifier at the service.
   const std::optional<std::string>& uuid() const { return uuid_; }
   void setUuid(std::optional<std::string> value) { uuid_ = std::move(value); }
+  /// The beacon's name: what a person is told.
   const std::optional<std::string>& name() const { return name_; }
   void setName(std::optional<std::string> value) { name_ = std::move(value); }
   /// Degrees, as is the longitude; 0 where the service sent none.
   double latitude() const { return latitude_; }
   void setLatitude(double value) { latitude_ = value; }
+  /// Degrees, positive to the east; 0 where the service sent none.
   double longitude() const { return longitude_; }
   void setLongitude(double value) { longitude_ = value; }
   /// Where the beacon is, in words.
@@ -36,6 +38,7 @@ class BRIVANE_EXPORT BVWaybeacon {
   /// Accessibility information, in words. Spelled as the service spells it.
   const std::optional<std::string>& accesibility() const { return accesibility_; }
   void setAccesibility(std::optional<std::string> value) { accesibility_ = std::move(value); }
+  /// A link to more about the place; not checked.
   const std::optional<std::string>& url() const { return url_; }
   void setUrl(std::optional<std::string> value) { url_ = std::move(value); }
   /// What is attached to the beacon, an object by rule; JSON null where there is nothing.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+/// @file
 /// Everything a host application includes: install services, create a BVManager, implement
 /// BVManagerDelegate.
 

@@ -11,16 +11,22 @@
 
 namespace platform {
 
+/// What is to be sent.
 struct HTTPRequest {
+  /// Absolute, https.
   std::string url;
+  /// "POST": the library sends no other.
   std::string method;
   /// Sent as they stand, in order, beside what the HTTP layer itself needs. One with a line break
   /// in it cannot be, and is left out.
   std::vector<std::pair<std::string, std::string>> headers;
+  /// Any bytes; may be empty.
   std::string body;
 };
 
+/// The head of a reply, as far as anybody needs it.
 struct HTTPResponse {
+  /// HTTP status of the reply.
   int statusCode = 0;
 };
 

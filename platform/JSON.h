@@ -12,6 +12,7 @@ namespace platform {
 
 /// Why a text is no JSON, or a value cannot be written as JSON; one line for a person.
 struct JSONError {
+  /// The line, without its end.
   std::string message;
 };
 

@@ -21,8 +21,11 @@ namespace platform {
 /// std::bad_variant_access when the value is of another kind.
 class BRIVANE_EXPORT JSONValue {
  public:
+  /// The seven kinds of value.
   enum class Kind { kNull, kBoolean, kInteger, kReal, kText, kList, kObject };
+  /// A key and its value.
   using Member = std::pair<std::string, JSONValue>;
+  /// Elements in their order.
   using List = std::vector<JSONValue>;
   /// Members in their written order. Of two members with one key the first counts.
   using Object = std::vector<Member>;
@@ -33,6 +36,7 @@ class BRIVANE_EXPORT JSONValue {
   JSONValue& operator=(const JSONValue&) = default;
   /// Leaves JSON null behind.
   JSONValue(JSONValue&& other) noexcept : value_(std::exchange(other.value_, {})) {}
+  /// Leaves JSON null behind.
   JSONValue& operator=(JSONValue&& other) noexcept {
     value_ = std::exchange(other.value_, {});
     return *this;
@@ -42,28 +46,41 @@ class BRIVANE_EXPORT JSONValue {
   /// A boolean alone: a pointer is none.
   template <std::same_as<bool> Boolean>
   JSONValue(Boolean value) : value_(value) {}
+  /// An integer.
   JSONValue(int value) : value_(std::int64_t{value}) {}
+  /// An integer.
   JSONValue(std::int64_t value) : value_(value) {}
+  /// A real; NaN and the infinities cannot be written as JSON.
   JSONValue(double value) : value_(value) {}
   /// UTF-8 text.
   JSONValue(std::string value) : value_(std::move(value)) {}
+  /// UTF-8 text, up to the terminating zero; not null.
   JSONValue(const char* value) : JSONValue(std::string(value)) {}
   JSONValue(std::nullptr_t) = delete;
+  /// A list.
   JSONValue(List elements);
+  /// An object.
   JSONValue(Object members);
 
+  /// Which of the accessors below may be called.
   Kind kind() const { return static_cast<Kind>(value_.index()); }
+  /// Whether this is JSON null.
   bool isNull() const { return kind() == Kind::kNull; }
 
+  /// The value of a boolean.
   bool boolean() const { return std::get<bool>(value_); }
+  /// The value of an integer.
   std::int64_t integer() const { return std::get<std::int64_t>(value_); }
+  /// The value of a real; an integer is none.
   double real() const { return std::get<double>(value_); }
   /// Valid as long as this value lives.
   const std::string& text() const& { return std::get<std::string>(value_); }
+  /// The text of a value that goes.
   std::string text() && { return std::get<std::string>(std::move(value_)); }
   /// Valid as long as this value or a copy of it lives; so are the members.
   std::span<const JSONValue> list() const& { return *std::get<SharedList>(value_); }
   std::span<const JSONValue> list() const&& = delete;
+  /// As `list`.
   std::span<const Member> members() const& { return *std::get<SharedObject>(value_); }
   std::span<const Member> members() const&& = delete;
 

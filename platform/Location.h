@@ -51,12 +51,15 @@ class BRIVANE_EXPORT CLBeaconRegion {
   static std::shared_ptr<CLBeaconRegion> initWithProximityUUID_identifier(UUID proximityUUID,
                                                                           std::string identifier);
 
+  /// What all its beacons send.
   const UUID& proximityUUID() const { return proximityUUID_; }
+  /// The name that it was given; UTF-8.
   const std::string& identifier() const { return identifier_; }
 
   /// Whether entering the region is reported; true at first, as is leaving it.
   bool notifyOnEntry() const { return notifyOnEntry_; }
   void setNotifyOnEntry(bool value) { notifyOnEntry_ = value; }
+  /// Whether leaving the region is reported; true at first.
   bool notifyOnExit() const { return notifyOnExit_; }
   void setNotifyOnExit(bool value) { notifyOnExit_ = value; }
   /// Whether the state is also reported when the user switches the display on; false at first.
@@ -75,10 +78,13 @@ class BRIVANE_EXPORT CLBeaconRegion {
 
 /// One beacon of a ranging report.
 struct CLBeacon {
+  /// The network that the beacon belongs to.
   UUID proximityUUID;
   /// 0 to 65535, as is `minor`.
   std::int32_t major = 0;
+  /// 0 to 65535.
   std::int32_t minor = 0;
+  /// The class of `accuracy`.
   CLProximity proximity = kCLProximityUnknown;
   /// Estimated distance, one sigma, metres; negative when unknown.
   double accuracy = -1.0;
@@ -86,6 +92,7 @@ struct CLBeacon {
   std::int32_t rssi = 0;
 };
 
+/// A point on the ground, WGS 84.
 struct CLLocationCoordinate2D {
   /// Degrees, positive to the north.
   double latitude = 0.0;
@@ -95,6 +102,7 @@ struct CLLocationCoordinate2D {
 
 /// One position of the device.
 struct CLLocation {
+  /// Where the device is.
   CLLocationCoordinate2D coordinate;
   /// Radius of uncertainty, metres; negative when the coordinate is invalid.
   double horizontalAccuracy = -1.0;
@@ -115,8 +123,10 @@ class BRIVANE_EXPORT CLLocationManagerDelegate {
   virtual void locationManager_didDetermineState_forRegion(CLLocationManager& manager,
                                                            std::int64_t state,
                                                            const CLBeaconRegion& region) = 0;
+  /// A monitored region was entered, if it is to be told of that.
   virtual void locationManager_didEnterRegion(CLLocationManager& manager,
                                               const CLBeaconRegion& region) = 0;
+  /// A monitored region was left, if it is to be told of that.
   virtual void locationManager_didExitRegion(CLLocationManager& manager,
                                              const CLBeaconRegion& region) = 0;
   /// About once a second while a region is ranged; nearest first, empty when none is in range.
@@ -126,12 +136,14 @@ class BRIVANE_EXPORT CLLocationManagerDelegate {
   /// New positions, newest last.
   virtual void locationManager_didUpdateLocations(CLLocationManager& manager,
                                                   const std::vector<CLLocation>& locations) = 0;
-  /// Each `error` is one line for a person.
+  /// There is no position. `error` is one line for a person, as it is below.
   virtual void locationManager_didFailWithError(CLLocationManager& manager,
                                                 const std::string& error) = 0;
+  /// A region cannot be monitored at present.
   virtual void locationManager_monitoringDidFailForRegion_withError(CLLocationManager& manager,
                                                                     const CLBeaconRegion& region,
                                                                     const std::string& error) = 0;
+  /// A region cannot be ranged at present.
   virtual void locationManager_rangingBeaconsDidFailForRegion_withError(
       CLLocationManager& manager, const CLBeaconRegion& region, const std::string& error) = 0;
 };
@@ -151,11 +163,15 @@ class BRIVANE_EXPORT CLLocationManager {
   /// Asks the user for it, if the status is not determined yet. Only where it is offered.
   virtual void requestAlwaysAuthorization() = 0;
 
+  /// Reports when the region is entered and left, until it is stopped.
   virtual void startMonitoringForRegion(std::shared_ptr<const CLBeaconRegion> region) = 0;
+  /// By the region's identifier; nothing happens when it is not monitored.
   virtual void stopMonitoringForRegion(const CLBeaconRegion& region) = 0;
   /// Answered once, later, from what is known then; it may be unknown.
   virtual void requestStateForRegion(std::shared_ptr<const CLBeaconRegion> region) = 0;
+  /// Reports the region's beacons about once a second, until it is stopped.
   virtual void startRangingBeaconsInRegion(std::shared_ptr<const CLBeaconRegion> region) = 0;
+  /// By the region's identifier; nothing happens when it is not ranged.
   virtual void stopRangingBeaconsInRegion(const CLBeaconRegion& region) = 0;
 
   /// Metres.
@@ -163,7 +179,9 @@ class BRIVANE_EXPORT CLLocationManager {
   /// How far the device must have moved since the last position delivered, metres;
   /// kCLDistanceFilterNone at first.
   virtual void setDistanceFilter(double distance) = 0;
+  /// Reports positions, until it is stopped.
   virtual void startUpdatingLocation() = 0;
+  /// Ends that.
   virtual void stopUpdatingLocation() = 0;
 };
 

@@ -13,16 +13,25 @@
 #include "platform/PropertyList.h"
 #include "platform/RandomUUID.h"
 
+/// What the library reaches its surroundings through: the boundary, its adapters, and the location
+/// logic that they share.
 namespace platform {
 
 /// Everything through which the library reaches the outside. All but `log` are needed.
 struct Services {
+  /// Reaches the web service.
   std::shared_ptr<HTTPClient> http;
+  /// Reads its replies.
   std::shared_ptr<JSON> json;
+  /// Keeps the installation's identifier.
   std::shared_ptr<Preferences> preferences;
+  /// Holds the application's credentials.
   std::shared_ptr<PropertyList> propertyList;
+  /// Hears beacons and knows positions.
   std::shared_ptr<LocationService> location;
+  /// Names the device to the web service.
   std::shared_ptr<DeviceModel> deviceModel;
+  /// Makes the installation's identifier.
   std::shared_ptr<RandomUUID> randomUUID;
   /// Null when nobody reads the log.
   std::shared_ptr<Log> log = nullptr;

@@ -16,10 +16,12 @@ namespace platform {
 /// identity. A value: copy and compare freely, on any thread.
 class BRIVANE_EXPORT UUID {
  public:
+  /// In the order in which they are written.
   using Bytes = std::array<std::uint8_t, 16>;
 
   /// The nil UUID, all zeros.
   UUID() = default;
+  /// The UUID of these bytes.
   explicit UUID(const Bytes& bytes) : bytes_(bytes) {}
 
   /// Reads the 36-character form 8-4-4-4-12, hexadecimal digits of either case; absent for any
@@ -29,6 +31,7 @@ class BRIVANE_EXPORT UUID {
   /// The canonical form: 36 characters, upper-case.
   std::string UUIDString() const;
 
+  /// Its bytes; valid as long as this value lives.
   const Bytes& bytes() const { return bytes_; }
 
   friend bool operator==(const UUID&, const UUID&) = default;

@@ -27,6 +27,7 @@ namespace platform {
 /// process. Every operation may be called on any thread.
 class BRIVANE_EXPORT CurlHTTPClient final : public HTTPClient {
  public:
+  /// What a host may choose.
   struct Options {
     /// "HOST:PORT:OTHERHOST:OTHERPORT": connections for the first go to the second; the URL, the
     /// name that the certificate must bear and all else stay those of the first. Empty for none.

@@ -16,6 +16,7 @@ namespace platform {
 /// Nothing blocks there. What happens to the daemons or the adapter meanwhile is mended by itself.
 class BRIVANE_EXPORT LinuxLocationService final : public LiveLocationService {
  public:
+  /// What a host may choose.
   struct Options {
     /// The Bluetooth adapter, as "hci0" or by its address; empty for whichever there is.
     std::string adapter = {};
@@ -26,6 +27,7 @@ class BRIVANE_EXPORT LinuxLocationService final : public LiveLocationService {
     LiveLocationService::Options live = {};
   };
 
+  /// Connects to nothing: that begins with a manager.
   explicit LinuxLocationService(const Options& options);
 };
 

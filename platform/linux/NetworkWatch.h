@@ -17,6 +17,7 @@ namespace platform {
 /// other.
 class BRIVANE_EXPORT NetworkWatch {
  public:
+  /// Calls `onChange` at each change until it is destroyed; not empty.
   explicit NetworkWatch(std::function<void()> onChange);
   ~NetworkWatch();
   NetworkWatch(const NetworkWatch&) = delete;

@@ -15,11 +15,15 @@ namespace platform {
 struct BRIVANE_EXPORT IBeaconFrame {
   /// Company identifier that its advertisement bears, and the bytes behind that.
   static constexpr std::uint16_t kCompany = 0x004C;
+  /// Size of those bytes.
   static constexpr std::size_t kSize = 23;
 
   // Who the beacon is. Its address changes and says nothing.
+  /// The network that the beacon belongs to.
   UUID proximityUUID;
+  /// The beacon's group in its network.
   std::uint16_t major = 0;
+  /// The beacon in its group.
   std::uint16_t minor = 0;
   /// Signal strength at one metre, dBm.
   int measuredPower = 0;

@@ -13,10 +13,15 @@ using Duration = std::chrono::microseconds;
 /// The clock of whoever feeds the location logic, with an epoch of its choice. It has no `now`: the
 /// logic is told the time and reads no clock.
 struct LocationClock {
+  /// The unit of the clock; this and the rest as the standard asks of a clock.
   using duration = Duration;
+  /// How a duration is counted.
   using rep = duration::rep;
+  /// A tick in seconds.
   using period = duration::period;
+  /// A time on this clock.
   using time_point = std::chrono::time_point<LocationClock>;
+  /// It never goes back.
   static constexpr bool is_steady = true;
 };
 

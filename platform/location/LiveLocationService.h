@@ -40,6 +40,7 @@ class BRIVANE_EXPORT LiveLocationService : public LocationService {
     std::function<std::unique_ptr<PositionSource>(PositionSource::Listener& listener)> positions;
   };
 
+  /// What a host may choose and hear of.
   struct Options {
     /// How long a region stays inside without a frame.
     Duration exitPeriod = LocationCore::kExitPeriod;
@@ -61,6 +62,7 @@ class BRIVANE_EXPORT LiveLocationService : public LocationService {
     std::function<void(const Advertisement& advertisement)> onAdvertisement = nullptr;
   };
 
+  /// Calls none of the sources: that begins with a manager.
   LiveLocationService(Sources sources, Options options);
   ~LiveLocationService() override;
 

@@ -27,8 +27,10 @@ namespace platform {
 /// next time that is fed.
 class BRIVANE_EXPORT LocationCore final : public LocationService {
  public:
+  /// How long a region stays inside without a frame, unless it is set otherwise.
   static constexpr Duration kExitPeriod = std::chrono::seconds(30);
 
+  /// What feeds it and hosts may choose.
   struct Options {
     /// How long a region stays inside without a frame.
     Duration exitPeriod = kExitPeriod;
@@ -49,6 +51,7 @@ class BRIVANE_EXPORT LocationCore final : public LocationService {
     std::set<UUID> beacons;
     /// Something is ranged, or the device is inside a region.
     bool everyFrame = false;
+    /// Somebody updates the position.
     bool positions = false;
     /// The finest that is asked for, metres.
     double accuracy = kCLLocationAccuracyNearestTenMeters;
@@ -56,6 +59,7 @@ class BRIVANE_EXPORT LocationCore final : public LocationService {
     bool authorization = false;
   };
 
+  /// Without a manager; the clock stands at its epoch.
   explicit LocationCore(Options options);
   ~LocationCore() override;
 

@@ -7,6 +7,7 @@ namespace platform {
 
 /// What applications are told about the user's consent.
 struct Permission {
+  /// Whether this application may hear beacons and know positions.
   CLAuthorizationStatus status = kCLAuthorizationStatusNotDetermined;
   /// Whether the device's location services are switched on at all.
   bool servicesEnabled = true;

@@ -29,6 +29,7 @@ class BRIVANE_EXPORT PositionSource {
   class BRIVANE_EXPORT Listener {
    public:
     virtual ~Listener() = default;
+    /// The device is at `position`, now.
     virtual void positionFound(const CLLocation& position) = 0;
     /// The answer to the question for permission, at first and at each change. `reason` is one line
     /// for a person when positions are not granted, and empty when they are.

@@ -31,7 +31,9 @@ class BRIVANE_EXPORT Radio {
 
   /// Whether it listens.
   struct Status {
+    /// Whether what is around would be heard.
     bool listening = false;
+    /// Of the fault below; none without a fault.
     FaultKind kind = FaultKind::kNone;
     /// Why it does not, one line for a person that says what to do; empty while it is on the way.
     std::string fault = {};
@@ -57,6 +59,7 @@ class BRIVANE_EXPORT Radio {
 
   /// What is to be heard.
   struct Wanted {
+    /// Proximity UUIDs of the networks whose beacons matter.
     std::set<UUID> networks;
     /// Each frame is of use: beacons are ranged, or the device is near one. Otherwise it waits for
     /// the first: one frame of a beacon, some seconds after that came in range at the latest, is

@@ -17,6 +17,7 @@ namespace platform {
 /// The beacons of one ranged region, gathered for a report a second.
 class BRIVANE_EXPORT RangingWindow {
  public:
+  /// Nothing heard yet, at `now`; the first report is due a second later.
   RangingWindow(const UUID& proximityUUID, Instant now);
 
   /// A frame of the region was heard, at `heard`; it counts for the next report unless it is too

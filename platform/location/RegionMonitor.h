@@ -14,10 +14,13 @@ namespace platform {
 /// time in which the radio listened.
 class BRIVANE_EXPORT RegionMonitor {
  public:
+  /// What an event did to the state.
   enum class Change { kNone, kEntered, kExited, kFoundOutside };
 
+  /// Unknown at `now`; `scanning` says whether the radio listens.
   RegionMonitor(Instant now, Duration exitPeriod, bool scanning);
 
+  /// As of the last event.
   CLRegionState state() const { return state_; }
 
   /// A frame of the region was heard, at `heard`, not after `now`. One that is as old as an exit

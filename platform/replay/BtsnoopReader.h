@@ -18,9 +18,11 @@ namespace platform {
 /// log) and 2001 (Linux monitor, btmon).
 class BRIVANE_EXPORT BtsnoopReader {
  public:
+  /// What one packet of the capture holds.
   struct Record {
     /// Never before that of the last record: where a capture's clock went back, time stands still.
     UTCTime time;
+    /// At least one, in the packet's order.
     std::vector<Advertisement> advertisements;
   };
 

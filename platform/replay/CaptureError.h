@@ -13,7 +13,9 @@ namespace platform {
 /// fault.
 class BRIVANE_EXPORT CaptureError : public std::runtime_error {
  public:
+  /// A fault of the file as a whole.
   CaptureError(const std::string& path, const std::string& fault);
+  /// A fault at `byteOffset` from the file's beginning.
   CaptureError(const std::string& path, std::uint64_t byteOffset, const std::string& fault);
   ~CaptureError() override;
 };

@@ -12,7 +12,9 @@ namespace platform {
 
 /// One recorded position.
 struct TrackPoint {
+  /// When the device was there.
   UTCTime time;
+  /// Where it was.
   CLLocation location;
 };
 

@@ -13,6 +13,7 @@ namespace platform {
 /// comes in the middle of a report, and all come in the same order each time. Any thread.
 class BRIVANE_EXPORT LockstepHTTPClient final : public HTTPClient {
  public:
+  /// Sends through `inner`; not null.
   explicit LockstepHTTPClient(std::shared_ptr<HTTPClient> inner);
   ~LockstepHTTPClient() override;
 

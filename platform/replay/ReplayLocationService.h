@@ -23,6 +23,7 @@ namespace platform {
 /// positions from a track. Permanently authorised. Managers belong to the thread that calls `run`.
 class BRIVANE_EXPORT ReplayLocationService final : public LocationService {
  public:
+  /// What is played, and how.
   struct Options {
     /// A btsnoop file.
     std::string capture;
@@ -39,6 +40,7 @@ class BRIVANE_EXPORT ReplayLocationService final : public LocationService {
     /// Called with the length of each silence of more than an hour, which is played as an hour, on
     /// the thread of `run`. May be empty.
     std::function<void(Duration)> onCut;
+    /// Of the location service that is fed.
     LocationCore::Options location = {.permission = alwaysPermitted};
   };
 
