@@ -7,6 +7,8 @@
 #include <string_view>
 
 #include "guidance/Text.h"
+#include "platform/PropertyList.h"
+#include "platform/Services.h"
 
 namespace guidance {
 namespace {
@@ -26,6 +28,12 @@ std::string metresText(double metres) {
 }
 
 }  // namespace
+
+std::string networkLanguage() {
+  return platform::services()
+      .propertyList->objectForInfoDictionaryKey("CFBundleDevelopmentRegion")
+      .value_or("");
+}
 
 void appendSentence(std::string& line, const std::optional<std::string>& text) {
   if (!text || text->empty()) return;

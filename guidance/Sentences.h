@@ -11,6 +11,10 @@ namespace guidance {
 /// How much is said of a place: its name; also where its beacon is; also what to mind there.
 enum class Detail { kName, kWhere, kAll };
 
+/// The language of the network's texts, as "es": what the installed property list says in
+/// CFBundleDevelopmentRegion; empty when it does not.
+std::string networkLanguage();
+
 /// Appends `text`, if there is one, as a sentence of its own, so that a voice pauses before it.
 void appendSentence(std::string& line, const std::optional<std::string>& text);
 

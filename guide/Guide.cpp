@@ -32,6 +32,21 @@ std::optional<TroubleKind> troubleOf(Session session) {
   return std::nullopt;
 }
 
+TroubleKind troubleOf(platform::Radio::FaultKind kind) {
+  switch (kind) {
+    case platform::Radio::FaultKind::kNoAdapter:
+      return TroubleKind::kNoAdapter;
+    case platform::Radio::FaultKind::kSwitchedOff:
+      return TroubleKind::kBluetoothOff;
+    case platform::Radio::FaultKind::kBlocked:
+      return TroubleKind::kBluetoothBlocked;
+    case platform::Radio::FaultKind::kNone:
+    case platform::Radio::FaultKind::kOther:
+      break;
+  }
+  return TroubleKind::kRadio;
+}
+
 }  // namespace
 
 Guide::Guide(guidance::Speech& speech, Nearby::Ask askNearby, std::function<void()> onChange)
@@ -106,7 +121,7 @@ void Guide::radioChanged(const platform::Radio::Status& status, Instant now) {
   if (!status.listening && status.fault.empty()) return;  // on the way
   std::optional<TroubleKind> trouble;
   if (!status.listening) {
-    trouble = TroubleKind::kRadio;
+    trouble = troubleOf(status.kind);
     places_.clear();
   }
   tell(

@@ -7,15 +7,23 @@
 #include <string>
 #include <vector>
 
+#include "guidance/Announcements.h"
+#include "guidance/Nearby.h"
+#include "guidance/Places.h"
 #include "guidance/Sentences.h"
 #include "guidance/Speech.h"
-#include "guide/Announcements.h"
+#include "guidance/Troubles.h"
 #include "guide/Listener.h"
-#include "guide/Nearby.h"
-#include "guide/Places.h"
-#include "guide/Troubles.h"
 
 namespace guide {
+
+using guidance::Nearby;
+using guidance::NearbyPlace;
+using guidance::Places;
+using guidance::Remedy;
+using guidance::Trouble;
+using guidance::TroubleKind;
+using guidance::Troubles;
 
 /// What the application shows and says, from what guiding brings. It reads no clock and owns no
 /// thread; whoever shows it calls it on the thread on which it is fed.
@@ -79,7 +87,7 @@ class Guide final : public Listener {
   bool hushed_ = false;
   Places places_;
   Nearby nearby_;
-  Announcements announcements_;
+  guidance::Announcements announcements_;
   Troubles troubles_;
   Session session_ = Session::kConnecting;
   std::string notice_;

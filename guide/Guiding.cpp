@@ -16,8 +16,9 @@
 #include "BrivaneSDK/BVException.h"
 #include "BrivaneSDK/BVManager.h"
 #include "BrivaneSDK/BVNetwork.h"
+#include "guidance/Sentences.h"
+#include "guide/BeaconWatch.h"
 #include "guide/Connection.h"
-#include "guide/WatchedLocation.h"
 #include "platform/Services.h"
 #include "platform/curl/CurlHTTPClient.h"
 #include "platform/files/KeyFilePreferences.h"
@@ -61,6 +62,30 @@ class ImportedPropertyList final : public platform::PropertyList {
   std::shared_ptr<const platform::PropertyList> list_;
 };
 
+/// A location service that is another one after each start. Any thread.
+class ChosenLocation final : public platform::LocationService {
+ public:
+  void choose(std::shared_ptr<platform::LocationService> service) {
+    const std::lock_guard lock(mutex_);
+    service_ = std::move(service);
+  }
+
+  std::int32_t authorizationStatus() const override { return service()->authorizationStatus(); }
+  bool locationServicesEnabled() const override { return service()->locationServicesEnabled(); }
+  std::shared_ptr<platform::CLLocationManager> createManager() override {
+    return service()->createManager();
+  }
+
+ private:
+  std::shared_ptr<platform::LocationService> service() const {
+    const std::lock_guard lock(mutex_);
+    return service_;
+  }
+
+  mutable std::mutex mutex_;
+  std::shared_ptr<platform::LocationService> service_;
+};
+
 /// The GLib main context of the guiding thread, while that runs.
 class ThreadContext {
  public:
@@ -102,11 +127,6 @@ struct Guiding::State final : BVManagerDelegate {
     web.caFile = options.ca;
     web.onTransfer = [this](const auto& outcome) { transferred(outcome); };
     http = std::make_shared<platform::CurlHTTPClient>(std::move(web));
-    location = std::make_shared<WatchedLocation>(
-        WatchedLocation::Hooks{.onReportBegins = [this] { report.clear(); },
-                               .onBeacon = [this](const auto& beacon) { ranged = beacon.accuracy; },
-                               .onReportEnds = [this] { reportEnds(); },
-                               .onPosition = [this](const auto& position) { moved(position); }});
   }
 
   // On any thread.
@@ -198,7 +218,7 @@ struct Guiding::State final : BVManagerDelegate {
   }
 
   void listen(const std::stop_token& stop, const ThreadContext& loop) {
-    location->setInner(
+    location->choose(
         std::make_shared<platform::LinuxLocationService>(platform::LinuxLocationService::Options{
             .adapter = options.adapter,
             .desktopId = wanted.positions ? options.application : "",
@@ -234,7 +254,7 @@ struct Guiding::State final : BVManagerDelegate {
         .waitUntilIdle = nullptr,
         .onProgress = [this](double /*fraction*/) { tend(); },
         .onCut = nullptr});
-    location->setInner(recording);
+    location->choose(recording);
     {
       const std::lock_guard lock(mutex);
       replay = recording;
@@ -272,6 +292,12 @@ struct Guiding::State final : BVManagerDelegate {
     try {
       const auto made = BVManager::initWithDelegate(
           std::shared_ptr<BVManagerDelegate>(std::shared_ptr<void>(), this));
+      watch = std::make_shared<BeaconWatch>(
+          made,
+          BeaconWatch::Hooks{.onBeacon = [this](const auto& beacon) { ranged = beacon.accuracy; },
+                             .onReportEnds = [this] { reportEnds(); },
+                             .onPosition = [this](const auto& position) { moved(position); }});
+      made->locationManager()->setDelegate(watch);
       const std::lock_guard lock(mutex);
       manager = made;
     } catch (const BVException&) {
@@ -291,13 +317,14 @@ struct Guiding::State final : BVManagerDelegate {
   Listener& listener;
   const std::shared_ptr<GMainContext> context{g_main_context_new(), g_main_context_unref};
   std::shared_ptr<platform::CurlHTTPClient> http;
-  std::shared_ptr<WatchedLocation> location;
+  const std::shared_ptr<ChosenLocation> location = std::make_shared<ChosenLocation>();
   const std::shared_ptr<ImportedPropertyList> propertyList =
       std::make_shared<ImportedPropertyList>();
 
   // The guiding thread's, and of whoever starts and ends that.
   Wanted wanted;
   std::atomic<std::thread::id> guidingThread;
+  std::shared_ptr<BeaconWatch> watch;
   bool detects = false;
   std::optional<double> ranged;
   std::vector<Sighting> report;
@@ -370,8 +397,6 @@ bool Guiding::askNearby(double latitude, double longitude, std::int64_t radius) 
   return manager && manager->getNearestAtLat_andLng_insideRadius(latitude, longitude, radius);
 }
 
-std::string Guiding::language() const {
-  return state_->propertyList->objectForInfoDictionaryKey("CFBundleDevelopmentRegion").value_or("");
-}
+std::string Guiding::language() const { return guidance::networkLanguage(); }
 
 }  // namespace guide

@@ -29,7 +29,7 @@ class Guiding {
     /// Times the recorded pace.
     double speed = 1.0;
     /// Identifier of the application: of its desktop file, and its folder of preferences.
-    std::string application = "org.brivane.Guide";
+    std::string application = "example.brivane.Guide";
     /// "hci0" or an address; empty for whichever there is.
     std::string adapter = {};
   };
@@ -63,7 +63,7 @@ class Guiding {
   /// and nothing will come then.
   bool askNearby(double latitude, double longitude, std::int64_t radius);
 
-  /// The language of the network's texts, from its property list; empty when that does not say.
+  /// The language of the network's texts; empty when its property list does not say.
   std::string language() const;
 
  private:

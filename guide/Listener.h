@@ -2,12 +2,11 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "BrivaneSDK/BVAPIResolve.h"
 #include "BrivaneSDK/BVWaybeaconDistance.h"
+#include "guidance/Places.h"
 #include "platform/Location.h"
 #include "platform/TransferOutcome.h"
 #include "platform/location/Instant.h"
@@ -16,16 +15,9 @@
 
 namespace guide {
 
+using guidance::Sighting;
 using platform::Duration;
 using platform::Instant;
-
-/// A place of a ranging report.
-struct Sighting {
-  /// As the service names it; never null, and with an identifier.
-  std::shared_ptr<const BVAPIResolve> place;
-  /// Estimated distance of its beacon; absent while that is silent.
-  std::optional<double> metres = {};
-};
 
 /// The session with the service.
 enum class Session {

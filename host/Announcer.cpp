@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "guidance/Sentences.h"
 #include "host/ClockText.h"
 #include "host/RecordJSON.h"
 
@@ -12,17 +13,21 @@ namespace host {
 namespace {
 
 using platform::JSONValue;
+using News = guidance::NearestPlace::News;
 
 /// Matches of one ranging report come together, reports a second apart.
 constexpr double kSecondsBetweenReports = 0.5;
-/// A beacon is taken for the nearest when it leads so many reports in succession: readings scatter,
-/// and midway between two beacons each report would name the other.
-constexpr int kReportsToLead = 3;
 
-/// The texts that there are, as one sentence after another.
-void appendSentence(std::string& line, const std::optional<std::string>& text) {
-  if (!text || text->empty()) return;
-  line.append(line.ends_with('.') ? " " : ". ").append(*text);
+const char* nameOf(News news) {
+  switch (news) {
+    case News::kFirstSight:
+      return "New";
+    case News::kNearest:
+      return "Nearest";
+    case News::kNothing:
+      break;
+  }
+  return "Here";
 }
 
 }  // namespace
@@ -42,7 +47,7 @@ void Announcer::expectReady() {
 
 std::string Announcer::summary() const {
   const std::lock_guard lock(mutex_);
-  return std::to_string(matched_.size()) + " places in " +
+  return std::to_string(nearest_.matched().size()) + " places in " +
          std::to_string(static_cast<long>(options_.now())) + " seconds.";
 }
 
@@ -68,15 +73,17 @@ void Announcer::didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) {
   }
   if (options_.json) printEvent("match", resolveJSON(*match));
   if (!match->uuid()) return;  // what the library makes of a refusal
-  const char* news = nullptr;
+  News news = News::kNothing;
   {
     const std::lock_guard lock(mutex_);
-    news = newsOf(*match);
+    news = nearest_.match(*match->uuid(), beginsReport());
+  }
+  if (options_.speech != nullptr && news == News::kNearest) {
+    options_.speech->say({.text = guidance::sentencesOf(*match, guidance::Detail::kAll),
+                          .language = options_.language});
   }
   if (options_.json) return;
-  if (news != nullptr || options_.all) {
-    printMatch(news != nullptr ? news : "Here", *match);
-  }
+  if (news != News::kNothing || options_.all) printMatch(nameOf(news), *match);
 }
 
 void Announcer::didNearestWaybeacons(
@@ -108,11 +115,8 @@ void Announcer::printEvent(const char* event, JSONValue::Object members) {
 }
 
 void Announcer::printMatch(const char* news, const BVAPIResolve& match) {
-  const BVWaybeacon& beacon = *match.waybeacon();
   std::string line = clockText(options_.now()) + "  " + news + ": " +
-                     beacon.name().value_or(match.uuid().value_or("a place without a name"));
-  appendSentence(line, beacon.location());
-  appendSentence(line, beacon.accesibility());
+                     guidance::sentencesOf(match, guidance::Detail::kAll);
   // A match by position has no strength.
   if (match.rssi() != 0) line += " (" + std::to_string(match.rssi()) + " dBm)";
   screen_.print(line);
@@ -123,25 +127,10 @@ void Announcer::printPlace(const BVWaybeaconDistance& place) {
   char distance[32];
   std::snprintf(distance, sizeof distance, "%6.0f m  ", place.distance());
   std::string line = distance + local.name().value_or("a place without a name");
-  appendSentence(line, local.category());
-  appendSentence(line, local.address());
-  appendSentence(line, local.phone());
+  guidance::appendSentence(line, local.category());
+  guidance::appendSentence(line, local.address());
+  guidance::appendSentence(line, local.phone());
   screen_.print(line);
-}
-
-const char* Announcer::newsOf(const BVAPIResolve& match) {
-  const std::string identity = match.uuid().value_or("");
-  const bool isFirst = matched_.insert(identity).second;
-  if (beginsReport() && becomesNearest(identity)) return "Nearest";
-  return isFirst ? "New" : nullptr;
-}
-
-bool Announcer::becomesNearest(const std::string& identity) {
-  if (identity != leading_) led_ = 0;
-  leading_ = identity;
-  if (++led_ < kReportsToLead || identity == nearest_) return false;
-  nearest_ = identity;
-  return true;
 }
 
 bool Announcer::beginsReport() {

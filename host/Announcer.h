@@ -6,11 +6,12 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 #include <thread>
 
 #include "BrivaneSDK/BVManagerDelegate.h"
+#include "guidance/NearestPlace.h"
+#include "guidance/Speech.h"
 #include "host/Screen.h"
 #include "platform/JSONValue.h"
 
@@ -27,6 +28,10 @@ class Announcer final : public BVManagerDelegate {
     bool all = false;
     /// The time of detection, seconds.
     std::function<double()> now;
+    /// Says each place that becomes the nearest; null for silence.
+    guidance::Speech* speech = nullptr;
+    /// Of the network's texts; empty when it is not known.
+    std::string language = {};
   };
 
   Announcer(Screen& screen, Options options);
@@ -49,12 +54,8 @@ class Announcer final : public BVManagerDelegate {
   void printEvent(const char* event, platform::JSONValue::Object members);
   void printMatch(const char* news, const BVAPIResolve& match);
   void printPlace(const BVWaybeaconDistance& place);
-  /// What is new to a person about this match; null when nothing is. Under the lock.
-  const char* newsOf(const BVAPIResolve& match);
   /// Whether this match is the first of a ranging report: of its nearest beacon. Under the lock.
   bool beginsReport();
-  /// Whether a beacon that leads a report has become the nearest by that. Under the lock.
-  bool becomesNearest(const std::string& identity);
 
   Screen& screen_;
   const Options options_;
@@ -63,10 +64,7 @@ class Announcer final : public BVManagerDelegate {
   bool ready_ = false;
   /// The answer about nearest places, which may be null.
   std::optional<std::shared_ptr<const BVWaybeaconDistance::List>> places_;
-  std::set<std::string> matched_;
-  std::string nearest_;
-  std::string leading_;
-  int led_ = 0;
+  guidance::NearestPlace nearest_;
   double lastReport_ = -std::numeric_limits<double>::infinity();
 };
 

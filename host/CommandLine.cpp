@@ -164,6 +164,7 @@ void CommandLine::describeDetect() {
       ->capture_default_str()
       ->needs(source.live);
   command.add_flag("--all", detect_.all, "Print every match, not only what is new");
+  command.add_flag("--speak", detect_.speak, "Say aloud which place is the nearest");
   addServiceOptions(command, detect_.service);
 }
 

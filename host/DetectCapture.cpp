@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "guidance/Sentences.h"
 #include "host/Announcer.h"
 #include "host/Commands.h"
 #include "host/Detection.h"
@@ -12,6 +13,7 @@
 #include "host/Replay.h"
 #include "host/Screen.h"
 #include "host/Session.h"
+#include "host/VoiceOption.h"
 
 namespace host {
 namespace {
@@ -31,6 +33,7 @@ std::function<void(double)> progressOn(Screen& screen) {
 }  // namespace
 
 void detectCapture(const DetectOptions& options, Screen& screen) {
+  const auto speech = speechFor(options.speak, screen);
   Session session(options.service, {.inOrder = !options.source.speed.has_value()}, screen);
   std::optional<Detection> detection;
   const auto renew = [&detection] {
@@ -52,13 +55,16 @@ void detectCapture(const DetectOptions& options, Screen& screen) {
   const auto replay = std::make_shared<ReplayLocationService>(std::move(recording));
   session.install(replay);
   const Interrupt interrupt([&] {
+    if (speech) speech->stop();
     replay->stop();
     session.interrupt();
   });
   const auto announcer = std::make_shared<Announcer>(
-      screen, Announcer::Options{.json = options.service.json, .all = options.all, .now = [replay] {
-                                   return secondsOf(replay->now());
-                                 }});
+      screen, Announcer::Options{.json = options.service.json,
+                                 .all = options.all,
+                                 .now = [replay] { return secondsOf(replay->now()); },
+                                 .speech = speech.get(),
+                                 .language = guidance::networkLanguage()});
   detection.emplace(session, screen, announcer, options.gps);
   if (!detection->connect()) return;
   detection->start();

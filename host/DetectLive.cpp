@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 
+#include "guidance/Sentences.h"
 #include "host/Announcer.h"
 #include "host/Commands.h"
 #include "host/Detection.h"
@@ -12,6 +13,7 @@
 #include "host/Screen.h"
 #include "host/Session.h"
 #include "host/Stopwatch.h"
+#include "host/VoiceOption.h"
 #include "platform/linux/NetworkWatch.h"
 
 namespace host {
@@ -19,6 +21,7 @@ namespace host {
 void detectLive(const DetectOptions& options, Screen& screen) {
   const MainLoop loop;
   const Stopwatch stopwatch;
+  const auto speech = speechFor(options.speak, screen);
   Session session(options.service, {.loop = &loop}, screen);
   Radio radio(screen, {.live = options.source.live,
                        .positions = options.gps,
@@ -26,11 +29,16 @@ void detectLive(const DetectOptions& options, Screen& screen) {
                        .onAdvertisement = nullptr});
   session.install(radio.service());
   const platform::NetworkWatch network([&] { session.networkChanged(); });
-  const Interrupt interrupt([&] { session.interrupt(); });
+  const Interrupt interrupt([&] {
+    if (speech) speech->stop();
+    session.interrupt();
+  });
   const auto announcer = std::make_shared<Announcer>(
       screen, Announcer::Options{.json = options.service.json,
                                  .all = options.all,
-                                 .now = [stopwatch] { return stopwatch.seconds(); }});
+                                 .now = [stopwatch] { return stopwatch.seconds(); },
+                                 .speech = speech.get(),
+                                 .language = guidance::networkLanguage()});
   Detection detection(session, screen, announcer, options.gps);
   if (!detection.connect()) return;
   radio.failUnlessAuthorized();

@@ -43,6 +43,7 @@ struct DetectOptions {
   std::optional<std::string> track;
   bool gps = false;
   bool all = false;
+  bool speak = false;
 };
 
 struct ScanOptions {

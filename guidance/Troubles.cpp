@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "guide/Troubles.h"
+#include "guidance/Troubles.h"
 
 #include <chrono>
 #include <cstddef>
@@ -7,11 +7,8 @@
 
 #include "guidance/Text.h"
 
-namespace guide {
+namespace guidance {
 namespace {
-
-using guidance::_;
-using guidance::N_;
 
 constexpr Duration kLeastInterval = std::chrono::minutes(2);
 
@@ -37,11 +34,13 @@ constexpr Words kWords[] = {
      Remedy::kTryAgain, false},
     {TroubleKind::kNoPermission, N_("This application may not use Bluetooth."),
      N_("Allow it in the settings."), N_("Bluetooth may be used."), Remedy::kOpenSettings, true},
-    {TroubleKind::kNoAdapter, N_("There is no Bluetooth adapter."),
-     N_("Plug one in, or end the airplane mode."), N_("Bluetooth works again."), Remedy::kNone,
-     true},
+    {TroubleKind::kNoAdapter, N_("There is no Bluetooth adapter."), N_("Plug one in."),
+     N_("Bluetooth works again."), Remedy::kNone, true},
     {TroubleKind::kBluetoothOff, N_("Bluetooth is off."), N_("Switch it on."),
      N_("Bluetooth works again."), Remedy::kSwitchBluetoothOn, true},
+    {TroubleKind::kBluetoothBlocked, N_("The device keeps Bluetooth off."),
+     N_("End the airplane mode, or use the device's own switch."), N_("Bluetooth works again."),
+     Remedy::kOpenSettings, true},
     {TroubleKind::kRadio, N_("Bluetooth does not listen."), N_("%1."), N_("Bluetooth works again."),
      Remedy::kNone, true},
     {TroubleKind::kService, N_("The network's service is out of order."),
@@ -80,9 +79,8 @@ std::optional<Troubles::News> Troubles::set(TroubleKind kind, bool isThere, Inst
   there_[kind] = {.detail = detail, .isTold = tells};
   if (!tells) return std::nullopt;
   told_[kind] = now;
-  return News{
-      .text = std::string(_(words.sentence)) + ' ' + guidance::filled(_(words.advice), {detail}),
-      .urgent = words.endsGuiding};
+  return News{.text = std::string(_(words.sentence)) + ' ' + filled(_(words.advice), {detail}),
+              .urgent = words.endsGuiding};
 }
 
 std::optional<Troubles::News> Troubles::setOneOf(std::initializer_list<TroubleKind> kinds,
@@ -102,9 +100,9 @@ std::optional<Trouble> Troubles::gravest() const {
   const Words& words = wordsOf(kind);
   return Trouble{.kind = kind,
                  .sentence = _(words.sentence),
-                 .advice = guidance::filled(_(words.advice), {there.detail}),
+                 .advice = filled(_(words.advice), {there.detail}),
                  .remedy = words.remedy,
                  .endsGuiding = words.endsGuiding};
 }
 
-}  // namespace guide
+}  // namespace guidance

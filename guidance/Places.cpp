@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "guide/Places.h"
+#include "guidance/Places.h"
 
 #include <algorithm>
 #include <chrono>
 
-namespace guide {
+namespace guidance {
 namespace {
 
 /// A beacon is missed in a report or two where somebody stands before it.
@@ -23,7 +23,7 @@ bool Places::report(const std::vector<Sighting>& places, Instant now) {
   around_ = places;
   for (const Sighting& sighting : places) {
     const auto news = nearest_.match(*sighting.place->uuid(), &sighting == &places.front());
-    if (news == guidance::NearestPlace::News::kNearest) {
+    if (news == NearestPlace::News::kNearest) {
       changed = true;
       here_ = sighting;
     }
@@ -46,4 +46,4 @@ void Places::clear() {
   around_.clear();
 }
 
-}  // namespace guide
+}  // namespace guidance

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "guide/Announcements.h"
+#include "guidance/Announcements.h"
 
 #include <algorithm>
 #include <chrono>
 
-namespace guide {
+namespace guidance {
 namespace {
 
 using namespace std::chrono_literals;
@@ -22,7 +22,7 @@ constexpr std::size_t kDistances = 3;
 
 }  // namespace
 
-std::optional<guidance::Utterance> Announcements::report(const Places& places, Instant now) {
+std::optional<Utterance> Announcements::report(const Places& places, Instant now) {
   noteDistances(places, now);
   const Sighting* const here = places.here();
   if (here == nullptr) {
@@ -36,10 +36,10 @@ std::optional<guidance::Utterance> Announcements::report(const Places& places, I
   return utteranceOf(*here->place, detail);
 }
 
-std::optional<guidance::Utterance> Announcements::more(const Places& places) const {
+std::optional<Utterance> Announcements::more(const Places& places) const {
   const Sighting* const here = places.here();
   if (here == nullptr) return std::nullopt;
-  return utteranceOf(*here->place, guidance::Detail::kAll);
+  return utteranceOf(*here->place, Detail::kAll);
 }
 
 void Announcements::noteDistances(const Places& places, Instant now) {
@@ -74,11 +74,10 @@ bool Announcements::isNoise(const std::string& place, Instant now) const {
   return !said->second.left || now - said->second.said < kLeastInterval;
 }
 
-guidance::Utterance Announcements::utteranceOf(const BVAPIResolve& place,
-                                               guidance::Detail much) const {
-  std::string text = guidance::sentencesOf(place, much);
+Utterance Announcements::utteranceOf(const BVAPIResolve& place, Detail much) const {
+  std::string text = sentencesOf(place, much);
   if (!text.ends_with('.')) text += '.';
   return {.text = std::move(text), .language = language};
 }
 
-}  // namespace guide
+}  // namespace guidance

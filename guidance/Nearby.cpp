@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "guide/Nearby.h"
+#include "guidance/Nearby.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,7 +11,7 @@
 #include "guidance/Sentences.h"
 #include "guidance/Text.h"
 
-namespace guide {
+namespace guidance {
 namespace {
 
 constexpr std::int64_t kRadius = 500;  // metres, as all that follows
@@ -43,9 +43,9 @@ std::optional<double> bearingOf(const std::array<double, 3>& metres) {
 }  // namespace
 
 std::string NearbyPlace::whereText() const {
-  const std::string distance = guidance::distanceText(metres);
+  const std::string distance = distanceText(metres);
   if (!bearing) return distance;
-  return guidance::filled(guidance::_("%1 %2"), {distance, guidance::directionText(*bearing)});
+  return filled(_("%1 %2"), {distance, directionText(*bearing)});
 }
 
 void Nearby::moved(const platform::CLLocation& position) {
@@ -111,4 +111,4 @@ void Nearby::askNext() {
   if (!ask_(point.latitude, point.longitude, radius)) awaited_.reset();
 }
 
-}  // namespace guide
+}  // namespace guidance

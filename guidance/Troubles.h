@@ -6,9 +6,12 @@
 #include <optional>
 #include <string>
 
-#include "guide/Listener.h"
+#include "platform/location/Instant.h"
 
-namespace guide {
+namespace guidance {
+
+using platform::Duration;
+using platform::Instant;
 
 /// What a button beside a trouble does.
 enum class Remedy { kNone, kSwitchBluetoothOn, kOpenSettings, kImportCredentials, kTryAgain };
@@ -21,6 +24,8 @@ enum class TroubleKind {
   kNoPermission,
   kNoAdapter,
   kBluetoothOff,
+  /// By the airplane mode, or a switch of the device.
+  kBluetoothBlocked,
   kRadio,
   kService,
   kNoNetwork,
@@ -73,4 +78,4 @@ class Troubles {
   std::map<TroubleKind, Instant> told_;
 };
 
-}  // namespace guide
+}  // namespace guidance

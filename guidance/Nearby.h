@@ -15,7 +15,7 @@
 #include "BrivaneSDK/BVWaybeaconDistance.h"
 #include "platform/Location.h"
 
-namespace guide {
+namespace guidance {
 
 /// A place around the device's position.
 struct NearbyPlace {
@@ -65,4 +65,4 @@ class Nearby {
   std::vector<NearbyPlace> places_;
 };
 
-}  // namespace guide
+}  // namespace guidance

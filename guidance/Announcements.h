@@ -6,31 +6,30 @@
 #include <optional>
 #include <string>
 
+#include "guidance/Places.h"
 #include "guidance/Sentences.h"
 #include "guidance/Speech.h"
-#include "guide/Listener.h"
-#include "guide/Places.h"
 
-namespace guide {
+namespace guidance {
 
 /// What to say of the places, and when. A place is said when one is at it and it matters: within
 /// six metres, or at the point where one comes no nearer. It is said again only after one has left
 /// it and two minutes have passed; whoever stands still hears nothing. One thread.
 class Announcements {
  public:
-  guidance::Detail detail = guidance::Detail::kWhere;
+  Detail detail = Detail::kWhere;
   /// Of the network's texts; empty when it is not known.
   std::string language;
 
   /// What to say after a report; absent for nothing.
-  std::optional<guidance::Utterance> report(const Places& places, Instant now);
+  std::optional<Utterance> report(const Places& places, Instant now);
 
   /// While something else is to be heard, as a call: nothing is said, and afterwards only what is
   /// true then.
   void hush(bool hushed) { hushed_ = hushed; }
 
   /// Everything about the place that one is at; absent when there is none.
-  std::optional<guidance::Utterance> more(const Places& places) const;
+  std::optional<Utterance> more(const Places& places) const;
 
  private:
   /// What is known of a place that was said.
@@ -44,7 +43,7 @@ class Announcements {
   void noteDistances(const Places& places, Instant now);
   bool matters(const Sighting& here);
   bool isNoise(const std::string& place, Instant now) const;
-  guidance::Utterance utteranceOf(const BVAPIResolve& place, guidance::Detail detail) const;
+  Utterance utteranceOf(const BVAPIResolve& place, Detail detail) const;
 
   bool hushed_ = false;
   std::map<std::string, Said> said_;
@@ -55,4 +54,4 @@ class Announcements {
   int notNearer_ = 0;
 };
 
-}  // namespace guide
+}  // namespace guidance

@@ -1,15 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <memory>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "BrivaneSDK/BVAPIResolve.h"
 #include "guidance/NearestPlace.h"
-#include "guide/Listener.h"
+#include "platform/location/Instant.h"
 
-namespace guide {
+namespace guidance {
+
+using platform::Duration;
+using platform::Instant;
+
+/// A place of a ranging report.
+struct Sighting {
+  /// As the service names it; never null, and with an identifier.
+  std::shared_ptr<const BVAPIResolve> place;
+  /// Estimated distance of its beacon; absent while that is silent.
+  std::optional<double> metres = {};
+};
 
 /// Which places a person is near, from one ranging report to the next. One thread.
 class Places {
@@ -26,10 +37,10 @@ class Places {
   const std::vector<Sighting>& around() const { return around_; }
 
  private:
-  guidance::NearestPlace nearest_;
+  NearestPlace nearest_;
   std::optional<Sighting> here_;
   Instant heardHere_;
   std::vector<Sighting> around_;
 };
 
-}  // namespace guide
+}  // namespace guidance
