@@ -95,6 +95,17 @@ void BlueZConnection::askForObjects(std::function<void(const BusReply&)> answere
              std::move(answered));
 }
 
+void BlueZConnection::askForDevice(const std::string& path,
+                                   std::function<void(const BusReply&)> answered) {
+  bus_->call({.destination = daemon_.c_str(),
+              .path = path,
+              .interface = kProperties,
+              .method = "GetAll",
+              .arguments = g_variant_new("(s)", kDevice),
+              .answer = "(a{sv})"},
+             std::move(answered));
+}
+
 void BlueZConnection::forEachObject(
     GVariant* objects, const std::function<void(const std::string&, GVariant*)>& each) {
   GVariantIter iterator;
@@ -133,6 +144,7 @@ void BlueZConnection::subscribe() {
 
 void BlueZConnection::tellOfAllDevices(bool all) {
   tellsOfAllDevices_ = all;
+  if (all && devices_) return;
   const bool isPossible = !signals_.empty();
   devices_ = all && isPossible ? subscribeToDevices(nullptr) : nullptr;
 }

@@ -83,6 +83,8 @@ class BlueZConnection {
   }
   /// What the daemon has now, as the type a{oa{sa{sv}}} in a tuple.
   void askForObjects(std::function<void(const BusReply&)> answered);
+  /// The properties of the device at `path`, as the type a{sv} in a tuple.
+  void askForDevice(const std::string& path, std::function<void(const BusReply&)> answered);
   static void forEachObject(GVariant* objects,
                             const std::function<void(const std::string&, GVariant*)>& each);
 

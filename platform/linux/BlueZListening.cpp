@@ -11,7 +11,8 @@
 // There are three ways to listen, and chooseWay() turns from one to another. Where every frame is
 // wanted, a discovery runs, changes of all devices are told, and BlueZMonitor stands beside it
 // where the adapter offers monitors. While a first beacon is waited for, an active monitor does
-// alone; without one the discovery runs, and BlueZWatch stands in for the changes of all devices.
+// alone; without one the discovery runs, and BlueZWatch looks at what it finds. Neither needs the
+// changes of all devices.
 //
 // All of it runs on one thread, from the main context alone. The listener is called from two
 // places, publish() and hear(), each the last thing that its caller does apart from setting the
@@ -202,6 +203,7 @@ void BlueZListening::chooseWay() {
     failure_.clear();
     stopDiscovery();
   }
+  connection_.tellOfAllDevices(everyFrame_);
   const bool watches = discovers_ && !everyFrame_;
   if (!watches) watch_.reset();
   if (!watches || watch_) return;
@@ -232,10 +234,14 @@ void BlueZListening::startMonitor() {
                            .found = [this](const std::string& path) { onMonitor(path); }});
 }
 
-/// Of a discovery's devices the changes are told, and say more.
+/// The monitor names the device alone. A discovery tells more by itself.
 void BlueZListening::onMonitor(const std::string& path) {
   if (discovers_) return;
-  if (const auto beacon = devices_.latest(path)) hear(path, beacon);
+  connection_.askForDevice(path, [this, path, epoch = epoch_](const BusReply& reply) {
+    if (!reply.value || epoch != epoch_) return;
+    const Variant device(g_variant_get_child_value(reply.value.get(), 0));
+    if (const auto beacon = devices_.find(path, device.get())) hear(path, beacon);
+  });
 }
 
 void BlueZListening::onLooked(bool heard, const BlueZWatch::Beacons& beacons) {

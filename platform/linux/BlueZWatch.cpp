@@ -21,12 +21,9 @@ BlueZWatch::BlueZWatch(BlueZConnection& connection, const MainContext& context,
       networks_(networks),
       looked_(std::move(looked)),
       timer_(context, [this] { look(); }) {
-  connection_.tellOfAllDevices(false);
   follow();
   timer_.set(monotonicNow() + kPause);
 }
-
-BlueZWatch::~BlueZWatch() { connection_.tellOfAllDevices(true); }
 
 void BlueZWatch::look() {
   timer_.set(monotonicNow() + kPause);

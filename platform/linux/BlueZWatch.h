@@ -17,10 +17,10 @@
 
 namespace platform {
 
-/// Waits for a first beacon while it lives, at little cost. For every frame of every device around
-/// BlueZ sends a signal, each of which would wake the process. Instead, this looks every few
-/// seconds at what BlueZ has for devices that have become beacons, and is told only of the changes
-/// of those that are beacons of the networks already. Of a device that is found anew the
+/// Waits for a first beacon while it lives, where the changes of all devices are not told: they
+/// would wake the process for every frame of every device around. This looks every few seconds at
+/// what BlueZ has for devices that have become beacons, and is told of the changes of those that
+/// are beacons of the networks already. Of a device that is found anew the
 /// connection tells anyhow.
 class BlueZWatch {
  public:
@@ -31,7 +31,6 @@ class BlueZWatch {
   BlueZWatch(BlueZConnection& connection, const MainContext& context, BlueZDevices& devices,
              const std::set<UUID>& networks,
              std::function<void(bool heard, const Beacons& beacons)> looked);
-  ~BlueZWatch();
   BlueZWatch(const BlueZWatch&) = delete;
   BlueZWatch& operator=(const BlueZWatch&) = delete;
 
