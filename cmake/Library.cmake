@@ -1,12 +1,13 @@
 # SPDX-License-Identifier: Apache-2.0
 
-# brivane_library(<name> SOURCES … HEADERS … [COMPONENT …] [PUBLIC …] [PRIVATE …] [PACKAGES …])
-# Declares one installable library of the project. HEADERS are what a host may include; PUBLIC and PRIVATE are the
+# brivane_library(<name> SOURCES … HEADERS … [BASE …] [COMPONENT …] [PUBLIC …] [PRIVATE …] [PACKAGES …])
+# Declares one installable library of the project. HEADERS are what a host may include, by their path from BASE, the
+# project's folder unless it is given; PUBLIC and PRIVATE are the
 # libraries it links; PACKAGES are pairs of a name and what pkg-config is to find, for instance CURL libcurl>=7.85,
 # which it links too. COMPONENT is the part of the package that find_package may ask for; without one the library
 # belongs to the core that is always there. BUILD_SHARED_LIBS chooses the kind for all of them.
 function(brivane_library name)
-  cmake_parse_arguments(ARG "" "COMPONENT" "SOURCES;HEADERS;PUBLIC;PRIVATE;PACKAGES" ${ARGN})
+  cmake_parse_arguments(ARG "" "COMPONENT;BASE" "SOURCES;HEADERS;PUBLIC;PRIVATE;PACKAGES" ${ARGN})
   add_library(${name} ${ARG_SOURCES})
   # BrivaneCurl is BrivaneSDK::Curl to a host; the library itself keeps its name.
   string(REGEX REPLACE "^Brivane" "" export_name ${name})
@@ -14,7 +15,10 @@ function(brivane_library name)
   add_library(BrivaneSDK::${export_name} ALIAS ${name})
   set_target_properties(${name} PROPERTIES EXPORT_NAME ${export_name} VERSION ${PROJECT_VERSION}
                                            SOVERSION ${PROJECT_VERSION_MAJOR})
-  target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}
+  if(NOT ARG_BASE)
+    set(ARG_BASE ${PROJECT_SOURCE_DIR})
+  endif()
+  target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${ARG_BASE}
                                 FILES ${ARG_HEADERS})
   target_compile_features(${name} PUBLIC cxx_std_20)
   target_link_libraries(${name} PUBLIC ${ARG_PUBLIC}

@@ -54,14 +54,14 @@ class Embedding(unittest.TestCase):
         cls.addClassCleanup(folder.cleanup)
         cls.folder = pathlib.Path(folder.name)
         run("cmake", "--install", BUILD, "--prefix", cls.folder / "prefix")
-        for example in "minimal", "testing":
+        for example in "minimal", "testing", "c":
             shutil.copytree(SOURCE / "examples" / example, cls.folder / example)
         sources = [as_source(snippet) for snippet in snippets("cpp")]
         assert len(sources) > 1
         for number, source in enumerate(sources):
             (cls.folder / f"snippet{number}.cpp").write_text(source)
-        lines = ["cmake_minimum_required(VERSION 3.25)", "project(host LANGUAGES CXX)", "add_subdirectory(minimal)",
-                 "add_subdirectory(testing)"]
+        lines = ["cmake_minimum_required(VERSION 3.25)", "project(host LANGUAGES C CXX)",
+                 "add_subdirectory(minimal)", "add_subdirectory(testing)", "add_subdirectory(c)"]
         for number, snippet in enumerate(snippets("cmake")):
             files = " ".join(f"snippet{i}.cpp" for i in range(len(sources)))
             lines += [f"add_library(app{number} OBJECT {files})", re.sub(r"\bapp\b", f"app{number}", snippet)]
@@ -83,6 +83,10 @@ class Embedding(unittest.TestCase):
         said = self.minimal(walk, info, address, certificate)
         self.assertEqual((said.returncode, said.stderr), (0, ""))
         self.assertEqual(set(said.stdout.splitlines()), {"Puerta del Río", "Panadería La Espiga"})
+        said = subprocess.run([self.folder / "build/c/walk", walk, info, "127.0.0.1:1", certificate], timeout=60,
+                              capture_output=True, text=True, env={**os.environ, "XDG_CONFIG_HOME": str(self.folder)})
+        self.assertEqual((said.returncode, said.stdout), (1, ""))
+        self.assertRegex(said.stderr, r"\Awalk: the service: .*127.0.0.1 port 1 ")
         stranger = self.folder / "stranger.plist"
         stranger.write_text(pathlib.Path(info).read_text().replace("dev-key", "other"))
         for arguments, status, complaint in [

@@ -16,13 +16,13 @@ INCLUDES = {"BrivaneSDK": r"(platform|BrivaneSDK)", "platform": "platform", "pla
             "testing": r"(platform(/location)?|BrivaneSDK|testing)"}
 
 # A mangled name: what it is made for (a table, a thunk, a guard, a function's local), then whose it is.
-OURS = r"(8platform|7brivane(8internal|7testing)|\d+BV\w)"
+OURS = r"(8platform|7brivane(8internal|7testing)|\d+BV\w|\d+brivane_\w)"
 # Templates and inline functions of the standard library and of simdjson, which every user of them defines alike.
 STANDARD = r"(S[tabsiod]|9__gnu_cxx|8simdjson)"
 NAME = re.compile(rf"_Z(T[ISVT]|T[hv]n?\d+_(n?\d+_)?|GVZ?|GR|Z)*N?[KVRO]*({OURS}|{STANDARD})")
-# Beside them: the version, the types of plain function pointers, placement new where it is not inlined, and what
+# Beside them: the version, the C interface, the types of plain function pointers, placement new where it is not inlined, and what
 # compilers and sanitizers add.
-OTHERS = re.compile(r"BrivaneSDKVersion(Number|String)|DW\.ref\.\w+|__odr_asan\S+|__clang_call_terminate|_ZT[IS]P?F\w+"
+OTHERS = re.compile(r"BrivaneSDKVersion(Number|String)|brivane_\w+|DW\.ref\.\w+|__odr_asan\S+|__clang_call_terminate|_ZT[IS]P?F\w+"
                     r"|_Z(n[wa][mj]Pv|d[la]PvS_)")
 
 compiler, root, nm, libraries = sys.argv[1], pathlib.Path(sys.argv[2]), sys.argv[3], sys.argv[4:]

@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "BrivaneSDK/BVNetwork.h"
+#include "bindings/c/Failure.h"
+#include "bindings/c/HostServices.h"
+#include "bindings/c/Observer.h"
+#include "bindings/c/brivane_adapters.h"
+#include "platform/Services.h"
+#include "platform/TransferOutcome.h"
+#include "platform/curl/CurlHTTPClient.h"
+#include "platform/files/KeyFilePreferences.h"
+#include "platform/files/PlistPropertyList.h"
+#include "platform/files/StandardErrorLog.h"
+#include "platform/linux/LinuxLocationService.h"
+#include "platform/linux/NetworkWatch.h"
+#include "platform/replay/ReplayLocationService.h"
+
+namespace brivane::internal {
+namespace {
+
+struct Adapters final : brivane_adapters {
+  std::shared_ptr<platform::CurlHTTPClient> curl;
+  std::shared_ptr<platform::ReplayLocationService> replay;
+  std::optional<platform::NetworkWatch> network;
+};
+
+std::shared_ptr<platform::CurlHTTPClient> curlClient(const brivane_adapters_options& options,
+                                                     std::shared_ptr<platform::Log> log) {
+  platform::CurlHTTPClient::Options curl;
+  curl.caFile = orEmpty(options.ca_file);
+  curl.log = std::move(log);
+  if (options.connect_to) {
+    curl.connectTo = std::string(BVNetwork::apiHost()) + ":443:" + options.connect_to;
+  }
+  if (options.observer && options.observer->on_transfer) {
+    curl.onTransfer = [to = *options.observer](const platform::TransferOutcome& outcome) {
+      to.on_transfer(to.user, outcome.endpoint.c_str(), outcome.status.value_or(0),
+                     orNull(outcome.fault), outcome.duration.count());
+    };
+  }
+  return std::make_shared<platform::CurlHTTPClient>(curl);
+}
+
+std::shared_ptr<platform::ReplayLocationService> recording(
+    const brivane_adapters_options& options) {
+  platform::ReplayLocationService::Options replay;
+  replay.capture = options.capture;
+  replay.speed = options.speed > 0.0 ? options.speed : 1.0;
+  return std::make_shared<platform::ReplayLocationService>(std::move(replay));
+}
+
+std::shared_ptr<platform::LocationService> listening(const brivane_adapters_options& options,
+                                                     std::shared_ptr<platform::Log> log) {
+  platform::LinuxLocationService::Options live;
+  live.adapter = orEmpty(options.adapter);
+  if (options.positions) live.desktopId = options.application;
+  live.live = observedBy(options.observer);
+  live.live.log = std::move(log);
+  return std::make_shared<platform::LinuxLocationService>(live);
+}
+
+}  // namespace
+}  // namespace brivane::internal
+
+using namespace brivane::internal;
+
+brivane_adapters* brivane_adapters_create(const brivane_adapters_options* options,
+                                          brivane_failure* failure) {
+  brivane_adapters* made = nullptr;
+  guarded(failure, [&] {
+    require(options != nullptr, "options");
+    require(options->info != nullptr, "info");
+    require(options->application != nullptr, "application");
+    auto all = std::make_unique<Adapters>();
+    if (options->log) all->services.log = std::make_shared<platform::StandardErrorLog>();
+    all->services.propertyList = std::make_shared<platform::PlistPropertyList>(options->info);
+    all->services.preferences = std::make_shared<platform::KeyFilePreferences>(
+        platform::KeyFilePreferences::pathFor(options->application));
+    all->services.http = all->curl = curlClient(*options, all->services.log);
+    if (options->capture) {
+      all->services.location = all->replay = recording(*options);
+    } else {
+      all->services.location = listening(*options, all->services.log);
+      all->network.emplace([curl = all->curl.get()] { curl->networkChanged(); });
+    }
+    made = all.release();
+  });
+  return made;
+}
+
+brivane_status brivane_adapters_replay(brivane_adapters* adapters, brivane_failure* failure) {
+  return guarded(failure, [&] {
+    auto& replay = static_cast<Adapters*>(adapters)->replay;
+    if (!replay) throw std::logic_error("there is no capture to be replayed");
+    replay->run();
+  });
+}
+
+void brivane_adapters_shutdown(brivane_adapters* adapters) {
+  const std::unique_ptr<Adapters> owned(static_cast<Adapters*>(adapters));
+  if (owned) quietly([&] { owned->curl->shutdown(); });
+}
