@@ -61,7 +61,7 @@ void RecordingLocationDelegate::locationManager_rangingBeaconsDidFailForRegion_w
 }
 
 void RecordingLocationDelegate::tell(Manager& manager, const std::string& line) {
-  journal_->write(prefix_ ? prefix_() + line : line);
+  if (journal_) journal_->write(prefix_ ? prefix_() + line : line);
   if (react_) react_(manager, line);
 }
 

@@ -22,7 +22,8 @@ class BRIVANE_EXPORT RecordingLocationDelegate final : public platform::CLLocati
   using Manager = platform::CLLocationManager;
   using Region = platform::CLBeaconRegion;
 
-  explicit RecordingLocationDelegate(std::shared_ptr<Journal> journal);
+  /// Each line goes into `journal`, unless that is null.
+  explicit RecordingLocationDelegate(std::shared_ptr<Journal> journal = nullptr);
   ~RecordingLocationDelegate() override;
 
   /// Has each line stand behind what `prefix` gives, the time for instance.

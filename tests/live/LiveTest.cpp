@@ -13,11 +13,12 @@
 
 #include "platform/linux/LinuxLocationService.h"
 #include "platform/linux/NetworkWatch.h"
-#include "tests/support/Frames.h"
-#include "tests/support/RecordingDelegate.h"
+#include "testing/BeaconFrame.h"
+#include "testing/RecordingLocationDelegate.h"
 
 namespace {
 
+using namespace brivane::testing;
 using namespace platform;
 
 /// A main context of the thread that makes it, as a worker of an application has.
@@ -47,14 +48,14 @@ class OwnContext {
 /// Monitors and ranges the network, and keeps what it is told.
 struct Walker {
   explicit Walker(LinuxLocationService& service) : manager(service.createManager()) {
-    delegate->onEach = [this, thread = std::this_thread::get_id()](auto&, const std::string& call) {
+    delegate->onCall([this, thread = std::this_thread::get_id()](auto&, const std::string& call) {
       EXPECT_EQ(std::this_thread::get_id(), thread);
       heard += call + " ";
       onEach(call);
-    };
+    });
     manager->setDelegate(delegate);
     manager->requestAlwaysAuthorization();
-    const auto region = CLBeaconRegion::initWithProximityUUID_identifier(kNetwork, "r");
+    const auto region = CLBeaconRegion::initWithProximityUUID_identifier(networkUUID(), "r");
     manager->startMonitoringForRegion(region);
     manager->startRangingBeaconsInRegion(region);
   }
@@ -64,7 +65,7 @@ struct Walker {
   std::string heard;
   std::function<void(const std::string&)> onEach = [](auto&) {};
   std::shared_ptr<CLLocationManager> manager;
-  const std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
+  const std::shared_ptr<RecordingLocationDelegate> delegate = std::make_shared<RecordingLocationDelegate>();
 };
 
 TEST(Live, CallsBackOnTheThreadThatCreatedTheManager) {

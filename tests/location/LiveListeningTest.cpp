@@ -11,13 +11,14 @@
 #include <string>
 
 #include "platform/location/LiveLocationService.h"
-#include "tests/location/VirtualLoop.h"
-#include "tests/support/Frames.h"
-#include "tests/support/RecordingDelegate.h"
+#include "testing/BeaconFrame.h"
+#include "testing/RecordingLocationDelegate.h"
+#include "testing/VirtualLoop.h"
 
 namespace {
 
 using namespace std::chrono_literals;
+using namespace brivane::testing;
 using namespace platform;
 
 /// Live listening without a phone: what its radio and its positions are told to do, and what managers report, stand in
@@ -46,12 +47,13 @@ class Listening final : public Log {
     for (std::string word; words >> word;) {
       const std::size_t equals = word.find('=');
       if (std::isdigit(static_cast<unsigned char>(word[0])) != 0) {
-        loop->runTo(Instant(std::chrono::milliseconds(std::lround(std::stod(word) * 1000))));
+        const Instant time(std::chrono::milliseconds(std::lround(std::stod(word) * 1000)));
+        loop->advance(time - loop->now());
       } else if (equals != std::string::npos) {
         reactions[word.substr(0, equals)] = word.substr(equals + 1);
       } else {
         act(word);
-        if (!word.starts_with("block")) loop->runTo(loop->now());
+        if (!word.starts_with("block")) loop->advance({});
       }
     }
     return seen;
@@ -104,9 +106,9 @@ class Listening final : public Log {
 
   void create(char name) {
     managers[name] = service->createManager();
-    const auto delegate = std::make_shared<RecordingDelegate>();
+    const auto delegate = std::make_shared<RecordingLocationDelegate>();
     delegates.push_back(delegate);
-    delegate->onEach = [this, name](auto&, const std::string& call) {
+    delegate->onCall([this, name](auto&, const std::string& call) {
       std::string permission;
       if (call.starts_with("auth")) permission = (service->locationServicesEnabled() ? "" : "off") + reason;
       note((name == 'a' ? "" : std::string(1, name) + ".") + call + permission);
@@ -115,7 +117,7 @@ class Listening final : public Log {
       std::istringstream deeds(reaction->second);
       reactions.erase(reaction);
       for (std::string deed; std::getline(deeds, deed, '+');) act(deed);
-    };
+    });
     managers[name]->setDelegate(delegate);
   }
 
@@ -141,7 +143,7 @@ class Listening final : public Log {
     if (deed == "drop") return static_cast<void>(managers.erase(name));
     if (deed == "leave") return service.reset();
     if (deed == "throw") throw std::runtime_error("a host's own");
-    if (deed == "loop") return loop->runTo(loop->now() + 2s);
+    if (deed == "loop") return loop->advance(2s);
     if (deed.starts_with("sleep")) return loop->sleep(std::chrono::seconds(std::stoi(deed.substr(5))));
     if (deed.starts_with("block")) return loop->block(std::chrono::seconds(std::stoi(deed.substr(5))));
     ++sourceCalls;
@@ -165,12 +167,12 @@ class Listening final : public Log {
     } else if (deed.starts_with("frame")) {
       // "frame3": it was heard three seconds ago.
       const auto ago = deed.size() > 5 ? std::chrono::seconds(std::stoi(deed.substr(5))) : 0s;
-      radio->told.radioHeard(beaconFrame(kNetwork, 1, 2, -60), loop->now() - ago);
+      radio->told.radioHeard(networkFrame(1, 2, -60), loop->now() - ago);
     } else if (deed.starts_with("hear")) {
       // "hear7/-80": another beacon, so strong.
       const std::size_t slash = deed.find('/');
       const auto minor = static_cast<std::uint16_t>(std::stoi(deed.substr(4)));
-      radio->told.radioHeard(beaconFrame(kNetwork, 1, minor, std::stoi(deed.substr(slash + 1))), loop->now());
+      radio->told.radioHeard(networkFrame(1, minor, std::stoi(deed.substr(slash + 1))), loop->now());
     } else if (deed == "stranger") {
       radio->told.radioHeard(beaconFrame(UUID(), 9, 9, -40), loop->now());
     } else if (deed[0] == '@') {
@@ -189,9 +191,9 @@ class Listening final : public Log {
   FakeRadio* radio = nullptr;
   FakePositions* positions = nullptr;
   std::unique_ptr<LiveLocationService> service;
-  std::vector<std::shared_ptr<RecordingDelegate>> delegates;
+  std::vector<std::shared_ptr<RecordingLocationDelegate>> delegates;
   std::map<char, std::shared_ptr<CLLocationManager>> managers;
-  const std::shared_ptr<CLBeaconRegion> region = CLBeaconRegion::initWithProximityUUID_identifier(kNetwork, "r");
+  const std::shared_ptr<CLBeaconRegion> region = CLBeaconRegion::initWithProximityUUID_identifier(networkUUID(), "r");
   const std::shared_ptr<CLBeaconRegion> otherRegion = CLBeaconRegion::initWithProximityUUID_identifier(UUID(), "o");
 };
 

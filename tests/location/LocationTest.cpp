@@ -8,20 +8,23 @@
 #include "platform/location/Distance.h"
 #include "platform/location/IBeaconFrame.h"
 #include "platform/location/LocationCore.h"
-#include "tests/support/Frames.h"
-#include "tests/support/RecordingDelegate.h"
+#include "testing/BeaconFrame.h"
+#include "testing/RecordingLocationDelegate.h"
 
 namespace {
 
 using namespace std::chrono_literals;
+using namespace brivane::testing;
 using namespace platform;
 
-std::shared_ptr<CLBeaconRegion> region() { return CLBeaconRegion::initWithProximityUUID_identifier(kNetwork, "r"); }
+std::shared_ptr<CLBeaconRegion> region() {
+  return CLBeaconRegion::initWithProximityUUID_identifier(networkUUID(), "r");
+}
 
 TEST(Frame, IsAnIBeaconOfTheRightSizeOrNothing) {
-  const Advertisement good = beaconFrame(kNetwork, 0x0102, 0xFFFE, -60);
+  const Advertisement good = networkFrame(0x0102, 0xFFFE, -60);
   const auto frame = IBeaconFrame::parse(good).value();
-  EXPECT_EQ(frame.proximityUUID, kNetwork);
+  EXPECT_EQ(frame.proximityUUID, networkUUID());
   EXPECT_EQ(frame.major << 16 | frame.minor, 0x0102FFFE);
   EXPECT_EQ(frame.measuredPower, -59);
   const std::function<void(Advertisement&)> spoilers[] = {
@@ -59,7 +62,8 @@ TEST(Core, BeginsAtTheTimeThatIsFedNext) {
 TEST(Core, IsAskedOnOneThreadAndFedOnAnother) {
   LocationCore core({});
   const auto manager = core.createManager();
-  const auto delegate = std::make_shared<RecordingDelegate>();
+  const auto journal = std::make_shared<Journal>();
+  const auto delegate = std::make_shared<RecordingLocationDelegate>(journal);
   manager->setDelegate(delegate);
   std::jthread asking([&manager](const std::stop_token& end) {
     while (!end.stop_requested()) {
@@ -70,10 +74,10 @@ TEST(Core, IsAskedOnOneThreadAndFedOnAnother) {
     }
   });
   for (int i = 0; i < 20000; ++i) {
-    core.hear(beaconFrame(kNetwork, 1, 1, -60), Instant(Duration(i)));
+    core.hear(networkFrame(1, 1, -60), Instant(Duration(i)));
     core.setScanning(i % 2 == 0, Instant(Duration(i)));
   }
-  EXPECT_TRUE(delegate->take().starts_with("auth0"));
+  EXPECT_TRUE(journal->take().starts_with("auth0"));
 }
 
 }  // namespace

@@ -15,13 +15,14 @@
 #include "platform/replay/GpxTrack.h"
 #include "platform/replay/LockstepHTTPClient.h"
 #include "platform/replay/ReplayLocationService.h"
-#include "tests/support/Frames.h"
-#include "tests/support/RecordingDelegate.h"
+#include "testing/BeaconFrame.h"
+#include "testing/RecordingLocationDelegate.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
 
 using namespace std::chrono_literals;
+using namespace brivane::testing;
 using namespace platform;
 
 /// What was said behind the file's name.
@@ -143,12 +144,12 @@ class Replay : public testing::Test {
   Replay() {
     BtsnoopWriter writer(capture);
     constexpr UTCTime kMorning(1778320800s);  // 2026-05-09 10:00:00
-    Advertisement beacon = beaconFrame(kNetwork, 1, 2, -70);
+    Advertisement beacon = networkFrame(1, 2, -70);
     beacon.address = {0xC0, 1, 2, 3, 4, 5};
     writer.write(beacon, kMorning + 1s);
     writer.write(beacon, kMorning + 1500ms);
     writer.write({.company = 1, .data = std::vector<std::uint8_t>(28), .rssi = -1}, kMorning + 2s);
-    writer.write(beaconFrame(kNetwork, 1, 2, -60), kMorning + 2500ms);
+    writer.write(networkFrame(1, 2, -60), kMorning + 2500ms);
     EXPECT_EQ(writer.count(), 3U);  // one is too long for a report
   }
 
@@ -160,19 +161,20 @@ class Replay : public testing::Test {
     ReplayLocationService replay(
         {capture, folder.write("w.gpx", track), speed, std::move(waitUntilIdle), nullptr, nullptr});
     running = &replay;
-    const auto walker = std::make_shared<RecordingDelegate>();
-    walker->prefix = [&replay] { return std::to_string(replay.now().time_since_epoch() / 1s) + ":"; };
-    const auto region = CLBeaconRegion::initWithProximityUUID_identifier(kNetwork, "r");
-    walker->onEach = [&region](auto& manager, auto& call) {
+    const auto journal = std::make_shared<Journal>();
+    const auto walker = std::make_shared<RecordingLocationDelegate>(journal);
+    walker->setPrefix([&replay] { return std::to_string(replay.now().time_since_epoch() / 1s) + ":"; });
+    const auto region = CLBeaconRegion::initWithProximityUUID_identifier(networkUUID(), "r");
+    walker->onCall([&region](auto& manager, auto& call) {
       if (call == "enter") manager.startRangingBeaconsInRegion(region);
-    };
+    });
     const auto manager = replay.createManager();
     manager->setDelegate(walker);
     manager->startMonitoringForRegion(region);
     manager->startUpdatingLocation();
     const std::string fault = faultOf([&] { replay.run(limit); });
     running = nullptr;
-    return walker->take() + fault;
+    return journal->take(" ") + fault;
   }
 
   const TemporaryFolder folder;

@@ -7,15 +7,23 @@
 #include <limits>
 #include <stdexcept>
 
-#include "tests/sdk/FakeServices.h"
+#include "BrivaneSDK/BrivaneSDK.h"
+#include "platform/json/SimdJSON.h"
+#include "testing/Phone.h"
 
 namespace {
 
 constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-TEST(Records, ReadNumbersAndBooleansFromWhateverTheServiceSends) {
-  FakeServices::get();
+class Records : public testing::Test {
+ protected:
+  Records() { platform::install(phone.services(std::make_shared<platform::SimdJSON>())); }
+
+  brivane::testing::Phone phone;
+};
+
+TEST_F(Records, ReadNumbersAndBooleansFromWhateverTheServiceSends) {
   ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);  // where 4,5 is a number
   const std::tuple<std::vector<std::string>, std::int64_t, double, bool> rows[] = {
       {{"0", "false", R"("")", R"("+-9")", R"("0x1A")", R"("inf")", R"("-nan")", R"("0e99999")", R"("no")", R"("0Ñ")"},
@@ -57,8 +65,7 @@ std::string joined(const std::vector<std::optional<std::string>>& texts) {
   return all;
 }
 
-TEST(Records, HoldWhatStandsUnderEachKey) {
-  FakeServices::get();
+TEST_F(Records, HoldWhatStandsUnderEachKey) {
   const auto resolve = BVAPIResolve::parse(
       R"({"proximity":"p","match":"m","uuid":"other","waybeacon":{"uuid":"a\u00e9","name":12.50,"latitude":"41.38",
           "longitude":2,"location":"l","accesibility":{"b":[true]},"accessibility":"other","url":"u","payload":[1]}})");
@@ -93,8 +100,7 @@ TEST(Records, HoldWhatStandsUnderEachKey) {
   EXPECT_EQ(BVAPIPayload::parse(R"({"status":"f"})"), nullptr);
 }
 
-TEST(Records, ResolveDecidesWhetherTheBeaconIsKnown) {
-  FakeServices& services = FakeServices::get();
+TEST_F(Records, ResolveDecidesWhetherTheBeaconIsKnown) {
   // A body, the strength that its record has, if there is one, and what is logged.
   const std::tuple<std::optional<std::string>, std::optional<std::int64_t>, std::string> rows[] = {
       {R"({"status":"no","beacon":{"rssi":1}})", std::nullopt, "|Beacon not found"},
@@ -106,16 +112,15 @@ TEST(Records, ResolveDecidesWhetherTheBeaconIsKnown) {
   for (const auto& [body, rssi, log] : rows) {
     const auto record = BVAPIResolve::parse(body);
     EXPECT_EQ(record ? std::optional(record->rssi()) : std::nullopt, rssi) << log;
-    EXPECT_EQ(services.take(), "DATA: " + body.value_or("(null)") + log);
+    EXPECT_EQ(phone.journal->take("|"), "DATA: " + body.value_or("(null)") + log);
   }
   for (const char* body : {"{\"a\":\"\xC3\"}", "\xED\xA0\x80", "\xC0\x80"}) {  // no text
     BVAPIResolve::parse(body);
-    EXPECT_EQ(services.take(), "DATA: (null)|Error parsing JSON");
+    EXPECT_EQ(phone.journal->take("|"), "DATA: (null)|Error parsing JSON");
   }
 }
 
-TEST(Records, ThrowForRepliesOfAnotherForm) {
-  FakeServices::get();
+TEST_F(Records, ThrowForRepliesOfAnotherForm) {
   for (const char* body : {"[]", R"({"status":null})", R"({"beacon":null})", R"({"beacon":[]})", R"({"rssi":null})",
                            R"({"rssi":[1]})", R"({"waybeacon":null})", R"({"waybeacon":{"latitude":{}}})"}) {
     EXPECT_THROW(BVAPIResolve::parse(body), BVInvalidReply) << body;
@@ -129,15 +134,14 @@ TEST(Records, ThrowForRepliesOfAnotherForm) {
   EXPECT_THROW(BVAPISync::parse(R"({"offline":null})"), BVInvalidReply);
 }
 
-TEST(Records, DateATokenFromNow) {
-  FakeServices::get();
+TEST_F(Records, DateATokenFromNow) {
   const auto before = std::chrono::system_clock::now();
   const auto hour = BVAPILogin::parse(R"({"expires_in":"3600"})")->expires_date();
   EXPECT_GE(hour, before + std::chrono::hours(1));
   EXPECT_LE(hour, std::chrono::system_clock::now() + std::chrono::hours(1));
 }
 
-TEST(Records, TakeErrorsFromTheirTable) {
+TEST_F(Records, TakeErrorsFromTheirTable) {
   EXPECT_EQ(BVError::newError(0)->errorString(), "No error");
   for (const int code : {-1, 2}) EXPECT_THROW(BVError::newError(code), std::out_of_range);
 }

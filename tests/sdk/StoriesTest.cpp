@@ -1,61 +1,73 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <map>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
-#include "tests/sdk/FakeServices.h"
-#include "tests/support/OneCase.h"
+#include "BrivaneSDK/BrivaneSDK.h"
+#include "platform/json/SimdJSON.h"
+#include "testing/Phone.h"
+#include "testing/RecordingLocationService.h"
+#include "testing/RecordingManagerDelegate.h"
 
 namespace {
 
-/// Plays words one by one and gives what was seen of them. Before a word, "b." means the second manager in place of the
-/// first.
-class Player {
+using namespace brivane::testing;
+
+/// Plays words one by one and gives what was seen of them, in one order: calls of the location service behind ">", of
+/// the host behind "<", requests, and lines of the log if they are shown. Before a word, "b." means the second manager
+/// in place of the first.
+class Player final : public platform::Log {
  public:
+  Player() {
+    auto services = phone_.services(std::make_shared<platform::SimdJSON>());
+    services.location = service_;
+    services.log = std::shared_ptr<Log>(std::shared_ptr<void>(), this);
+    platform::install(services);
+    phone_.preferences->setValue_forKey("ID", "installUUID");
+    service_->onCall([this](const std::string& call) {
+      if (call == amid_) perform(std::exchange(meanwhile_, ""));
+    });
+    phone_.journal->take();
+  }
+
   std::string play(const std::string& happens) {
     std::istringstream words(happens);
     for (std::string word; words >> word;) {
       try {
         perform(word);
       } catch (const BVException& fault) {
-        services_.see("threw " + fault.name() + ": " + fault.reason());
+        see("threw " + fault.name() + ": " + fault.reason());
       } catch (const std::exception& fault) {
-        services_.see(std::string("threw ") + fault.what());
+        see(std::string("threw ") + fault.what());
       }
     }
-    return shortened(services_.take());
+    return shortened(phone_.journal->take("|"));
   }
 
  private:
-  /// A host that says what it hears and then does what "then=" said, once. It numbers the records that it is handed.
-  class Host final : public BVManagerDelegate {
-   public:
-    Host(Player& player, std::string name) : player_(player), name_(std::move(name)) {}
+  void see(const std::string& event) { phone_.journal->write(event); }
+  void write(std::string_view line) override {
+    if (showsLog_) phone_.journal->write(line);
+  }
 
-   private:
-    void tell(const std::string& what) {
-      player_.services_.see("<" + name_ + what);
-      if (const auto deed = std::exchange(player_.reaction_, ""); !deed.empty()) player_.perform(deed);
-    }
-    void didIsReady() override { tell("ready"); }
-    void didErrorFound(const std::shared_ptr<const BVError>& error) override {
-      tell("error " + std::to_string(error->errorCode()) + " " + error->errorString().value_or(""));
-    }
-    void didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) override {
-      if (!match) return tell("no match");
-      const auto number = player_.records_.try_emplace(match, player_.records_.size()).first->second;
-      tell("match " + match->uuid().value_or("") + "#" + std::to_string(number));
-    }
-    void didNearestWaybeacons(const std::shared_ptr<const BVWaybeaconDistance::List>& places) override {
-      tell(places ? "nearest " + std::to_string(places->size()) : "nearest none");
-    }
-
-    Player& player_;
-    const std::string name_;
-  };
+  /// A host that then does what "then=" said, once. The records that hosts are handed are numbered.
+  std::shared_ptr<RecordingManagerDelegate> host() {
+    auto host = std::make_shared<RecordingManagerDelegate>(phone_.journal, "<" + slot_);
+    host->onCall([this, plain = host.get()](const std::string& line) {
+      if (line.starts_with("match")) {
+        const auto number = records_.try_emplace(plain->matches().back(), records_.size()).first->second;
+        see("#" + std::to_string(number));
+      }
+      perform(std::exchange(reaction_, ""));
+    });
+    return host;
+  }
 
   void perform(std::string word) {
+    if (word.empty()) return;
     slot_ = word.starts_with("b.") ? "b." : "";
     word.erase(0, slot_.size());
     const std::size_t equals = word.find('=');
@@ -63,8 +75,7 @@ class Player {
     deeds_.at(word.substr(0, equals))();
   }
   BVManager& manager() { return *managers_.at(slot_); }
-  std::shared_ptr<Host> host() { return std::make_shared<Host>(*this, slot_); }
-  void answer(bool yes) { services_.see(yes ? "yes" : "no"); }
+  void answer(bool yes) { see(yes ? "yes" : "no"); }
   void determine(std::int64_t state) {
     manager().locationManager_didDetermineState_forRegion(*location_, state, *manager().getRegion());
   }
@@ -99,31 +110,35 @@ class Player {
     const bool isNumber = argument_.find_first_not_of("0123456789") == std::string::npos;
     const std::string body =
         R"({"access_token":"t)" + argument_ + R"(","match":"m)" + argument_ + R"(","beacons":[{},{}]})";
-    services_.reply(isNumber ? body : argument_, index);
+    phone_.http->reply({isNumber ? body : argument_, 500}, index);  // nobody looks at the status
   }
   void seeRegion() {
     const auto region = manager().getRegion();
-    services_.see(region->identifier() + " " + region->proximityUUID().UUIDString() +
-                  (region->notifyOnEntry() ? " entry" : "") + (region->notifyOnExit() ? " exit" : "") +
-                  (region->notifyEntryStateOnDisplay() ? " display" : ""));
+    see(region->identifier() + " " + region->proximityUUID().UUIDString() + (region->notifyOnEntry() ? " entry" : "") +
+        (region->notifyOnExit() ? " exit" : "") + (region->notifyEntryStateOnDisplay() ? " display" : ""));
+  }
+  void set(const char* text) {
+    properties_.erase(argument_);
+    if (text != nullptr) properties_.emplace(argument_, text);
+    phone_.propertyList->set(properties_);
   }
   /// With short names for what is seen often, each field of it as it must be.
   static std::string shortened(std::string seen) {
     const std::pair<std::string, std::string> names[] = {
         {BVNetwork::proximityUUID(), "NETWORK"},
         {"POST oauth2/token/ client_id=key&client_secret=secret&grant_type=client_credentials", "LOGIN"},
-        {"POST sync/ installID=ID&model=M", "SYNC"},
-        {"POST resolve/ battery=-1&installID=ID&major=1&minor=2&model=M&rssi=-12&uuid=NETWORK", "RESOLVE1.2"},
-        {"POST resolve/ battery=-1&installID=ID&major=3&minor=4&model=M&rssi=-34&uuid=NETWORK", "RESOLVE3.4"},
-        {"POST tracker/ installID=ID&lat=41.000000&lng=-4.000000&model=M&provider=ios&radius=100&speed=0", "TRACK1"},
-        {"POST tracker/ installID=ID&lat=42.000000&lng=-5.000000&model=M&provider=ios&radius=200&speed=0", "TRACK2"},
+        {"POST sync/ installID=ID&model=test", "SYNC"},
+        {"POST resolve/ battery=-1&installID=ID&major=1&minor=2&model=test&rssi=-12&uuid=NETWORK", "RESOLVE1.2"},
+        {"POST resolve/ battery=-1&installID=ID&major=3&minor=4&model=test&rssi=-34&uuid=NETWORK", "RESOLVE3.4"},
+        {"POST tracker/ installID=ID&lat=41.000000&lng=-4.000000&model=test&provider=ios&radius=100&speed=0", "TRACK1"},
+        {"POST tracker/ installID=ID&lat=42.000000&lng=-5.000000&model=test&provider=ios&radius=200&speed=0", "TRACK2"},
         {"POST nearest/ lat=1.5&lng=-2&radius=500", "NEAREST"},
         {" [Bearer t1]", "[t1]"},
         {R"(DATA: {"access_token":"t5","match":"m5","beacons":[{},{}]})", "DATA5"},
         {R"(DATA: {"access_token":"t6","match":"m6","beacons":[{},{}]})", "DATA6"},
         {">create|>delegate|>ask", "CREATE"},
         {">monitor|>ask state", "MONITOR"},
-        {">accuracy 10.000000|>filter 20.000000|>update", "UPDATE"},
+        {">accuracy 10|>filter 20|>update", "UPDATE"},
         {"BV API not ready or initialized properly|no", "UNREADY"},
         {"threw BVAPICredentialsNotFound: Not found Brivane SDK/API Credentials in Main bundle (check Info.plist)",
          "NO CREDENTIALS"},
@@ -137,14 +152,19 @@ class Player {
     return seen;
   }
 
-  FakeServices& services_ = FakeServices::get();
-  const std::shared_ptr<platform::CLLocationManager> location_ = services_.locationManager("other ");
+  bool showsLog_ = false;
+  Phone phone_;
+  const std::shared_ptr<RecordingLocationService> service_ =
+      std::make_shared<RecordingLocationService>(phone_.journal, ">");
+  const std::shared_ptr<platform::CLLocationManager> location_ =
+      RecordingLocationService(phone_.journal, ">other ").createManager();
+  FixedPropertyList::Entries properties_ = FixedPropertyList::complete();
   std::map<std::string, std::shared_ptr<BVManager>> managers_;
   std::map<std::shared_ptr<const BVAPIResolve>, std::size_t> records_;
-  std::string slot_, argument_, reaction_;
+  std::string slot_, argument_, reaction_, amid_, meanwhile_;
   const std::map<std::string, std::function<void()>> deeds_ = {
-      {"log", [this] { services_.showsLog = argument_ != "off"; }},
-      {"forget", [this] { services_.take(); }},
+      {"log", [this] { showsLog_ = argument_ != "off"; }},
+      {"forget", [this] { phone_.journal->take(); }},
       // What the host does.
       {"new", [this] { managers_[slot_] = BVManager::initWithDelegate(host()); }},
       {"own", [this] { managers_[slot_] = BVManager::initWithDelegate_andAPIKey_andAPISecret(host(), "own", ""); }},
@@ -161,8 +181,8 @@ class Player {
       {"nearest", [this] { answer(manager().getNearestAtLat_andLng_insideRadius(1.5, -2, 500)); }},
       {"payload", [this] { answer(manager().setPayload_forWaybeacon({}, nullptr)); }},
       {"then", [this] { reaction_ = argument_; }},
-      {"amid", [this] { services_.amid = argument_; }},
-      {"meanwhile", [this] { services_.meanwhile = [this, deed = argument_] { perform(deed); }; }},
+      {"amid", [this] { amid_ = argument_; }},
+      {"meanwhile", [this] { meanwhile_ = argument_; }},
       {"nothing",
        [this] {
          manager().receivedResolve_forRequest(
@@ -170,12 +190,12 @@ class Player {
        }},
       {"throw", [] { throw std::runtime_error("a host's own"); }},
       // What happens to it.
-      {"lose", [this] { services_.plist.erase(argument_); }},
-      {"empty", [this] { services_.plist[argument_] = ""; }},
-      {"restore", [this] { services_.plist[argument_] = "x"; }},
-      {"status", [this] { services_.authorization = std::stoi(argument_); }},
-      {"services", [this] { services_.enabled = argument_ == "on"; }},
-      {"unasked", [this] { services_.offersAlways = false; }},
+      {"lose", [this] { set(nullptr); }},
+      {"empty", [this] { set(""); }},
+      {"restore", [this] { set("x"); }},
+      {"status", [this] { service_->setAuthorizationStatus(std::stoi(argument_)); }},
+      {"services", [this] { service_->setLocationServicesEnabled(argument_ == "on"); }},
+      {"unasked", [this] { service_->setOffersRequestAlwaysAuthorization(false); }},
       {"authorization", [this] { manager().locationManager_didChangeAuthorizationStatus(*location_, 0); }},
       {"state", [this] { determine(std::stoi(argument_)); }},
       {"rest", [this] { tellRest(); }},
@@ -184,7 +204,7 @@ class Player {
       {"at", [this] { locate(); }},
       {"reply", [this] { reply(0); }},
       {"reply2nd", [this] { reply(1); }},
-      {"fail", [this] { services_.reply(std::nullopt); }},
+      {"fail", [this] { phone_.http->reply({}); }},
   };
 };
 
@@ -242,11 +262,11 @@ const Story kStories[] = {
      "MONITOR|UPDATE|yes|>unmonitor|>stop|MONITOR|UPDATE|yes|>stop|yes|>unmonitor|yes"},
     {"MatchesBeacons", "ready log hear=1.2,3.4 reply2nd=5 reply=6 hear=3.4,1.2 hear=",
      "Ranging beacons ok|MISS1.2|Resolving...|RESOLVE1.2[t1]|MISS3.4|Resolving...|RESOLVE3.4[t1]|DATA5|Resolve "
-     "done|Received resolve!!!|<match m5#0|DATA6|Resolve done|Received resolve!!!|<match m6#1|Ranging beacons ok|-> "
-     "Major: 3 - Minor: 4|Cache hit|Received resolve!!!|<match m5#0|-> Major: 1 - Minor: 2|Cache hit|Received "
-     "resolve!!!|<match m6#1|Ranging beacons ok"},
+     "done|Received resolve!!!|<match m5|#0|DATA6|Resolve done|Received resolve!!!|<match m6|#1|Ranging beacons ok|-> "
+     "Major: 3 - Minor: 4|Cache hit|Received resolve!!!|<match m5|#0|-> Major: 1 - Minor: 2|Cache hit|Received "
+     "resolve!!!|<match m6|#1|Ranging beacons ok"},
     {"KeepsTheLastReply", "ready hear=1.2,1.2 reply=5 hear=1.2 nobody reply=6 somebody nothing hear=1.2 start hear=1.2",
-     "RESOLVE1.2[t1]|RESOLVE1.2[t1]|<match m5#0|<match m5#0|<no match|<match m6#1|MONITOR|yes|RESOLVE1.2[t1]"},
+     "RESOLVE1.2[t1]|RESOLVE1.2[t1]|<match m5|#0|<match m5|#0|<no match|<match m6|#1|MONITOR|yes|RESOLVE1.2[t1]"},
     {"GivesUpAfterFive",
      R"(ready hear=1.2 fail hear=1.2 reply={"status":false} hear=1.2 reply=junk hear=1.2 log reply=[] log=off hear=1.2 fail )"
      "hear=1.2,3.4 start hear=1.2",
@@ -257,15 +277,15 @@ const Story kStories[] = {
      "hear=1.65535 log=off strange=1.2 reply=5 hear=1.2 strange=1.2",
      "Ranging beacons ok|-> Major: 65535 - Minor: 65535|-> Major: 65535 - Minor: 1|Cache miss, goes to API|Max num "
      "tries achivied|Ranging beacons ok|-> Major: 1 - Minor: 65535|Cache miss, goes to API|POST resolve/ "
-     "battery=-1&installID=ID&major=1&minor=2&model=M&rssi=-12&uuid=00000000-0000-0000-0000-000000000000[t1]|<match "
-     "m5#0|RESOLVE1.2[t1]|<match m5#0"},
+     "battery=-1&installID=ID&major=1&minor=2&model=test&rssi=-12&uuid=00000000-0000-0000-0000-000000000000[t1]|<match "
+     "m5|#0|RESOLVE1.2[t1]|<match m5|#0"},
     {"ResolvesNothingBeforeItsSync", "new hear=1.2 reply=1 log hear=1.2",
      "LOGIN|CREATE|SYNC[t1]|Ranging beacons ok|-> Major: 1 - Minor: 2"},
     {"SendsPositions",
      R"(ready gps forget log at=0 at=1 log=off start log at=2 reply=5 at=1 reply={"status":0} log=off hear=1.2 stop log )"
      "at=1",
      "Location is null|Location update while not running|MONITOR|UPDATE|yes|URL|TRACK2[t1]|DATA5|Resolve GPS done|"
-     R"(Received resolve!!!|<match m5#0|URL|TRACK1[t1]|DATA: {"status":0}|Beacon not found|RESOLVE1.2[t1]|>unmonitor|)"
+     R"(Received resolve!!!|<match m5|#0|URL|TRACK1[t1]|DATA: {"status":0}|Beacon not found|RESOLVE1.2[t1]|>unmonitor|)"
      ">stop|yes|Location update while not running"},
     {"FindsPlaces", "ready log nearest reply=5 nearest reply={} nobody nearest reply=5 payload",
      "NEAREST[t1]|yes|DATA5|Nearest waybeacons received|Received nearest: 2|<nearest 2|NEAREST[t1]|yes|DATA: "
@@ -274,8 +294,8 @@ const Story kStories[] = {
     {"SharesItsState",
      "ready start state=1 hear=1.2 reply=5 forget b.new hear=1.2 b.scanning b.stop reply2nd=6 reply=1 start reply=1 "
      "b.authorization hear=1.2 b.start scanning b.drop nearest reply=7 hear=3.4 reply=8 hear=3.4",
-     "LOGIN[t1]|CREATE|RESOLVE1.2[t1]|yes|>unmonitor|>unrange|yes|<b.match m6#1|SYNC[t1]|no|<b.ready|<match "
-     "m6#1|MONITOR|yes|yes|NEAREST[t1]|yes|RESOLVE3.4[t1]|RESOLVE3.4[t1]"},
+     "LOGIN[t1]|CREATE|RESOLVE1.2[t1]|yes|>unmonitor|>unrange|yes|<b.match m6|#1|SYNC[t1]|no|<b.ready|<match "
+     "m6|#1|MONITOR|yes|yes|NEAREST[t1]|yes|RESOLVE3.4[t1]|RESOLVE3.4[t1]"},
     {"SyncsTheNewest", "new b.new forget reply=1 reply2nd=1 relocate stop relocate=null",
      "SYNC[t1]|<b.ready|>other unmonitor|yes|threw a BVManager needs a location manager"},
     {"IsDroppedBeforeItIsAnswered",
@@ -285,24 +305,22 @@ const Story kStories[] = {
     {"BearsWhatHostsDo",
      "new reply=1 then=drop reply=1 new reply=1 then=throw reply=1 forget hear=1.2 then=throw reply=5 then=stop "
      "hear=1.2,3.4 then=nobody hear=1.2,1.2 somebody then=start hear=1.2,1.2",
-     "RESOLVE1.2[t1]|<match m5#0|threw a host's own|<match m5#0|>unmonitor|yes|RESOLVE3.4[t1]|<match m5#0|<match "
-     "m5#0|MONITOR|yes|RESOLVE1.2[t1]"},
+     "RESOLVE1.2[t1]|<match m5|#0|A callback failed: a host's own|<match m5|#0|>unmonitor|yes|RESOLVE3.4[t1]|<match "
+     "m5|#0|<match "
+     "m5|#0|MONITOR|yes|RESOLVE1.2[t1]"},
 };
 
 class Manager : public testing::TestWithParam<Story> {};
 
-TEST_P(Manager, Does) {
-  FakeServices::get().stored.insert_or_assign("installUUID", platform::JSONValue("ID"));
-  FakeServices::get().showsLog = false;
-  EXPECT_EQ(Player().play(GetParam().happens), GetParam().seen);
-}
+TEST_P(Manager, Does) { EXPECT_EQ(Player().play(GetParam().happens), GetParam().seen); }
 
 INSTANTIATE_TEST_SUITE_P(, Manager, testing::ValuesIn(kStories), [](const auto& story) { return story.param.name; });
 
 TEST(WithoutServices, NoManagerIsCreated) {
+  const Phone phone;
   EXPECT_THROW(BVManager::initWithDelegate(nullptr), std::logic_error);
   EXPECT_THROW(platform::install({}), std::logic_error);
-  FakeServices::get();
+  platform::install(phone.services(std::make_shared<platform::SimdJSON>()));
   EXPECT_THROW(platform::install(platform::services()), std::logic_error);
 }
 

@@ -25,8 +25,8 @@
 #include "platform/Services.h"
 #include "platform/curl/CurlHTTPClient.h"
 #include "platform/location/LocationCore.h"
-#include "tests/support/Frames.h"
-#include "tests/support/OneCase.h"
+#include "testing/BeaconFrame.h"
+#include "testing/BeginAnew.h"
 #include "tests/support/Town.h"
 
 namespace {
@@ -35,7 +35,7 @@ using namespace std::chrono_literals;
 
 const std::vector<std::string> kFaults = {"drop=0.05", "bad-json=0.05"};
 
-/// The library in the town, on real TLS, with a radio that hears ten beacons. Made once a process.
+/// The library in the town, on real TLS, with a radio that hears ten beacons. Managers go before it.
 class Phone {
  public:
   explicit Phone(const Town& town) : curl_(town.makeClient()), radio_([this] { listen(); }) {
@@ -45,6 +45,7 @@ class Phone {
     silent_ = true;
     radio_.join();
     curl_->shutdown();
+    brivane::testing::beginAnew();
   }
   Phone(const Phone&) = delete;
   Phone& operator=(const Phone&) = delete;
@@ -55,7 +56,8 @@ class Phone {
  private:
   void listen() {
     for (platform::Instant now{}; !silent_; now += 100ms) {
-      for (std::uint16_t minor = 0; minor < 10; ++minor) location_->hear(beaconFrame(kNetwork, 0, minor, -60), now);
+      for (std::uint16_t minor = 0; minor < 10; ++minor)
+        location_->hear(brivane::testing::networkFrame(0, minor, -60), now);
       location_->locate({.coordinate = {40.0 + static_cast<double>(now.time_since_epoch().count() % 90) * 1e-3, -3.0}},
                         now);
       location_->advance(now);

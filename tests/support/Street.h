@@ -9,7 +9,7 @@
 #include "platform/location/Instant.h"
 #include "platform/replay/BtsnoopWriter.h"
 #include "service/Network.h"
-#include "tests/support/Frames.h"
+#include "testing/BeaconFrame.h"
 
 /// A street with 2,000 beacons, and somebody who walks round it: at any second 50 beacons are in range, and with each
 /// second one goes and another comes.
@@ -45,7 +45,7 @@ class Street {
       for (int place = 0; place < kInRange; ++place) {
         const auto beacon = static_cast<std::uint16_t>((second + place) % kBeacons);
         const platform::UTCTime time(std::chrono::seconds(second) + std::chrono::milliseconds(10 * place));
-        capture.write(beaconFrame(kNetwork, beacon / kMinors, beacon % kMinors, -40 - place), time);
+        capture.write(brivane::testing::networkFrame(beacon / kMinors, beacon % kMinors, -40 - place), time);
       }
     }
     capture.flush();
