@@ -180,6 +180,7 @@ TEST(Stress, HostsMayDoAnythingOnAnyThread) {
 }
 
 TEST(Stress, AProcessMayEndInTheMiddleOfIt) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // one that has had no client before
   const Town town(kFaults);
   EXPECT_EXIT(
       {
