@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
@@ -51,6 +52,10 @@ class BRIVANE_SCOPED_CAPABILITY MutexLock {
 
   /// Gives the mutex back until `changed` is notified, or for no reason, and takes it again.
   void wait(std::condition_variable& changed) { changed.wait(lock_); }
+  /// Like `wait`, and no longer than until `time`.
+  void waitUntil(std::condition_variable& changed, std::chrono::steady_clock::time_point time) {
+    changed.wait_until(lock_, time);
+  }
 
  private:
   std::unique_lock<std::mutex> lock_;

@@ -9,7 +9,7 @@
 #include "bindings/c/Failure.h"
 #include "bindings/c/HostServices.h"
 #include "platform/HTTPClient.h"
-#include "platform/curl/SerialQueue.h"
+#include "platform/posix/SerialQueue.h"
 
 using brivane::internal::quietly;
 

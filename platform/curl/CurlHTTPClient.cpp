@@ -12,7 +12,7 @@
 
 #include "platform/curl/CurlWorker.h"
 #include "platform/curl/ExitList.h"
-#include "platform/curl/SerialQueue.h"
+#include "platform/posix/SerialQueue.h"
 
 namespace platform {
 namespace {
@@ -27,14 +27,6 @@ CurlHTTPClient::Options checked(CurlHTTPClient::Options options) {
     if (text.find(begin) != text.npos) return options;
   }
   throw std::invalid_argument(file + ": no certificate can be read from it");
-}
-
-/// Without the query, which may hold secrets.
-std::string pathOf(std::string_view url) {
-  const std::size_t scheme = url.find("://");
-  const std::size_t path = url.find('/', scheme == url.npos ? 0 : scheme + 3);
-  return path == url.npos ? "/"
-                          : std::string(url.substr(path, url.find_first_of("?#", path) - path));
 }
 
 }  // namespace
@@ -59,10 +51,12 @@ struct CurlHTTPClient::Parts {
     if (onTransfer) {
       using std::chrono::duration_cast, std::chrono::milliseconds, std::chrono::steady_clock;
       TransferOutcome outcome{
-          .endpoint = pathOf(request.request.url),
+          .endpoint = endpointOf(request.request.url),
           .status = {},
           .fault = std::move(reply.fault),
-          .duration = duration_cast<milliseconds>(steady_clock::now() - request.begun)};
+          .duration = duration_cast<milliseconds>(steady_clock::now() - request.begun),
+          .source = TransferOutcome::Source::kService,
+          .keptSince = {}};
       if (reply.response) outcome.status = reply.response->statusCode;
       callbacks.post([tell = onTransfer, outcome = std::move(outcome)] { tell(outcome); });
     }

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "platform/curl/QuietThread.h"
+#include "platform/posix/QuietThread.h"
 
 namespace platform {
 namespace {
