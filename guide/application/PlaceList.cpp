@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "guide/application/PlaceList.h"
+
+#include <adwaita.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "guide/application/GObject.h"
+
+namespace guide {
+namespace {
+
+constexpr const char* kRank = "rank";
+constexpr const char* kUri = "uri";
+
+void open(GtkWidget* row, gpointer /*data*/) {
+  const auto* uri = static_cast<const char*>(g_object_get_data(G_OBJECT(row), kUri));
+  gtk_show_uri(GTK_WINDOW(gtk_widget_get_root(row)), uri, GDK_CURRENT_TIME);
+}
+
+GtkWidget* rowFor(const PlaceRow::Detail& detail) {
+  GtkWidget* const row = adw_action_row_new();
+  adw_preferences_row_set_use_markup(ADW_PREFERENCES_ROW(row), FALSE);
+  adw_preferences_row_set_title(ADW_PREFERENCES_ROW(row), detail.text.c_str());
+  if (detail.uri.empty()) return row;
+  g_object_set_data_full(G_OBJECT(row), kUri, g_strdup(detail.uri.c_str()), g_free);
+  gtk_list_box_row_set_activatable(GTK_LIST_BOX_ROW(row), TRUE);
+  adw_action_row_add_suffix(ADW_ACTION_ROW(row),
+                            gtk_image_new_from_icon_name("adw-external-link-symbolic"));
+  g_signal_connect(row, "activated", G_CALLBACK(open), nullptr);
+  return row;
+}
+
+int rankOf(GtkListBoxRow* row) {
+  return GPOINTER_TO_INT(g_object_get_data(G_OBJECT(row), kRank));
+}
+
+int compare(GtkListBoxRow* one, GtkListBoxRow* other, gpointer /*data*/) {
+  return rankOf(one) - rankOf(other);
+}
+
+}  // namespace
+
+PlaceList::PlaceList(GtkListBox* box) : box_(box) {
+  gtk_list_box_set_sort_func(box_, compare, nullptr, nullptr);
+}
+
+void PlaceList::show(const std::vector<PlaceRow>& places) {
+  std::vector<Entry> shown;
+  for (const PlaceRow& place : places) {
+    const auto known = std::ranges::find(
+        entries_, place.id, [](const Entry& entry) -> const auto& { return entry.place.id; });
+    Entry entry;
+    if (known != entries_.end()) {
+      entry = std::move(*known);
+      entries_.erase(known);
+    } else {
+      entry.row = adw_expander_row_new();
+      adw_preferences_row_set_use_markup(ADW_PREFERENCES_ROW(entry.row), FALSE);
+    }
+    if (entry.place != place) fill(entry, place);
+    g_object_set_data(G_OBJECT(entry.row), kRank, GINT_TO_POINTER(static_cast<int>(shown.size())));
+    if (gtk_widget_get_parent(entry.row) == nullptr) gtk_list_box_append(box_, entry.row);
+    shown.push_back(std::move(entry));
+  }
+  for (const Entry& gone : entries_) gtk_list_box_remove(box_, gone.row);
+  entries_ = std::move(shown);
+  gtk_list_box_invalidate_sort(box_);
+}
+
+void PlaceList::fill(Entry& entry, const PlaceRow& place) {
+  auto* const row = ADW_EXPANDER_ROW(entry.row);
+  adw_preferences_row_set_title(ADW_PREFERENCES_ROW(row), place.name.c_str());
+  adw_expander_row_set_subtitle(row, place.line.c_str());
+  gtk_accessible_update_property(GTK_ACCESSIBLE(row), GTK_ACCESSIBLE_PROPERTY_LABEL,
+                                 place.name.c_str(), GTK_ACCESSIBLE_PROPERTY_DESCRIPTION,
+                                 place.line.c_str(), -1);
+  if (entry.place.details != place.details) {
+    for (GtkWidget* detail : entry.details) adw_expander_row_remove(row, detail);
+    entry.details.clear();
+    for (const auto& detail : place.details) {
+      entry.details.push_back(rowFor(detail));
+      adw_expander_row_add_row(row, entry.details.back());
+    }
+  }
+  entry.place = place;
+}
+
+}  // namespace guide

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "guide/application/PlaceRow.h"
+
+#include <optional>
+#include <string_view>
+
+#include "guidance/Sentences.h"
+#include "guidance/Text.h"
+#include "platform/JSONValue.h"
+#include "platform/RealText.h"
+
+namespace guide {
+namespace {
+
+using guidance::_;
+using platform::JSONValue;
+
+void addText(PlaceRow& row, const std::optional<std::string>& text) {
+  if (text && !text->empty()) row.details.push_back({.text = *text, .uri = {}});
+}
+
+/// A web address is opened, and nothing else that the service might name.
+void addWeb(PlaceRow& row, const std::optional<std::string>& address) {
+  addText(row, address);
+  if (address && (address->starts_with("https://") || address->starts_with("http://"))) {
+    row.details.back().uri = *address;
+  }
+}
+
+void addPhone(PlaceRow& row, const std::optional<std::string>& number) {
+  addText(row, number);
+  if (!number || number->empty()) return;
+  std::string& uri = row.details.back().uri = "tel:";
+  for (const char c : *number) {
+    if (c == '+' || (c >= '0' && c <= '9')) uri.push_back(c);
+  }
+}
+
+std::string plainText(const JSONValue& value) {
+  std::string text;
+  const auto append = [&text](std::string_view key, const JSONValue& element) {
+    if (!text.empty()) text += ", ";
+    if (!key.empty()) text.append(key).append(": ");
+    text += plainText(element);
+  };
+  switch (value.kind()) {
+    case JSONValue::Kind::kNull:
+      break;
+    case JSONValue::Kind::kBoolean:
+      return value.boolean() ? _("yes") : _("no");
+    case JSONValue::Kind::kInteger:
+      return std::to_string(value.integer());
+    case JSONValue::Kind::kReal:
+      return platform::realText(value.real());
+    case JSONValue::Kind::kText:
+      return value.text();
+    case JSONValue::Kind::kList:
+      for (const JSONValue& element : value.list()) append("", element);
+      break;
+    case JSONValue::Kind::kObject:
+      for (const auto& [key, element] : value.members()) append(key, element);
+      break;
+  }
+  return text;
+}
+
+}  // namespace
+
+PlaceRow rowOf(const Sighting& sighting) {
+  const BVWaybeacon& beacon = *sighting.place->waybeacon();
+  PlaceRow row;
+  row.id = sighting.place->uuid().value_or("");
+  row.name = guidance::nameOf(*sighting.place);
+  row.line = sighting.metres ? guidance::distanceText(*sighting.metres) : _("not heard just now");
+  guidance::appendSentence(row.line, beacon.location());
+  addText(row, beacon.accesibility());
+  addWeb(row, beacon.url());
+  addText(row, plainText(beacon.payload()));
+  return row;
+}
+
+PlaceRow rowOf(const NearbyPlace& nearby) {
+  const BVLocal& local = *nearby.local;
+  PlaceRow row;
+  row.name = local.name().value_or(_("a place without a name"));
+  row.id = local.uuid().value_or(row.name);
+  row.line = nearby.whereText();
+  guidance::appendSentence(row.line, local.address());
+  addText(row, local.category());
+  addPhone(row, local.phone());
+  addWeb(row, local.web());
+  return row;
+}
+
+}  // namespace guide

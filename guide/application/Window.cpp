@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "guide/application/Window.h"
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+#include <vector>
+
+#include "guidance/Sentences.h"
+#include "guidance/Text.h"
+#include "guide/application/PlaceRow.h"
+
+namespace guide {
+namespace {
+
+using guidance::_;
+
+template <typename Places>
+std::vector<PlaceRow> rowsOf(const Places& places) {
+  std::vector<PlaceRow> rows;
+  std::ranges::transform(places, std::back_inserter(rows),
+                         [](const auto& place) { return rowOf(place); });
+  return rows;
+}
+
+/// What stands in place of a place.
+const char* stateText(Session session, bool isGuiding) {
+  if (!isGuiding) return _("Not guiding");
+  switch (session) {
+    case Session::kReady:
+      return _("No place here");
+    case Session::kConnecting:
+      return _("Connecting…");
+    default:
+      return _("Not connected");
+  }
+}
+
+}  // namespace
+
+const char* labelOf(Remedy remedy) {
+  switch (remedy) {
+    case Remedy::kSwitchBluetoothOn:
+      return _("Switch Bluetooth On");
+    case Remedy::kOpenSettings:
+      return _("Open Settings");
+    case Remedy::kImportCredentials:
+      return _("Import a Network…");
+    case Remedy::kTryAgain:
+      return _("Try Again");
+    case Remedy::kNone:
+      break;
+  }
+  return nullptr;
+}
+
+Window::Window(GtkApplication* application)
+    : parts_(gtk_builder_new_from_resource("/example/brivane/Guide/window.ui")),
+      window_(GTK_WINDOW(part("window"))),
+      around_(GTK_LIST_BOX(part("around"))),
+      nearby_(GTK_LIST_BOX(part("nearby"))) {
+  gtk_window_set_application(window_, application);
+}
+
+Window::~Window() { gtk_window_destroy(window_); }
+
+GtkWidget* Window::part(const char* id) const {
+  return GTK_WIDGET(gtk_builder_get_object(parts_.get(), id));
+}
+
+void Window::turnTo(const char* page) {
+  adw_view_stack_set_visible_child_name(ADW_VIEW_STACK(part("pages")), page);
+}
+
+void Window::focusHere() {
+  turnTo("here");
+  gtk_widget_grab_focus(part("here"));
+}
+
+void Window::tell(const std::string& message) {
+  adw_toast_overlay_add_toast(ADW_TOAST_OVERLAY(part("toasts")), adw_toast_new(message.c_str()));
+}
+
+void Window::setText(const char* id, const std::string& text) {
+  auto* const label = GTK_LABEL(part(id));
+  if (text != gtk_label_get_label(label)) gtk_label_set_label(label, text.c_str());
+  gtk_widget_set_visible(GTK_WIDGET(label), !text.empty());
+}
+
+void Window::show(const Guide& guide, bool isGuiding, bool usesPositions) {
+  showTrouble(guide);
+  showHere(guide, isGuiding);
+  around_.show(rowsOf(guide.places().around()));
+  nearby_.show(rowsOf(guide.nearby()));
+  setText("nearby_none", usesPositions ? _("No place nearby is known yet.")
+                                       : _("Places nearby are found by your position."));
+  gtk_widget_set_visible(part("use_positions"), !usesPositions);
+}
+
+void Window::showHere(const Guide& guide, bool isGuiding) {
+  const Sighting* const here = guide.places().here();
+  setText("here_name", here != nullptr ? guidance::nameOf(*here->place)
+                                       : stateText(guide.session(), isGuiding));
+  const BVWaybeacon* const beacon = here != nullptr ? here->place->waybeacon().get() : nullptr;
+  const std::string where = beacon != nullptr ? beacon->location().value_or("") : "";
+  const std::string mind = beacon != nullptr ? beacon->accesibility().value_or("") : "";
+  setText("guiding_label", isGuiding ? _("Stop Guiding") : _("Start Guiding"));
+  setText("here_where", where);
+  setText("here_mind", mind);
+  std::string all = gtk_label_get_label(GTK_LABEL(part("here_name")));
+  guidance::appendSentence(all, where);
+  guidance::appendSentence(all, mind);
+  gtk_accessible_update_property(GTK_ACCESSIBLE(part("here")), GTK_ACCESSIBLE_PROPERTY_LABEL,
+                                 all.c_str(), -1);
+}
+
+void Window::showTrouble(const Guide& guide) {
+  const std::optional<Trouble> trouble = guide.trouble();
+  gtk_widget_set_visible(part("trouble"), trouble.has_value());
+  if (!trouble) return;
+  std::string text = trouble->sentence;
+  guidance::appendSentence(text, trouble->advice);
+  setText("trouble_text", text);
+  gtk_accessible_update_property(GTK_ACCESSIBLE(part("trouble")), GTK_ACCESSIBLE_PROPERTY_LABEL,
+                                 text.c_str(), -1);
+  const char* const label = labelOf(trouble->remedy);
+  gtk_widget_set_visible(part("mend"), label != nullptr);
+  if (label != nullptr) setText("mend_label", label);
+}
+
+}  // namespace guide
