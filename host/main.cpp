@@ -8,6 +8,7 @@
 #include <string>
 #include <variant>
 
+#include "guidance/Language.h"
 #include "host/CommandLine.h"
 #include "host/Commands.h"
 #include "host/Failure.h"
@@ -54,6 +55,7 @@ int complain(const std::string& fault, host::ExitStatus status) {
 
 int main(int argc, char** argv) {
   fillStandardStreams();
+  guidance::useLanguageOfLocale();
   std::signal(
       SIGPIPE,
       SIG_IGN);  // NOLINT: before any other thread; a reader that has gone is told like a full disk

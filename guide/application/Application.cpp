@@ -51,8 +51,8 @@ Instant now() { return Instant(Duration(g_get_monotonic_time())); }
 
 Application::Application(Options options)
     : options_(std::move(options)),
-      application_(adw_application_new(kIdentifier, options_.service ? G_APPLICATION_IS_SERVICE
-                                                                     : G_APPLICATION_DEFAULT_FLAGS)),
+      application_(adw_application_new(
+          kIdentifier, options_.service ? G_APPLICATION_IS_SERVICE : G_APPLICATION_DEFAULT_FLAGS)),
       settings_(g_settings_new(kIdentifier)) {
   connect<&Application::activate>(application(), "activate", *this);
   g_application_register(application(), nullptr, nullptr);
@@ -148,11 +148,11 @@ gboolean Application::onCloseRequest(GtkWindow* /*window*/, gpointer self) {
 }
 
 void Application::preferencesChanged() {
-  guide_->setManner({.speaksByItself = setting("speak"),
-                     .screenReader = screenReader_->isRunning(),
-                     .detail = static_cast<guidance::Detail>(
-                         g_settings_get_enum(settings_.get(), "detail")),
-                     .language = guiding_->language()});
+  guide_->setManner(
+      {.speaksByItself = setting("speak"),
+       .screenReader = screenReader_->isRunning(),
+       .detail = static_cast<guidance::Detail>(g_settings_get_enum(settings_.get(), "detail")),
+       .language = guiding_->language()});
   const int rate = g_settings_get_int(settings_.get(), "rate");
   voice_->setRate(rate == 0 ? std::nullopt : std::optional(rate));
   keepAwake(guiding_->isGuiding() && setting("keep-awake"));
@@ -229,9 +229,9 @@ void Application::mend() {
 }
 
 void Application::chooseNetwork() {
-  chooser_.reset(gtk_file_chooser_native_new(
-      _("Import a Network"), window_ ? window_->widget() : nullptr, GTK_FILE_CHOOSER_ACTION_OPEN,
-      _("_Import"), _("_Cancel")));
+  chooser_.reset(
+      gtk_file_chooser_native_new(_("Import a Network"), window_ ? window_->widget() : nullptr,
+                                  GTK_FILE_CHOOSER_ACTION_OPEN, _("_Import"), _("_Cancel")));
   g_signal_connect(chooser_.get(), "response",
                    G_CALLBACK(+[](GtkNativeDialog* chooser, int response, gpointer self) {
                      if (response != GTK_RESPONSE_ACCEPT) return;
@@ -269,8 +269,8 @@ void Application::showAbout() {
   if (!window_) return;
   adw_show_about_window(window_->widget(), "application-name", _("Brivane Guide"),
                         "application-icon", kIdentifier, "version", BRIVANE_VERSION, "comments",
-                        _("Says which place you are near."), "license-type",
-                        GTK_LICENSE_APACHE_2_0, "developer-name", _("The Brivane project"),
+                        _("Says which place you are near."), "license-type", GTK_LICENSE_APACHE_2_0,
+                        "developer-name", _("The Brivane project"),
                         // Translators: your names, one a line.
                         "translator-credits", _("translator-credits"), nullptr);
 }

@@ -7,9 +7,9 @@
 #include <string>
 
 #include "guidance/Voice.h"
-#include "guide/application/GObject.h"
 #include "guide/Guide.h"
 #include "guide/Guiding.h"
+#include "guide/application/GObject.h"
 #include "guide/application/MediaKeys.h"
 #include "guide/application/Options.h"
 #include "guide/application/ScreenReader.h"

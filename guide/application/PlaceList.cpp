@@ -32,9 +32,7 @@ GtkWidget* rowFor(const PlaceRow::Detail& detail) {
   return row;
 }
 
-int rankOf(GtkListBoxRow* row) {
-  return GPOINTER_TO_INT(g_object_get_data(G_OBJECT(row), kRank));
-}
+int rankOf(GtkListBoxRow* row) { return GPOINTER_TO_INT(g_object_get_data(G_OBJECT(row), kRank)); }
 
 int compare(GtkListBoxRow* one, GtkListBoxRow* other, gpointer /*data*/) {
   return rankOf(one) - rankOf(other);

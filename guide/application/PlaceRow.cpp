@@ -66,7 +66,7 @@ std::string plainText(const JSONValue& value) {
 
 }  // namespace
 
-PlaceRow rowOf(const Sighting& sighting) {
+PlaceRow rowOf(const guidance::Sighting& sighting) {
   const BVWaybeacon& beacon = *sighting.place->waybeacon();
   PlaceRow row;
   row.id = sighting.place->uuid().value_or("");
@@ -79,7 +79,7 @@ PlaceRow rowOf(const Sighting& sighting) {
   return row;
 }
 
-PlaceRow rowOf(const NearbyPlace& nearby) {
+PlaceRow rowOf(const guidance::NearbyPlace& nearby) {
   const BVLocal& local = *nearby.local;
   PlaceRow row;
   row.name = local.name().value_or(_("a place without a name"));

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "guide/Listener.h"
-#include "guide/Nearby.h"
+#include "guidance/Nearby.h"
+#include "guidance/Places.h"
 
 namespace guide {
 
@@ -31,9 +31,9 @@ struct PlaceRow {
 
 /// A place in range: its distance and where its beacon is; opened, what to mind there, its link and
 /// what is attached to it.
-PlaceRow rowOf(const Sighting& sighting);
+PlaceRow rowOf(const guidance::Sighting& sighting);
 
 /// A place nearby: its distance, direction and address; opened, its kind and how to reach it.
-PlaceRow rowOf(const NearbyPlace& nearby);
+PlaceRow rowOf(const guidance::NearbyPlace& nearby);
 
 }  // namespace guide

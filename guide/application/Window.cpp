@@ -99,8 +99,8 @@ void Window::show(const Guide& guide, bool isGuiding, bool usesPositions) {
 
 void Window::showHere(const Guide& guide, bool isGuiding) {
   const Sighting* const here = guide.places().here();
-  setText("here_name", here != nullptr ? guidance::nameOf(*here->place)
-                                       : stateText(guide.session(), isGuiding));
+  setText("here_name",
+          here != nullptr ? guidance::nameOf(*here->place) : stateText(guide.session(), isGuiding));
   const BVWaybeacon* const beacon = here != nullptr ? here->place->waybeacon().get() : nullptr;
   const std::string where = beacon != nullptr ? beacon->location().value_or("") : "";
   const std::string mind = beacon != nullptr ? beacon->accesibility().value_or("") : "";

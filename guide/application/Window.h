@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "guide/application/GObject.h"
 #include "guide/Guide.h"
+#include "guide/application/GObject.h"
 #include "guide/application/PlaceList.h"
 
 namespace guide {
