@@ -3,6 +3,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <limits>
+#include <utility>
+#include <vector>
 
 namespace guidance {
 namespace {
@@ -15,8 +18,9 @@ constexpr double kAhead = 6.0;  // metres
 constexpr double kLeft = 12.0;
 constexpr Duration kLeftAfter = 10s;
 constexpr Duration kLeastInterval = 2min;
-/// One comes no nearer when so many reports have brought no smaller distance.
-constexpr int kReportsNoNearer = 5;
+/// One comes no nearer when so many reports have brought no smaller distance: with fewer, scatter
+/// alone would look like it on every fifth approach.
+constexpr int kReportsNoNearer = 8;
 /// The middle of so many distances counts, because single ones scatter.
 constexpr std::size_t kDistances = 3;
 
@@ -51,18 +55,17 @@ void Announcements::noteDistances(const Places& places, Instant now) {
 }
 
 bool Announcements::matters(const Sighting& here) {
-  if (!here.metres) return true;
   if (*here.place->uuid() != approached_) {
     approached_ = *here.place->uuid();
     latest_.clear();
-    smallest_ = *here.metres;
+    smallest_ = std::numeric_limits<double>::infinity();
     notNearer_ = 0;
   }
-  latest_.push_back(*here.metres);
+  if (here.metres) latest_.push_back(*here.metres);
   if (latest_.size() > kDistances) latest_.pop_front();
   std::vector<double> sorted(latest_.begin(), latest_.end());
   std::ranges::sort(sorted);
-  const double metres = sorted[sorted.size() / 2];
+  const double metres = sorted.empty() ? smallest_ : sorted[sorted.size() / 2];
   notNearer_ = metres < smallest_ ? 0 : notNearer_ + 1;
   smallest_ = std::min(smallest_, metres);
   return metres <= kAhead || notNearer_ >= kReportsNoNearer;

@@ -13,7 +13,7 @@
 namespace guidance {
 
 /// What to say of the places, and when. A place is said when one is at it and it matters: within
-/// six metres, or at the point where one comes no nearer. It is said again only after one has left
+/// six metres, or where one comes no nearer. It is said again only after one has left
 /// it and two minutes have passed; whoever stands still hears nothing. One thread.
 class Announcements {
  public:

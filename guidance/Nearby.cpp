@@ -51,56 +51,62 @@ std::string NearbyPlace::whereText() const {
 void Nearby::moved(const platform::CLLocation& position) {
   if (position.horizontalAccuracy < 0.0) return;
   next_ = position.coordinate;
-  if (answered_) abandon();
-  if (!awaited_) askNext();
+  if (!awaited_ || answered_) abandon();
 }
 
 bool Nearby::found(const std::shared_ptr<const BVWaybeaconDistance::List>& places) {
   if (!awaited_) return false;
   const std::size_t point = *awaited_;
   answered_ = false;
-  if (point == 0) {
-    metres_.clear();
-    places_.clear();
+  for (const auto& place : places ? *places : BVWaybeaconDistance::List()) {
+    const auto [metres, isNew] =
+        metres_.try_emplace(identityOf(*place->local()), std::array{kUnknown, kUnknown, kUnknown});
+    metres->second.at(point) = place->distance();
+    if (point == 0) gathered_.push_back({.local = place->local(), .metres = place->distance()});
   }
-  if (places) {
-    for (const auto& place : *places) {
-      const auto [entry, isNew] = metres_.try_emplace(identityOf(*place->local()),
-                                                      std::array{kUnknown, kUnknown, kUnknown});
-      entry->second.at(point) = place->distance();
-      if (point == 0) places_.push_back({.local = place->local(), .metres = place->distance()});
-    }
+  const bool isLast = point == 2 || gathered_.empty() || next_;
+  if (!isLast) {
+    ++*awaited_;
+    ask();
+    return false;
   }
-  if (point == 2) {
-    for (NearbyPlace& place : places_)
-      place.bearing = bearingOf(metres_.at(identityOf(*place.local)));
-  }
-  std::ranges::stable_sort(places_, {}, &NearbyPlace::metres);
-  askNext();
+  return publish();
+}
+
+bool Nearby::transferred(bool succeeded) {
+  answered_ = awaited_ && succeeded;
+  return !succeeded && abandon();
+}
+
+/// Goes without the answer that is awaited.
+bool Nearby::abandon() {
+  if (awaited_ && *awaited_ > 0) return publish();
+  awaited_.reset();
+  askAnew();
+  return false;
+}
+
+bool Nearby::publish() {
+  for (NearbyPlace& place : gathered_)
+    place.bearing = bearingOf(metres_.at(identityOf(*place.local)));
+  std::ranges::stable_sort(gathered_, {}, &NearbyPlace::metres);
+  places_ = std::move(gathered_);
+  awaited_.reset();
+  askAnew();
   return true;
 }
 
-void Nearby::transferred(bool succeeded) {
-  answered_ = awaited_ && succeeded;
-  if (!succeeded) abandon();
-}
-
-void Nearby::abandon() {
-  awaited_.reset();
+void Nearby::askAnew() {
   answered_ = false;
-  if (next_) askNext();
+  gathered_.clear();
+  metres_.clear();
+  if (!next_) return;
+  centre_ = *next_;
+  awaited_ = 0;
+  ask();
 }
 
-void Nearby::askNext() {
-  if (next_) {
-    centre_ = *std::exchange(next_, std::nullopt);
-    awaited_ = 0;
-  } else if (awaited_ && *awaited_ < 2 && !places_.empty()) {
-    ++*awaited_;
-  } else {
-    awaited_.reset();
-    return;
-  }
+void Nearby::ask() {
   platform::CLLocationCoordinate2D point = centre_;
   if (*awaited_ == 1) point.latitude += kOffset / kMetresPerDegree;
   if (*awaited_ == 2) {
@@ -108,7 +114,11 @@ void Nearby::askNext() {
     point.longitude += kOffset / (kMetresPerDegree * shrink);
   }
   const auto radius = *awaited_ == 0 ? kRadius : kRadius + static_cast<std::int64_t>(kOffset);
-  if (!ask_(point.latitude, point.longitude, radius)) awaited_.reset();
+  if (!ask_(point.latitude, point.longitude, radius)) {
+    awaited_.reset();  // tried again with the next session
+  } else if (*awaited_ == 0) {
+    next_.reset();
+  }
 }
 
 }  // namespace guidance

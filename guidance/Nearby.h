@@ -42,15 +42,18 @@ class Nearby {
   void moved(const platform::CLLocation& position);
   /// The answer to the latest question. Whether `places` have changed.
   bool found(const std::shared_ptr<const BVWaybeaconDistance::List>& places);
-  /// What became of the latest question: its answer follows, or none will.
-  void transferred(bool succeeded);
+  /// What became of the latest question: its answer follows, or none will. Whether `places` have
+  /// changed.
+  bool transferred(bool succeeded);
 
   /// Nearest first.
   const std::vector<NearbyPlace>& places() const { return places_; }
 
  private:
-  void abandon();
-  void askNext();
+  bool abandon();
+  bool publish();
+  void askAnew();
+  void ask();
 
   const Ask ask_;
   /// Where the device is, if that has not been asked for yet.
@@ -62,6 +65,8 @@ class Nearby {
   std::optional<std::size_t> awaited_;
   /// The answer has come, which is not to say that it could be read.
   bool answered_ = false;
+  /// What the answers have told so far.
+  std::vector<NearbyPlace> gathered_;
   std::vector<NearbyPlace> places_;
 };
 

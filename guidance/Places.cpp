@@ -21,6 +21,7 @@ bool areSame(const std::vector<Sighting>& a, const std::vector<Sighting>& b) {
 bool Places::report(const std::vector<Sighting>& places, Instant now) {
   bool changed = !areSame(places, around_);
   around_ = places;
+  if (here_) here_->metres.reset();  // until this report tells
   for (const Sighting& sighting : places) {
     const auto news = nearest_.match(*sighting.place->uuid(), &sighting == &places.front());
     if (news == NearestPlace::News::kNearest) {

@@ -10,6 +10,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int kUnauthorized = 401;
+constexpr int kServiceFault = 500;
 constexpr Duration kFirstPause = 5s;
 constexpr Duration kLongestPause = 2min;
 /// What was asked with the old token may still be refused for so long.
@@ -25,13 +26,9 @@ bool belongsToLogin(const platform::TransferOutcome& outcome) {
   return outcome.endpoint.ends_with("oauth2/token/") || outcome.endpoint.ends_with("sync/");
 }
 
-bool isRefusal(const platform::TransferOutcome& outcome) {
-  return outcome.status && *outcome.status >= 400 && *outcome.status < 500;
-}
-
 }  // namespace
 
-void Connection::loggedIn(Instant /*now*/) {
+void Connection::loggedIn() {
   due_.reset();
   loggingIn_ = true;
 }
@@ -48,11 +45,7 @@ bool Connection::becomesReady(Instant now) {
 void Connection::transferred(const platform::TransferOutcome& outcome, Instant now) {
   if (loggingIn_) {
     if (!belongsToLogin(outcome) || isSuccess(outcome)) return;
-    if (!isRefusal(outcome)) {
-      fail(wasReady_ ? Session::kNotRenewed : Session::kConnecting, now);
-    } else {
-      fail(wasReady_ ? Session::kNotRenewed : Session::kRefused, now);
-    }
+    fail(outcome.status ? refused(*outcome.status) : Session::kConnecting, now);
     return;
   }
   const bool isExpired = session_ == Session::kReady && outcome.status == kUnauthorized;
@@ -63,13 +56,18 @@ void Connection::transferred(const platform::TransferOutcome& outcome, Instant n
 }
 
 void Connection::tryAgain(Instant now) {
-  if (due_ || session_ == Session::kNoCredentials) due_ = now;
+  if (due_) due_ = now;
 }
 
 void Connection::lackCredentials() {
   due_.reset();
   loggingIn_ = false;
   session_ = Session::kNoCredentials;
+}
+
+Session Connection::refused(int status) const {
+  if (wasReady_) return Session::kNotRenewed;
+  return status < kServiceFault ? Session::kRefused : Session::kConnecting;
 }
 
 void Connection::fail(Session session, Instant now) {

@@ -15,7 +15,7 @@ namespace guide {
 class Connection {
  public:
   /// A manager was made, whose login is on its way.
-  void loggedIn(Instant now);
+  void loggedIn();
   /// The manager has said that it is ready; whether it is, and detection may start.
   bool becomesReady(Instant now);
   /// How a request ended.
@@ -30,6 +30,8 @@ class Connection {
   Session session() const { return session_; }
 
  private:
+  /// What a login is that was answered with this status.
+  Session refused(int status) const;
   void fail(Session session, Instant now);
 
   std::optional<Instant> due_ = Instant();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "guide/Guide.h"
 
-#include <array>
+#include <cctype>
 #include <utility>
 
 #include "guidance/Text.h"
@@ -105,7 +105,9 @@ void Guide::sessionChanged(Session session, Instant now) {
 }
 
 void Guide::transferred(const platform::TransferOutcome& outcome, Instant now) {
-  if (outcome.endpoint.ends_with("nearest/")) nearby_.transferred(isSuccess(outcome));
+  if (outcome.endpoint.ends_with("nearest/") && nearby_.transferred(isSuccess(outcome))) {
+    onChange_();
+  }
   failures_ = outcome.status ? 0 : failures_ + 1;
   const bool isOutOfOrder = outcome.status && *outcome.status >= kServiceFault;
   if (outcome.status || failures_ >= kFailuresOfNetwork) {
@@ -124,9 +126,11 @@ void Guide::radioChanged(const platform::Radio::Status& status, Instant now) {
     trouble = troubleOf(status.kind);
     places_.clear();
   }
-  tell(
-      troubles_.setOneOf({TroubleKind::kNoAdapter, TroubleKind::kBluetoothOff, TroubleKind::kRadio},
-                         trouble, now, status.fault));
+  std::string fault = status.fault;
+  if (!fault.empty()) fault.front() = static_cast<char>(std::toupper(fault.front()));
+  tell(troubles_.setOneOf({TroubleKind::kNoAdapter, TroubleKind::kBluetoothOff,
+                           TroubleKind::kBluetoothBlocked, TroubleKind::kRadio},
+                          trouble, now, fault));
   onChange_();
 }
 

@@ -287,7 +287,7 @@ struct Guiding::State final : BVManagerDelegate {
     endManager();
     {
       const std::lock_guard lock(mutex);
-      connection.loggedIn(monotonicNow());
+      connection.loggedIn();
     }
     try {
       const auto made = BVManager::initWithDelegate(
