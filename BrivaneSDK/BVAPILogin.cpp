@@ -9,13 +9,19 @@ namespace {
 
 using Clock = std::chrono::system_clock;
 
-/// `seconds` from now, or the nearest time that the clock can hold. As `now` is after the epoch, no
-/// duration that the second check lets through makes the sum overflow.
+/// What 64 bits hold of nanoseconds, from 1677 to 2262, also where the clock itself goes further.
+constexpr Clock::time_point kEarliest(
+    std::chrono::ceil<Clock::duration>(std::chrono::nanoseconds::min()));
+constexpr Clock::time_point kLatest(
+    std::chrono::floor<Clock::duration>(std::chrono::nanoseconds::max()));
+
+/// `seconds` from now, or the nearest time in that range. As `now` is after the epoch, no duration
+/// that the second check lets through makes the sum overflow.
 Clock::time_point fromNow(std::int64_t seconds) {
   const Clock::time_point now = Clock::now();
   const std::chrono::duration<double> asked(static_cast<double>(seconds));
-  if (asked >= Clock::time_point::max() - now) return Clock::time_point::max();
-  if (asked <= Clock::duration::min()) return Clock::time_point::min();
+  if (asked >= kLatest - now) return kLatest;
+  if (asked <= kEarliest.time_since_epoch()) return kEarliest;
   return now + std::chrono::seconds(seconds);
 }
 

@@ -20,7 +20,7 @@ std::string dateText(std::chrono::system_clock::time_point time) {
   const std::chrono::year_month_day date(day);
   const std::chrono::hh_mm_ss clock(std::chrono::floor<std::chrono::seconds>(time) - day);
   std::string text;
-  appendInteger(text, static_cast<int>(date.year()));  // the clock ends in 2262
+  appendInteger(text, static_cast<int>(date.year()));
   text += '-';
   appendTwoDigits(text, static_cast<unsigned>(date.month()));
   text += '-';

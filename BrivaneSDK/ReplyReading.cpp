@@ -14,6 +14,7 @@
 #include "BrivaneSDK/NumberText.h"
 #include "BrivaneSDK/Utf8.h"
 #include "platform/JSON.h"
+#include "platform/RealText.h"
 #include "platform/Services.h"
 
 namespace brivane::internal {
@@ -23,8 +24,6 @@ using platform::JSONValue;
 using Kind = JSONValue::Kind;
 
 constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
-
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 const char* nameOf(Kind kind) {
   switch (kind) {
@@ -76,31 +75,12 @@ std::int64_t leadingInteger(std::string_view text) {
   return negative ? -value : value;
 }
 
-/// Whether `number`, a decimal number outside the range of a double, is too large rather than too
-/// small for it. The position of its first significant digit decides.
-bool isTooLarge(std::string_view number) {
-  const std::size_t mantissaEnd = number.find_first_of("eE");
-  const std::string_view mantissa = number.substr(0, mantissaEnd);
-  const auto point = static_cast<std::int64_t>(std::min(mantissa.find('.'), mantissa.size()));
-  const auto significant = static_cast<std::int64_t>(mantissa.find_first_not_of("0."));
-  const std::int64_t exponent =
-      mantissaEnd == std::string_view::npos ? 0 : leadingInteger(number.substr(mantissaEnd + 1));
-  return exponent > significant - point;
-}
-
 double leadingReal(std::string_view text) {
   dropWhiteSpace(text);
   const bool negative = dropSign(text);
-  // std::from_chars would read "inf" and "nan" as numbers.
-  if (text.empty() || (!isDigit(text.front()) && text.front() != '.')) return 0.0;
-  double value = 0.0;
-  const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (read.ec == std::errc::invalid_argument) return 0.0;  // a point without digits
-  if (read.ec == std::errc::result_out_of_range) {
-    const std::string_view number(text.data(), static_cast<std::size_t>(read.ptr - text.data()));
-    value = isTooLarge(number) ? std::numeric_limits<double>::infinity() : 0.0;
-  }
-  return negative ? -value : value;
+  if (text.starts_with('-')) return 0.0;  // one sign alone
+  const platform::LeadingReal read = platform::leadingReal(text);
+  return negative && read.length > 0 ? -read.value : read.value;
 }
 
 bool beginsAsTrue(std::string_view text) {

@@ -32,6 +32,8 @@ function(brivane_library name)
   endwhile()
   set_property(GLOBAL APPEND PROPERTY BRIVANE_COMPONENTS ${ARG_COMPONENT})
   set_property(GLOBAL APPEND PROPERTY BRIVANE_LIBRARIES ${name})
+  list(TRANSFORM ARG_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  set_property(GLOBAL APPEND PROPERTY BRIVANE_HEADERS ${ARG_HEADERS})
   # "include/platform" belongs to everybody: the headers stand in a folder of this package, which the target names.
   install(TARGETS ${name} EXPORT BrivaneSDK${ARG_COMPONENT}Targets
           FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/brivane-${PROJECT_VERSION_MAJOR})

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 
 #include "platform/Export.h"
 
@@ -11,5 +13,17 @@ namespace platform {
 /// magnitudes from 1e-4 to below 1e16, with an exponent beyond. What is no number gives "nan",
 /// "inf" or "-inf". Any thread.
 BRIVANE_EXPORT std::string realText(double value);
+
+/// What a text begins with, read as a decimal number.
+struct LeadingReal {
+  double value = 0.0;
+  /// Characters that the number takes; 0 when the text begins with none.
+  std::size_t length = 0;
+};
+
+/// Reads the decimal number that `text` begins with, "-12.5e3" for instance, to the nearest double
+/// and the same in every locale. What is too large gives an infinity, what is too small 0. White
+/// space, a plus sign, "inf", "nan" and hexadecimal digits begin no number. Any thread.
+BRIVANE_EXPORT LeadingReal leadingReal(std::string_view text);
 
 }  // namespace platform

@@ -2,8 +2,9 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
+#include <compare>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -35,8 +36,11 @@ class BRIVANE_EXPORT UUID {
   const Bytes& bytes() const { return bytes_; }
 
   friend bool operator==(const UUID&, const UUID&) = default;
-  // NOLINTNEXTLINE(modernize-use-nullptr): a false alarm
-  friend auto operator<=>(const UUID&, const UUID&) = default;
+  /// As their texts compare. Not all standard libraries can compare arrays so.
+  friend std::strong_ordering operator<=>(const UUID& a, const UUID& b) {
+    // NOLINTNEXTLINE(modernize-use-nullptr): a false alarm
+    return std::memcmp(a.bytes_.data(), b.bytes_.data(), a.bytes_.size()) <=> 0;
+  }
 
  private:
   Bytes bytes_{};

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <optional>
@@ -11,6 +10,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "platform/RealText.h"
 #include "platform/replay/CaptureError.h"
 #include "platform/replay/UTCTime.h"
 
@@ -20,12 +20,11 @@ namespace {
 constexpr double kMetresPerDilution = 5.0;
 
 std::optional<double> number(std::string_view text) {
-  double value = 0.0;
-  const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (read.ec != std::errc() || read.ptr != text.data() + text.size() || !std::isfinite(value)) {
+  const LeadingReal read = leadingReal(text);
+  if (read.length == 0 || read.length != text.size() || !std::isfinite(read.value)) {
     return std::nullopt;
   }
-  return value;
+  return read.value;
 }
 
 std::optional<double> degrees(std::string_view text, double limit) {

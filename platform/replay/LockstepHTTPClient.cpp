@@ -36,10 +36,10 @@ class LockstepHTTPClient::Queue : public std::enable_shared_from_this<Queue> {
     lock.unlock();
     // The next one follows however this one ends: also when its completion throws or is dropped.
     std::shared_ptr<void> end(nullptr, [self = shared_from_this()](void*) { self->sendNext(); });
-    inner_->execute(std::move(request), [end = std::move(end), completion = std::move(completion)](
+    inner_->execute(std::move(request), [end = std::move(end), complete = std::move(completion)](
                                             auto response, auto body) mutable {
       const auto ended = std::move(end);  // goes before the completion does
-      completion(std::move(response), std::move(body));
+      complete(std::move(response), std::move(body));
     });
   }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -65,8 +66,9 @@ TEST(Core, IsAskedOnOneThreadAndFedOnAnother) {
   const auto journal = std::make_shared<Journal>();
   const auto delegate = std::make_shared<RecordingLocationDelegate>(journal);
   manager->setDelegate(delegate);
-  std::jthread asking([&manager](const std::stop_token& end) {
-    while (!end.stop_requested()) {
+  std::atomic<bool> ended = false;
+  std::thread asking([&manager, &ended] {
+    while (!ended) {
       manager->startMonitoringForRegion(region());
       manager->startRangingBeaconsInRegion(region());
       manager->stopMonitoringForRegion(*region());
@@ -77,6 +79,8 @@ TEST(Core, IsAskedOnOneThreadAndFedOnAnother) {
     core.hear(networkFrame(1, 1, -60), Instant(Duration(i)));
     core.setScanning(i % 2 == 0, Instant(Duration(i)));
   }
+  ended = true;
+  asking.join();
   EXPECT_TRUE(journal->take().starts_with("auth0"));
 }
 

@@ -3,7 +3,7 @@
 of what hosts test with compiles alone, they include the standard library and each other, nothing else, and the
 libraries define no external name but their own.
 
-usage: check_headers.py COMPILER SOURCE_FOLDER NM LIBRARY…
+usage: check_headers.py COMPILER FLAGS SOURCE_FOLDER PUBLIC_HEADERS NM LIBRARY…
 """
 import multiprocessing.pool
 import pathlib
@@ -19,37 +19,44 @@ INCLUDES = {"BrivaneSDK": r"(platform|BrivaneSDK)", "platform": "platform", "pla
 OURS = r"(8platform|7brivane(8internal|7testing)|\d+BV\w|\d+brivane_\w)"
 # Templates and inline functions of the standard library and of simdjson, which every user of them defines alike.
 STANDARD = r"(S[tabsiod]|9__gnu_cxx|8simdjson)"
-NAME = re.compile(rf"_Z(T[ISVT]|T[hv]n?\d+_(n?\d+_)?|GVZ?|GR|Z)*N?[KVRO]*({OURS}|{STANDARD})")
+NAME = re.compile(rf"_Z(T[CISVT]|T[hv]n?\d+_(n?\d+_)?|GVZ?|GR|Z)*N?[KVRO]*({OURS}|{STANDARD})")
 # Beside them: the version, the C interface, the types of plain function pointers, placement new where it is not inlined, and what
 # compilers and sanitizers add.
 OTHERS = re.compile(r"BrivaneSDKVersion(Number|String)|brivane_\w+|DW\.ref\.\w+|__odr_asan\S+|__clang_call_terminate|_ZT[IS]P?F\w+"
                     r"|_Z(n[wa][mj]Pv|d[la]PvS_)")
 
-compiler, root, nm, libraries = sys.argv[1], pathlib.Path(sys.argv[2]), sys.argv[3], sys.argv[4:]
+compiler, flags, root, public, nm, *libraries = sys.argv[1:]
+root = pathlib.Path(root)
+COMPILE = [compiler, *flags.split(), "-fsyntax-only", "-I", root, "-x", "c++"]
 faults = []
 
 
 def check_includes(file, allowed):
     for number, line in enumerate(file.read_text().splitlines(), 1):
         if included := re.match(r"\s*#\s*include\s+(\S+)", line):
-            # The one header of the C library is there to have its macros undefined.
-            if not re.fullmatch(rf'<[^.>]+>|"{allowed}/\w+\.h"|<sys/sysmacros\.h>', included[1]):
+            # Of the C library: one whose macros are to be undefined, and one that some systems have locales in.
+            if not re.fullmatch(rf'<[^.>]+>|"{allowed}/\w+\.h"|<sys/sysmacros\.h>|<xlocale\.h>', included[1]):
                 faults.append(f"{file}:{number}: {included[1]} is outside the boundary")
 
 
-def check_beside_macros():
-    """A host may have the C library's macros "major" and "minor" before or after our headers."""
-    headers = ["#include <sys/sysmacros.h>", "#include <BrivaneSDK/BrivaneSDK.h>"]
+def check_in_host(headers):
+    """A host has its own language and flags, and the C library's macros "major" and "minor" before or after ours."""
+    every = [f'#include "{header}"' for header in headers]
     use = "long sum(const BVAPIResolveRequest& of, const platform::CLBeacon& b) { return of.major() + b.minor; }"
-    for order in (headers, headers[::-1]):
-        command = [compiler, "-std=c++20", "-fsyntax-only", "-I", root, "-x", "c++", "-"]
-        if subprocess.run(command, input="\n".join([*order, use]), text=True).returncode != 0:
-            faults.append(f"a host with {' and '.join(order)} does not compile")
+    macros = "#include <sys/sysmacros.h>"
+    for language, lines in [
+        (["-std=c++20"], [macros, *every]),
+        (["-std=c++20"], [*every, macros]),
+        (["-std=c++20", "-fno-exceptions", "-fno-rtti"], every),
+        (["-std=c++2b"], every),
+    ]:
+        if subprocess.run([*COMPILE, *language, "-"], input="\n".join([*lines, use, ""]), text=True).returncode != 0:
+            faults.append(f"a host with {' '.join(language)} that begins with {lines[0]} does not compile")
 
 
 def check_alone(header):
-    command = [compiler, "-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Werror", "-I", root]
-    if subprocess.run(command + ["-include", header, "-x", "c++", "/dev/null"]).returncode != 0:
+    command = [*COMPILE, "-std=c++20", "-Wall", "-Wextra", "-Werror", "/dev/null", "-include", header]
+    if subprocess.run(command).returncode != 0:
         faults.append(f"{header}: does not compile alone")
 
 
@@ -70,7 +77,7 @@ files = [(file, allowed) for folder, allowed in INCLUDES.items() for file in sor
 for file, allowed in files:
     check_includes(file, allowed)
 multiprocessing.pool.ThreadPool().map(check_alone, [file for file, _ in files if file.suffix == ".h"])
-check_beside_macros()
+check_in_host(public.split(";"))
 for library in libraries:
     check_names(library)
 print("\n".join(faults) or f"{len(files)} files and {len(libraries)} libraries keep within the boundary")

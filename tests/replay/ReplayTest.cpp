@@ -201,11 +201,12 @@ TEST_F(Replay, WaitsBeforeTheClockMovesAndStopsWhenTold) {
   };
   EXPECT_EQ(play(std::nullopt, std::nullopt, wait), "0:auth3 0:at 1:enter 1:state1 2:range-70");
   EXPECT_EQ(waits, "0 10 15 20 ");
-  std::jthread stopper([this] {
+  std::thread stopper([this] {
     while (running.load() == nullptr) std::this_thread::yield();
     running.load()->stop();
   });
   EXPECT_EQ(play(1e-300).find("state1"), std::string::npos);  // or this would last for ever
+  stopper.join();
 }
 
 TEST(Lockstep, SendsOneAtATimeInOrderOnceReleased) {
