@@ -89,6 +89,9 @@ ScriptedHTTPClient::ScriptedHTTPClient(std::shared_ptr<Journal> journal)
 ScriptedHTTPClient::~ScriptedHTTPClient() { shutdown(); }
 
 void ScriptedHTTPClient::execute(platform::HTTPRequest request, Completion completion) {
+  std::erase_if(request.headers, [](const auto& header) {
+    return (header.first + header.second).find_first_of("\r\n") != std::string::npos;
+  });
   const platform::MutexLock lock(state_->mutex);
   if (state_->isShutDown) return;
   if (state_->journal) state_->journal->write(lineFor(request));

@@ -28,16 +28,14 @@ class VirtualPositions::Face : public std::enable_shared_from_this<Face> {
 
   void start(double accuracy) {
     accuracy_ = accuracy;
+    told_.reset();
     state_->loop->post([weak = weak_from_this()] {
       if (const auto face = weak.lock()) face->tellAll();
     });
   }
-  void stop() {
-    accuracy_.reset();
-    told_.reset();
-  }
+  void stop() { accuracy_.reset(); }
 
-  /// Tells the answer, unless it was told already.
+  /// Tells the answer, unless it was told since the start.
   void tellGrant() {
     if (!accuracy_ || told_ == state_->grant) return;
     told_ = state_->grant;

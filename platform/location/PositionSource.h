@@ -31,8 +31,8 @@ class BRIVANE_EXPORT PositionSource {
     virtual ~Listener() = default;
     /// The device is at `position`, now.
     virtual void positionFound(const CLLocation& position) = 0;
-    /// The answer to the question for permission, at first and at each change. `reason` is one line
-    /// for a person when positions are not granted, and empty when they are.
+    /// The answer to the question for permission, after each start and at each change. `reason` is
+    /// one line for a person when positions are not granted, and empty when they are.
     virtual void positionGrantChanged(PositionGrant grant, const std::string& reason) = 0;
   };
 

@@ -7,9 +7,41 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "testing/contracts/HTTPClientContract.h"
 #include "tests/curl/CurlFixture.h"
 
 namespace {
+
+/// What the contract asks of a server.
+struct Loopback {
+  std::shared_ptr<platform::HTTPClient> create() const {
+    return std::make_shared<CurlHTTPClient>(
+        CurlHTTPClient::Options{.connectTo = std::string(kHost) + ":443:127.0.0.1:" + std::to_string(server.port()),
+                                .caFile = folder.write("ca.pem", certificate.certificatePEM)});
+  }
+  static std::string url(const std::string& path) { return "https://" + std::string(kHost) + path; }
+  static void waitUntil(const std::function<bool()>& done) {
+    while (!done()) std::this_thread::sleep_for(1ms);
+  }
+
+  static void serve(TLSConnection& connection) {
+    for (std::string request; !(request = connection.readRequest()).empty();) {
+      const std::string path = request.substr(5, request.find(' ', 5) - 5);
+      std::string own;
+      for (std::size_t at = 0; (at = request.find("\r\nX-", at)) != request.npos; at += 2) {
+        own += request.substr(at + 2, request.find("\r\n", at + 2) - at - 2) + "\n";
+      }
+      if (path == "/echo") connection.write(TLSServer::reply(request.substr(request.find("\r\n\r\n") + 4)));
+      if (path == "/headers") connection.write(TLSServer::reply(own));
+      if (path == "/refused") connection.write(TLSServer::reply("no", "500 Internal Server Error"));
+      if (path == "/cut") return static_cast<void>(connection.write("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n"));
+    }
+  }
+
+  const TemporaryFolder folder;
+  const service::Certificate certificate = service::makeCertificate(kHost, -1h, 1h);
+  const TLSServer server{certificate, serve};
+};
 
 TEST_F(Curl, WritesTheRequestByteForByte) {
   std::vector<std::string> requests;
@@ -178,3 +210,7 @@ TEST_F(Curl, ExitsCleanlyWithRequestsInFlightAndAfterOneThatCouldNotBeMade) {
 }
 
 }  // namespace
+
+namespace brivane::testing {
+INSTANTIATE_TYPED_TEST_SUITE_P(Curl, HTTPClientContract, Loopback);
+}  // namespace brivane::testing

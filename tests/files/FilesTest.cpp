@@ -11,6 +11,8 @@
 #include "platform/files/KeyFilePreferences.h"
 #include "platform/files/PlistPropertyList.h"
 #include "platform/files/StandardErrorLog.h"
+#include "testing/contracts/PreferencesContract.h"
+#include "testing/contracts/PropertyListContract.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -29,28 +31,30 @@ std::string refusal(const std::string& path) try {
   return fault.what();
 }
 
-TEST(Preferences, KeepTextsForLaterAndForOthers) {
+struct KeyFile {
+  std::shared_ptr<platform::Preferences> open() const {
+    return std::make_shared<KeyFilePreferences>(folder.path() / "new" / "brivane" / "preferences");
+  }
   const TemporaryFolder folder;
-  const std::string path = folder.path() / "new" / "brivane" / "preferences";
-  const std::string texts[] = {" lead\nline\ttab\\ ñ=;[x]%41", "", "\xFF\xC3", std::string("\0", 1)};
-  KeyFilePreferences first(path);
-  KeyFilePreferences second(path);
-  EXPECT_FALSE(first.objectForKey("installUUID"));
-  EXPECT_FALSE(second.objectForKey("installUUID"));
-  for (const std::string& text : texts) first.setValue_forKey(text, "k" + text);
-  first.setValue_forKey("1", "installUUID");
-  EXPECT_EQ(first.objectForKey("installUUID"), JSONValue("1"));
-  EXPECT_FALSE(std::filesystem::exists(path));
-  ASSERT_TRUE(first.synchronize());
-  EXPECT_EQ(second.stringForKey("installUUID"), "1");  // and so makes none of its own
-  second.setValue_forKey("2", "other");
-  ASSERT_TRUE(second.synchronize());
-  const KeyFilePreferences later(path);
-  for (const std::string& text : texts) EXPECT_EQ(later.stringForKey("k" + text), text);
-  EXPECT_EQ(later.stringForKey("other"), "2");
-  EXPECT_THROW(first.setValue_forKey("3", ""), std::invalid_argument);
-  EXPECT_EQ(status(path).permissions(), perms::owner_read | perms::owner_write);
-  EXPECT_EQ(status(folder.path() / "new" / "brivane").permissions(), perms::owner_all);
+};
+
+TEST(Preferences, KeepTextsForOthersAndForNobodyElse) {
+  const KeyFile file;
+  const auto first = file.open(), second = file.open();
+  const std::string texts[] = {"\xFF\xC3", std::string("\0", 1), "1"};
+  EXPECT_FALSE(second->objectForKey("k1"));
+  for (const std::string& text : texts) first->setValue_forKey(text, "k" + text);
+  const auto folder = file.folder.path() / "new" / "brivane";
+  EXPECT_FALSE(std::filesystem::exists(folder / "preferences"));
+  ASSERT_TRUE(first->synchronize());
+  for (const std::string& text : texts) EXPECT_EQ(second->stringForKey("k" + text), text);
+  second->setValue_forKey("2", "other");
+  ASSERT_TRUE(second->synchronize());
+  EXPECT_EQ(file.open()->stringForKey("other"), "2");
+  EXPECT_EQ(file.open()->stringForKey("k1"), "1");
+  EXPECT_THROW(first->setValue_forKey("3", ""), std::invalid_argument);
+  EXPECT_EQ(status(folder / "preferences").permissions(), perms::owner_read | perms::owner_write);
+  EXPECT_EQ(status(folder).permissions(), perms::owner_all);
   setenv("XDG_CONFIG_HOME", "/somewhere", 1);
   EXPECT_EQ(KeyFilePreferences::pathFor("org.example.Walk"), "/somewhere/org.example.Walk/preferences");
   for (const char* name : {"", "..", "a/b"}) EXPECT_THROW(KeyFilePreferences::pathFor(name), std::invalid_argument);
@@ -105,17 +109,20 @@ std::string binaryOf(const std::string& xml) {
   return binary;
 }
 
-TEST(PropertyList, ReadsTextsFromXMLAndBinary) {
-  const TemporaryFolder folder;
-  const std::string xml =
-      "<plist version=\"1.0\"><dict><key>k</key><string>ñ &amp; x</string><key>n</key>"
-      "<integer>7</integer><key>d</key><dict><key>e</key><string>f</string></dict></dict></plist>";
-  for (const std::string& contents : {xml, binaryOf(xml)}) {
-    const PlistPropertyList list(folder.write("Info.plist", contents));
-    EXPECT_EQ(list.objectForInfoDictionaryKey("k"), "ñ & x");
-    EXPECT_FALSE(list.objectForInfoDictionaryKey("n"));
-    EXPECT_FALSE(list.objectForInfoDictionaryKey("e"));
+const std::string kList =
+    "<plist version=\"1.0\"><dict><key>text</key><string>ñ &amp; x</string><key>number</key>"
+    "<integer>7</integer><key>d</key><dict><key>none</key><string>f</string></dict></dict></plist>";
+
+template <bool isBinary>
+struct PlistFile {
+  std::shared_ptr<platform::PropertyList> open() const {
+    return std::make_shared<PlistPropertyList>(folder.write("Info.plist", isBinary ? binaryOf(kList) : kList));
   }
+  const TemporaryFolder folder;
+};
+
+TEST(PropertyList, NamesWhatIsNone) {
+  const TemporaryFolder folder;
   const auto nested = [](int depth) {
     std::string opened = "<plist><dict><key>k</key>", closed;
     for (; depth > 0; --depth) opened += "<array>", closed += "</array>";
@@ -124,8 +131,8 @@ TEST(PropertyList, ReadsTextsFromXMLAndBinary) {
   const std::string other = "not a property list", deep = "more than 1000 dictionaries and lists";
   const std::pair<std::string, std::string> rows[] = {
       {"", other},
-      {xml.substr(0, 60), other},
-      {binaryOf(xml).substr(0, 40), other},
+      {kList.substr(0, 60), other},
+      {binaryOf(kList).substr(0, 40), other},
       {"<plist><array/></plist>", "no dictionary at the top of the property list"},
       {std::string((1 << 20) + 1, ' '), "larger than 1 MiB"},
       {nested(999), "none"},
@@ -155,3 +162,9 @@ TEST(ErrorLog, WritesOneLineALine) {
 }
 
 }  // namespace
+
+namespace brivane::testing {
+INSTANTIATE_TYPED_TEST_SUITE_P(KeyFile, PreferencesContract, KeyFile);
+using Plists = ::testing::Types<PlistFile<false>, PlistFile<true>>;
+INSTANTIATE_TYPED_TEST_SUITE_P(Plist, PropertyListContract, Plists);
+}  // namespace brivane::testing

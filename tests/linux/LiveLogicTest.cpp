@@ -13,9 +13,27 @@
 #include "platform/linux/BlueZDevices.h"
 #include "platform/linux/DiscoverySchedule.h"
 #include "platform/linux/GeoCluePositions.h"
+#include "platform/linux/MainContext.h"
 #include "platform/linux/RadioBlock.h"
 #include "platform/linux/RadioFault.h"
+#include "testing/contracts/EventLoopContract.h"
+#include "tests/support/OwnContext.h"
 #include "tests/support/TemporaryFolder.h"
+
+namespace brivane::testing {
+namespace {
+
+struct GLib {
+  static std::shared_ptr<platform::EventLoop> loop() {
+    return std::make_shared<platform::MainContext>(platform::MainContext::ofThisThread());
+  }
+  void runUntil(const std::function<bool()>& done) const { context.runUntil(done); }
+  const OwnContext context;
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(GLib, EventLoopContract, GLib);
+
+}  // namespace
+}  // namespace brivane::testing
 
 namespace {
 

@@ -11,39 +11,21 @@
 #include <thread>
 #include <utility>
 
+#include "platform/linux/BlueZRadio.h"
+#include "platform/linux/GeoCluePositions.h"
 #include "platform/linux/LinuxLocationService.h"
+#include "platform/linux/MainContext.h"
 #include "platform/linux/NetworkWatch.h"
 #include "testing/BeaconFrame.h"
 #include "testing/RecordingLocationDelegate.h"
+#include "testing/contracts/PositionSourceContract.h"
+#include "testing/contracts/RadioContract.h"
+#include "tests/support/OwnContext.h"
 
 namespace {
 
 using namespace brivane::testing;
 using namespace platform;
-
-/// A main context of the thread that makes it, as a worker of an application has.
-class OwnContext {
- public:
-  OwnContext() { g_main_context_push_thread_default(context_); }
-  ~OwnContext() {
-    g_main_context_pop_thread_default(context_);
-    g_main_context_unref(context_);
-  }
-  OwnContext(const OwnContext&) = delete;
-  OwnContext& operator=(const OwnContext&) = delete;
-
-  void runUntil(const std::function<bool()>& done) const {
-    while (!done()) g_main_context_iteration(context_, TRUE);
-  }
-  /// Runs what is due now.
-  void run() const {
-    while (g_main_context_iteration(context_, FALSE) != FALSE) {
-    }
-  }
-
- private:
-  GMainContext* const context_ = g_main_context_new();
-};
 
 /// Monitors and ranges the network, and keeps what it is told.
 struct Walker {
@@ -153,3 +135,44 @@ TEST(Refused, IsToldAsADenialOfTheUsers) {
 }
 
 }  // namespace
+
+namespace brivane::testing {
+namespace {
+
+struct BlueZ {
+  std::unique_ptr<Radio> create(Radio::Listener& listener) const {
+    return std::make_unique<BlueZRadio>(MainContext::ofThisThread(), "", nullptr, listener);
+  }
+  static Instant now() { return monotonicNow(); }
+  void runUntil(const std::function<bool()>& done) const { context.runUntil(done); }
+  void runAWhile() const {
+    bool over = false;
+    Timer timer(MainContext::ofThisThread(), [&over] { over = true; });
+    timer.set(now() + std::chrono::milliseconds(400));
+    runUntil([&over] { return over; });
+  }
+  const OwnContext context;
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Live, RadioContract, BlueZ);
+
+struct GeoClue : BlueZ {
+  std::unique_ptr<PositionSource> create(PositionSource::Listener& listener) const {
+    return std::make_unique<GeoCluePositions>(MainContext::ofThisThread(), "org.example.Walk", listener);
+  }
+  /// Has the stand-in move ten times a second.
+  GeoClue() { move.set(now()); }
+  double latitude = 40;
+  Timer move{MainContext::ofThisThread(), [this] {
+               static const std::shared_ptr<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr),
+                                                                 g_object_unref);
+               g_dbus_connection_call(bus.get(), "org.freedesktop.GeoClue2", "/org/freedesktop/GeoClue2/Manager",
+                                      "org.freedesktop.GeoClue2.Mock", "Move",
+                                      g_variant_new("(dd)", latitude += 0.01, 0.0), nullptr, G_DBUS_CALL_FLAGS_NONE, -1,
+                                      nullptr, nullptr, nullptr);
+               move.set(now() + std::chrono::milliseconds(100));
+             }};
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Live, PositionSourceContract, GeoClue);
+
+}  // namespace
+}  // namespace brivane::testing
