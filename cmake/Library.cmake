@@ -2,8 +2,7 @@
 
 # brivane_library(<name> SOURCES … HEADERS … [BASE …] [COMPONENT …] [PUBLIC …] [PRIVATE …] [PACKAGES …])
 # Declares one installable library of the project. HEADERS are what a host may include, by their path from BASE, the
-# project's folder unless it is given; PUBLIC and PRIVATE are the
-# libraries it links; PACKAGES are pairs of a name and what pkg-config is to find, for instance CURL libcurl>=7.85,
+# project's folder unless it is given; PUBLIC and PRIVATE are the libraries it links; PACKAGES are pairs of a name and what pkg-config is to find, for instance CURL libcurl>=7.85,
 # which it links too. COMPONENT is the part of the package that find_package may ask for; without one the library
 # belongs to the core that is always there. BUILD_SHARED_LIBS chooses the kind for all of them.
 function(brivane_library name)

@@ -1,0 +1,28 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Runs the host in Java against the development service, with JNI's own checks, which must find nothing.
+
+usage: check_java.py JAVA CLASSPATH LIBRARY_FOLDER SERVICE SOURCE_FOLDER
+"""
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+JAVA, CLASSPATH, LIBRARY, SERVICE, SOURCE = sys.argv[1:]
+sys.path.insert(0, SOURCE + "/tests/support")
+from programs import start_service  # noqa: E402
+
+
+class Java(unittest.TestCase):
+    def test_a_host_in_java(self):
+        walks = pathlib.Path(SOURCE, "walks")
+        with tempfile.TemporaryDirectory() as folder:
+            reach = start_service(self, SERVICE, walks, "--state", folder)
+            said = subprocess.run([JAVA, "-Xcheck:jni", "-Xms64m", "-Xmx64m", "-XX:+AlwaysPreTouch", "-ea", "-cp",
+                                   CLASSPATH, f"-Djava.library.path={LIBRARY}", "HostTest", walks / "old-town.btsnoop",
+                                   *reach[3::2], folder + "/new/preferences"], capture_output=True, text=True)
+        self.assertEqual((said.returncode, said.stdout, said.stderr), (0, "", ""))
+
+
+unittest.main(argv=[sys.argv[0]])
