@@ -33,6 +33,7 @@ extern "C" {
 
 /* ---- Failures ---- */
 
+/// How a call ended.
 typedef enum brivane_status {
   BRIVANE_OK = 0,
   /// An argument is missing or of no use.
@@ -50,6 +51,7 @@ typedef enum brivane_status {
 /// Why one call failed: the caller's own, so that threads do not meet. Written only on failure.
 /// Wherever one is taken, NULL is allowed.
 typedef struct brivane_failure {
+  /// What the call returned.
   brivane_status status;
   /// One line for a developer, shortened to fit.
   char text[256];
@@ -71,18 +73,27 @@ typedef struct brivane_text brivane_text;
 /// Copies `text`; NULL says that there is none, as does not calling this at all.
 BRIVANE_C_EXPORT void brivane_text_set(brivane_text* to, const char* text);
 
+/// One header of a request.
 typedef struct brivane_header {
+  /// Without the colon.
   const char* name;
+  /// Without the line end.
   const char* value;
 } brivane_header;
 
+/// What is to be sent.
 typedef struct brivane_request {
+  /// Absolute, https.
   const char* url;
+  /// "POST": the library sends no other.
   const char* method;
   /// To be sent as they stand, beside what the HTTP layer itself needs.
   const brivane_header* headers;
+  /// Of `headers`.
   size_t header_count;
+  /// Any bytes.
   const char* body;
+  /// Of `body`, bytes.
   size_t body_length;
 } brivane_request;
 
@@ -98,6 +109,7 @@ BRIVANE_C_EXPORT void brivane_complete_failed(brivane_completion* completion);
 
 /// Sends requests over HTTPS. Bounds what a reply may hold: 16 MiB are plenty.
 typedef struct brivane_http {
+  /// The first argument of each function.
   void* user;
   /// Any thread, several at once, tens in a burst. Returns at once; the request is valid meanwhile.
   void (*execute)(void* user, const brivane_request* request, brivane_completion* completion);
@@ -105,8 +117,11 @@ typedef struct brivane_http {
 
 /// The application's small store of texts that outlive it. Any thread, several at once.
 typedef struct brivane_preferences {
+  /// The first argument of each function.
   void* user;
+  /// Puts what is stored under `key`, if anything is.
   void (*get)(void* user, const char* key, brivane_text* value);
+  /// Stores `value`, in memory at once.
   void (*set)(void* user, const char* key, const char* value);
   /// Brings what was set to permanent storage; false when that failed.
   bool (*synchronize)(void* user);
@@ -115,30 +130,40 @@ typedef struct brivane_preferences {
 /// The application's property list: BrivaneAPIKey, BrivaneAPISecret and
 /// NSLocationAlwaysUsageDescription. Asked while a manager is created, on that thread.
 typedef struct brivane_property_list {
+  /// The first argument of each function.
   void* user;
+  /// Puts what stands under `key`, if anything does.
   void (*get)(void* user, const char* key, brivane_text* value);
 } brivane_property_list;
 
 /// Where log lines go; they hold credentials and tokens in clear. Any thread, several at once; must
 /// not call the library.
 typedef struct brivane_log {
+  /// The first argument of each function.
   void* user;
+  /// Takes one line, without its line end.
   void (*write)(void* user, const char* line);
 } brivane_log;
 
 /// What a platform like CLLocationManager's offers; for one that has such a thing. A host that has
 /// a Bluetooth scanner instead makes a `brivane_live`.
 typedef struct brivane_location brivane_location;
+/// A location service that the host feeds.
 typedef struct brivane_live brivane_live;
 /// The library's own services, from brivane_adapters.h.
 typedef struct brivane_adapters brivane_adapters;
 
+/// Everything through which the library reaches the outside. The tables are copied.
 typedef struct brivane_services {
+  /// Needed, as are the next two.
   const brivane_http* http;
+  /// See there.
   const brivane_preferences* preferences;
+  /// See there.
   const brivane_property_list* property_list;
-  /// At most one of these two.
+  /// This or `live` is needed, not both.
   const brivane_location* location;
+  /// This or `location`.
   brivane_live* live;
   /// NULL when nobody reads the log.
   const brivane_log* log;
@@ -163,20 +188,25 @@ BRIVANE_C_EXPORT bool brivane_installation_id(char uuid[37]);
 typedef struct brivane_waybeacon {
   /// The beacon's identifier at the service.
   const char* uuid;
+  /// As people know it.
   const char* name;
   /// Where the beacon is, in words.
   const char* location;
   /// Accessibility information, in words. Spelled as the service spells it.
   const char* accesibility;
+  /// Of a page about it.
   const char* url;
   /// What is attached to the beacon, as JSON.
   const char* payload;
   /// Degrees; 0 where the service sent none.
   double latitude;
+  /// As the latitude.
   double longitude;
 } brivane_waybeacon;
 
+/// The service's answer: which beacon of the network, or which place, the device is at.
 typedef struct brivane_match {
+  /// The matched beacon.
   brivane_waybeacon waybeacon;
   /// As the service returned it, dBm; not the present reading.
   int64_t rssi;
@@ -186,17 +216,25 @@ typedef struct brivane_match {
   const char* uuid;
 } brivane_match;
 
+/// A place near a coordinate.
 typedef struct brivane_place {
   /// From the coordinate that was asked for, in the unit that the service sends.
   double distance;
+  /// As people know it.
   const char* name;
   /// Never filled from a reply.
   const char* uuid;
+  /// The town.
   const char* city;
+  /// What kind of place it is, in the service's words.
   const char* category;
+  /// Street and number.
   const char* address;
+  /// As it is written there.
   const char* phone;
+  /// Its page.
   const char* web;
+  /// Its mail address.
   const char* email;
   /// The postal code as a number; 0 where the service sent none.
   int64_t zip;
@@ -206,6 +244,7 @@ typedef struct brivane_place {
 /// time: the thread of completions, for what a reply brought, and the thread that created the
 /// manager, for what the location service brought. Each may be NULL.
 typedef struct brivane_delegate {
+  /// The first argument of each function.
   void* user;
   /// Detection can be started from now on. Either thread; it may come before
   /// `brivane_manager_create` has returned.
@@ -224,6 +263,7 @@ typedef struct brivane_delegate {
 
 /* ---- The manager ---- */
 
+/// Detects the network's beacons and tells its delegate which places are near.
 typedef struct brivane_manager brivane_manager;
 
 /// A new manager whose login is on its way; NULL on failure. `delegate` may be NULL. The key and
@@ -288,9 +328,11 @@ typedef enum brivane_operation {
   BRIVANE_STOP_POSITIONS
 } brivane_operation;
 
+/// One beacon of a ranging report.
 typedef struct brivane_beacon {
   /// 0 to 65535.
   int32_t major;
+  /// 0 to 65535.
   int32_t minor;
   /// 0 unknown, 1 immediate, 2 near, 3 far.
   int32_t proximity;
@@ -300,6 +342,7 @@ typedef struct brivane_beacon {
   int32_t rssi;
 } brivane_beacon;
 
+/// Where the device stands with respect to the network's region.
 typedef enum brivane_region_state {
   BRIVANE_STATE_UNKNOWN = 0,
   BRIVANE_INSIDE = 1,
@@ -309,10 +352,13 @@ typedef enum brivane_region_state {
 /// Whom a location manager of the host's reports to.
 typedef struct brivane_reports brivane_reports;
 
+/// One for all managers.
 struct brivane_location {
+  /// The first argument of each function.
   void* user;
-  /// The present authorisation, and whether location services are on at all. Any thread.
+  /// The present authorisation. Any thread.
   brivane_authorization (*authorization)(void* user);
+  /// Whether location services are on at all. Any thread.
   bool (*services_enabled)(void* user);
   /// A new manager, which reports to `reports` on the calling thread, and owns that: it gives it
   /// back to `brivane_reports_destroy`. What it returns is handed to the next two.
@@ -360,6 +406,7 @@ typedef enum brivane_radio_fault {
 
 /// Each may be NULL. On the thread on which managers hear of their location service, but the last.
 typedef struct brivane_observer {
+  /// The first argument of each function.
   void* user;
   /// Listening began or ceased, or there is a fault: `text` is one line for a person, else NULL.
   void (*on_radio)(void* user, bool listening, brivane_radio_fault fault, const char* text);
@@ -383,6 +430,7 @@ typedef struct brivane_wanted {
   /// Proximity UUIDs, 36 characters each. None: find out whether listening would be allowed, and
   /// tell it with `brivane_live_set_radio`.
   const char* const* networks;
+  /// Of `networks`.
   size_t network_count;
   /// Each frame is of use. Otherwise one frame is enough, some seconds after a beacon came in range
   /// at the latest, and the radio should cost as little as it can.
@@ -392,6 +440,7 @@ typedef struct brivane_wanted {
 /// The host's loop of events, its radio and its positions. Everything happens inside
 /// `brivane_live_run`, which the host calls on one thread; managers are created on that thread.
 typedef struct brivane_live_host {
+  /// The first argument of each function.
   void* user;
   /// `brivane_live_run` is to be called soon, on its thread. Any thread; must not call it itself.
   void (*wake)(void* user);
@@ -405,10 +454,12 @@ typedef struct brivane_live_host {
 
   /// Listen, or go on with what is wanted now.
   void (*listen)(void* user, const brivane_wanted* wanted);
+  /// Nothing is wanted any more.
   void (*stop_listening)(void* user);
   /// Ask for permission, and report positions, about as fine as `accuracy` metres; again with
   /// another accuracy. NULL where there are no positions.
   void (*start_positions)(void* user, double accuracy);
+  /// None are wanted any more.
   void (*stop_positions)(void* user);
 } brivane_live_host;
 
@@ -434,6 +485,7 @@ typedef struct brivane_frame {
   uint16_t company;
   /// What follows the company identifier.
   const uint8_t* data;
+  /// Of `data`, bytes.
   size_t length;
   /// dBm; 127 and 0 say that there was no reading.
   int rssi;
@@ -446,6 +498,7 @@ BRIVANE_C_EXPORT void brivane_live_hear(brivane_live* live, const brivane_frame*
 BRIVANE_C_EXPORT void brivane_live_locate(brivane_live* live, double latitude, double longitude,
                                           double accuracy);
 
+/// How the user or the system answers the question for permission.
 typedef enum brivane_consent {
   BRIVANE_CONSENT_PENDING = 0,
   BRIVANE_CONSENT_GRANTED = 1,
