@@ -110,7 +110,6 @@ public final class HttpsClient implements HTTPClient {
       connection.setRequestProperty(header.getKey(), header.getValue());
     }
     connection.setDoOutput(true);
-    connection.setFixedLengthStreamingMode(request.body.length);
     try (OutputStream output = connection.getOutputStream()) {
       output.write(request.body);
     }
