@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "guidance/Sentences.h"
+#include "host/AgeText.h"
 #include "host/ClockText.h"
 #include "host/RecordJSON.h"
 
@@ -71,19 +72,43 @@ void Announcer::didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) {
     if (options_.json) printEvent("match", {{"record", JSONValue()}});
     return;
   }
-  if (options_.json) printEvent("match", resolveJSON(*match));
-  if (!match->uuid()) return;  // what the library makes of a refusal
   News news = News::kNothing;
-  {
+  std::optional<Time> kept;
+  if (match->uuid()) {
     const std::lock_guard lock(mutex_);
+    kept = keptSince(*match->uuid());
     news = nearest_.match(*match->uuid(), beginsReport());
   }
+  if (options_.json) {
+    auto members = resolveJSON(*match);
+    if (kept) members.emplace_back("keptSince", std::int64_t{Time::clock::to_time_t(*kept)});
+    printEvent("match", std::move(members));
+  }
+  if (!match->uuid()) return;  // what the library makes of a refusal
   if (options_.speech != nullptr && news == News::kNearest) {
     options_.speech->say({.text = guidance::sentencesOf(*match, guidance::Detail::kAll),
                           .language = options_.language});
   }
   if (options_.json) return;
-  if (news != News::kNothing || options_.all) printMatch(nameOf(news), *match);
+  if (news != News::kNothing || options_.all) printMatch(nameOf(news), *match, kept);
+}
+
+void Announcer::noteAnswer(const platform::TransferOutcome& outcome) {
+  const std::lock_guard lock(mutex_);
+  answerKeptSince_ = outcome.keptSince;
+}
+
+std::optional<Announcer::Time> Announcer::keptSince(const std::string& place) {
+  // This thread brings what the library knows already, others bring answers.
+  if (std::this_thread::get_id() != locationThread_) {
+    if (answerKeptSince_) {
+      keptSince_[place] = *answerKeptSince_;
+    } else {
+      keptSince_.erase(place);
+    }
+  }
+  const auto found = keptSince_.find(place);
+  return found == keptSince_.end() ? std::nullopt : std::optional(found->second);
 }
 
 void Announcer::didNearestWaybeacons(
@@ -114,11 +139,13 @@ void Announcer::printEvent(const char* event, JSONValue::Object members) {
   screen_.print(eventLine(options_.now(), event, std::move(members)));
 }
 
-void Announcer::printMatch(const char* news, const BVAPIResolve& match) {
+void Announcer::printMatch(const char* news, const BVAPIResolve& match,
+                           std::optional<Time> keptSince) {
   std::string line = clockText(options_.now()) + "  " + news + ": " +
                      guidance::sentencesOf(match, guidance::Detail::kAll);
   // A match by position has no strength.
   if (match.rssi() != 0) line += " (" + std::to_string(match.rssi()) + " dBm)";
+  if (keptSince) line += " (" + ageText(*keptSince, Time::clock::now()) + ")";
   screen_.print(line);
 }
 

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <limits>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -14,6 +16,7 @@
 #include "guidance/Speech.h"
 #include "host/Screen.h"
 #include "platform/JSONValue.h"
+#include "platform/TransferOutcome.h"
 
 namespace host {
 
@@ -41,6 +44,8 @@ class Announcer final : public BVManagerDelegate {
   void expectReady();
   /// Prints the answer about nearest places; false when none has come.
   bool printPlaces();
+  /// Where the answer comes from that is called back next on this thread.
+  void noteAnswer(const platform::TransferOutcome& outcome);
   /// How many different places were matched, and in which time; one line for a person.
   std::string summary() const;
 
@@ -51,8 +56,12 @@ class Announcer final : public BVManagerDelegate {
   void didNearestWaybeacons(
       const std::shared_ptr<const BVWaybeaconDistance::List>& places) override;
 
+  using Time = std::chrono::system_clock::time_point;
+
+  /// When the service gave what is known of this match, where that was kept. Under the lock.
+  std::optional<Time> keptSince(const std::string& place);
   void printEvent(const char* event, platform::JSONValue::Object members);
-  void printMatch(const char* news, const BVAPIResolve& match);
+  void printMatch(const char* news, const BVAPIResolve& match, std::optional<Time> keptSince);
   void printPlace(const BVWaybeaconDistance& place);
   /// Whether this match is the first of a ranging report: of its nearest beacon. Under the lock.
   bool beginsReport();
@@ -64,6 +73,10 @@ class Announcer final : public BVManagerDelegate {
   bool ready_ = false;
   /// The answer about nearest places, which may be null.
   std::optional<std::shared_ptr<const BVWaybeaconDistance::List>> places_;
+  /// When the service gave what is known of a place, by its identifier, where that was kept.
+  std::map<std::string, Time> keptSince_;
+  /// The same of the latest answer.
+  std::optional<Time> answerKeptSince_;
   guidance::NearestPlace nearest_;
   double lastReport_ = -std::numeric_limits<double>::infinity();
 };

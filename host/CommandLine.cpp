@@ -134,7 +134,8 @@ CommandLine::CommandLine()
       recordCommand_(app_.add_subcommand("record", "Write what the radio hears into a capture")),
       nearestCommand_(app_.add_subcommand("nearest", "List the places near a coordinate")),
       payloadCommand_(app_.add_subcommand("payload", "Attach a JSON object to a beacon")),
-      infoCommand_(app_.add_subcommand("info", "Say what this is and what it runs on")) {
+      infoCommand_(app_.add_subcommand("info", "Say what this is and what it runs on")),
+      forgetCommand_(app_.add_subcommand("forget", "Forget the answers that --offline kept")) {
   app_.set_version_flag("--version", "brivane " BRIVANE_VERSION);
   app_.require_subcommand(0, 1);  // none is refused after all words, so that a wrong one is named
   app_.footer(
@@ -163,6 +164,8 @@ void CommandLine::describeDetect() {
       ->take_last()
       ->capture_default_str()
       ->needs(source.live);
+  command.add_flag("--offline", detect_.service.offline,
+                   "Keep what the service answers, and go by that where it does not answer");
   command.add_flag("--all", detect_.all, "Print every match, not only what is new");
   command.add_flag("--speak", detect_.speak, "Say aloud which place is the nearest");
   addServiceOptions(command, detect_.service);
@@ -228,6 +231,7 @@ Command CommandLine::parse(int argc, char** argv) {
   if (nearestCommand_->parsed()) return nearest_;
   if (payloadCommand_->parsed()) return payload_;
   if (infoCommand_->parsed()) return info_;
+  if (forgetCommand_->parsed()) return ForgetOptions{};
   throw CLI::RequiredError("A command");
 }
 

@@ -11,7 +11,7 @@ namespace host {
 
 /// A command that was given, by its options.
 using Command = std::variant<DetectOptions, ScanOptions, RecordOptions, NearestOptions,
-                             PayloadOptions, InfoOptions>;
+                             PayloadOptions, InfoOptions, ForgetOptions>;
 
 /// The program's commands and options.
 class CommandLine {
@@ -40,6 +40,7 @@ class CommandLine {
   CLI::App* nearestCommand_;
   CLI::App* payloadCommand_;
   CLI::App* infoCommand_;
+  CLI::App* forgetCommand_;
   bool live_ = false;
   DetectOptions detect_;
   ScanOptions scan_;

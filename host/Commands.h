@@ -23,5 +23,7 @@ void nearest(const NearestOptions& options, Screen& screen);
 void payload(const PayloadOptions& options, Screen& screen);
 /// Says what this is and what it runs on.
 void info(const InfoOptions& options, Screen& screen);
+/// Empties the store of answers. Throws Failure when it cannot be emptied.
+void forget(const ForgetOptions& options, Screen& screen);
 
 }  // namespace host

@@ -37,7 +37,7 @@ void detectCapture(const DetectOptions& options, Screen& screen) {
   Session session(options.service, {.inOrder = !options.source.speed.has_value()}, screen);
   std::optional<Detection> detection;
   const auto renew = [&detection] {
-    if (detection) detection->renewIfExpired();
+    if (detection) detection->renewIfDue();
   };
   ReplayLocationService::Options recording;
   recording.capture = options.source.capture;

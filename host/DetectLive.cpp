@@ -17,6 +17,13 @@
 #include "platform/linux/NetworkWatch.h"
 
 namespace host {
+namespace {
+
+std::optional<double> earlier(std::optional<double> a, std::optional<double> b) {
+  return a && b ? std::min(*a, *b) : a ? a : b;
+}
+
+}  // namespace
 
 void detectLive(const DetectOptions& options, Screen& screen) {
   const MainLoop loop;
@@ -48,12 +55,18 @@ void detectLive(const DetectOptions& options, Screen& screen) {
   const auto isOver = [&] {
     return session.isInterrupted() || radio.isUseless() || radio.isDenied();
   };
-  const auto isOverOrExpired = [&] { return isOver() || session.transfers().tokenExpired(); };
   const auto left = [&]() -> std::optional<double> {
     if (!options.source.limit) return std::nullopt;
     return std::max(*options.source.limit - sinceStart.seconds(), 0.0);
   };
-  while (loop.runUntil(isOverOrExpired, left()) && !isOver()) detection.renewIfExpired();
+  while (!isOver() && left() != 0.0) {
+    const auto planned = session.renewal();
+    const auto isOverOrDue = [&] {
+      return isOver() || detection.isRenewalDue() || session.renewal() != planned;
+    };
+    loop.runUntil(isOverOrDue, earlier(left(), detection.secondsToRenewal()));
+    if (!isOver()) detection.renewIfDue();
+  }
   detection.stop();
   radio.failIfUseless();
   if (radio.isDenied()) radio.failUnlessAuthorized();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/Detection.h"
 
+#include <algorithm>
 #include <chrono>
 #include <string>
 
@@ -25,8 +26,20 @@ void Detection::start() {
   if (!manager_->startDetection()) throw Failure(kServiceFailure, "detection did not start");
 }
 
-void Detection::renewIfExpired() {
-  if (!manager_ || !session_.transfers().tokenExpired()) return;
+std::optional<double> Detection::secondsToRenewal() const {
+  const auto renewal = session_.renewal();
+  if (!renewal) return std::nullopt;
+  const std::chrono::duration<double> left = *renewal - KeptAnswers::Clock::now();
+  return std::max(left.count(), 0.0);
+}
+
+bool Detection::isRenewalDue() const {
+  return session_.transfers().tokenExpired() || secondsToRenewal() == 0.0;
+}
+
+void Detection::renewIfDue() {
+  if (!manager_ || !isRenewalDue()) return;
+  const bool hasExpired = session_.transfers().tokenExpired();
   manager_->stopDetection();
   manager_.reset();
   // What was asked with the old token is refused too: it must not be taken for the new one's.
@@ -41,7 +54,7 @@ void Detection::renewIfExpired() {
   }
   if (!manager_) return;
   session_.transfers().forgetExpiry();
-  screen_.complain("the access token had expired; logged in anew");
+  if (hasExpired) screen_.complain("the access token had expired; logged in anew");
   start();
 }
 

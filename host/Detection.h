@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "BrivaneSDK/BVManager.h"
 #include "host/Announcer.h"
@@ -10,8 +11,8 @@
 
 namespace host {
 
-/// Detection, from login to stop, with a new manager whenever the access token has expired: the
-/// library never logs in again by itself. One thread.
+/// Detection, from login to stop, with a new manager whenever the access token has expired, or
+/// the service is back: the library never logs in again by itself. One thread.
 class Detection {
  public:
   /// `gps`: positions too.
@@ -23,9 +24,12 @@ class Detection {
   bool connect();
   /// Starts to detect, and to tell of requests that fail. Throws Failure when it cannot.
   void start();
-  /// Logs in anew and starts again when the token has expired. While detecting, and not inside a
-  /// call of the location service.
-  void renewIfExpired();
+  /// Logs in anew and starts again when the token has expired, or when a session without the
+  /// service is to be renewed. While detecting, and not inside a call of the location service.
+  void renewIfDue();
+  /// Whether it is time for that; and in how many seconds it will be, if that is known.
+  bool isRenewalDue() const;
+  std::optional<double> secondsToRenewal() const;
   void stop();
   /// Throws Failure when requests have failed since the start.
   void failIfRequestsFailed() const;

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -7,6 +9,7 @@
 #include "BrivaneSDK/BVUtil.h"
 #include "BrivaneSDK/BrivaneSDK.h"
 #include "host/Commands.h"
+#include "host/KeptAnswers.h"
 #include "host/RecordJSON.h"
 #include "host/Screen.h"
 #include "host/Session.h"
@@ -39,6 +42,11 @@ void installServices(Screen& screen) {
        .log = nullptr});
 }
 
+std::int64_t keptAnswers(Screen& screen) {
+  if (!std::filesystem::exists(platform::AnswerStore::pathFor("brivane"))) return 0;
+  return openAnswers([&screen](const std::string& fault) { screen.complain(fault); })->count();
+}
+
 }  // namespace
 
 void info(const InfoOptions& options, Screen& screen) {
@@ -49,14 +57,16 @@ void info(const InfoOptions& options, Screen& screen) {
       {"service", BVNetwork::apiHost()},
       {"region", BVNetwork::proximityUUID()},
       {"library", "BrivaneSDK " BRIVANE_VERSION},
-      {"transport", platform::CurlHTTPClient::version()}};
+      {"transport", platform::CurlHTTPClient::version()},
+      {"answers", keptAnswers(screen)}};
   if (options.json) {
     screen.print(jsonLine(facts));
     return;
   }
   for (const auto& [name, value] : facts) {
     const std::string label = name + std::string(14 - name.size(), ' ');
-    screen.print(label + value.text());
+    const bool isText = value.kind() == platform::JSONValue::Kind::kText;
+    screen.print(label + (isText ? value.text() : std::to_string(value.integer()) + " kept"));
   }
 }
 

@@ -16,6 +16,8 @@ struct ServiceOptions {
   std::string connect;
   /// File of the certificates to trust; empty for the system's.
   std::string ca;
+  /// Whether answers are kept, and stand in for a service that does not answer.
+  bool offline = false;
 };
 
 /// What listening with this machine's radio takes.
@@ -75,5 +77,7 @@ struct PayloadOptions {
 struct InfoOptions {
   bool json = false;
 };
+
+struct ForgetOptions {};
 
 }  // namespace host

@@ -63,6 +63,12 @@ std::shared_ptr<platform::CurlHTTPClient> curlClient(
   }
 }
 
+std::function<void()> wakerOf(const MainLoop* loop) {
+  return [loop] {
+    if (loop != nullptr) loop->wake();
+  };
+}
+
 std::string serviceName() { return "the service at " + std::string(BVNetwork::apiHost()); }
 
 }  // namespace
@@ -74,18 +80,39 @@ Session::Session(const ServiceOptions& options, Waiting waiting, Screen& screen)
       transfers_(std::make_unique<Transfers>([&screen](const std::string& failure) {
         screen.complain(serviceName() + ": " + failure);
       })),
-      curl_(curlClient(options, [this](const auto& outcome) { note(outcome); })),
-      lockstep_(waiting.inOrder ? std::make_shared<platform::LockstepHTTPClient>(curl_) : nullptr),
+      curl_(curlClient(options,
+                       [this](const auto& outcome) {
+                         if (!options_.offline) note(outcome);
+                       })),
+      kept_(options.offline ? std::make_unique<KeptAnswers>(
+                                  KeptAnswers::Options{
+                                      .inner = curl_,
+                                      .log = logFor(options),
+                                      .onTransfer = [this](const auto& outcome) { note(outcome); },
+                                      .wake = wakerOf(waiting.loop)},
+                                  screen)
+                            : nullptr),
+      lockstep_(waiting.inOrder ? std::make_shared<platform::LockstepHTTPClient>(client())
+                                : nullptr),
       http_(std::make_shared<WatchedHTTPClient>(
-          lockstep_ ? std::static_pointer_cast<platform::HTTPClient>(lockstep_) : curl_,
-          [loop = loop_] {
-            if (loop != nullptr) loop->wake();
-          })) {}
+          lockstep_ ? std::static_pointer_cast<platform::HTTPClient>(lockstep_) : client(),
+          wakerOf(waiting.loop))) {}
 
-Session::~Session() { curl_->shutdown(); }
+Session::~Session() { endRequests(); }
+
+std::shared_ptr<platform::HTTPClient> Session::client() const {
+  return kept_ ? kept_->client() : curl_;
+}
 
 void Session::note(const platform::TransferOutcome& outcome) {
-  if (!interrupted_) transfers_->note(outcome);  // what an interrupt ends has not failed
+  if (interrupted_) return;  // what an interrupt ends has not failed
+  transfers_->note(outcome);
+  announcer_->noteAnswer(outcome);
+}
+
+void Session::endRequests() {
+  curl_->shutdown();
+  if (kept_) kept_->shutdown();
 }
 
 void Session::install(std::shared_ptr<platform::LocationService> location) const {
@@ -99,7 +126,8 @@ void Session::install(std::shared_ptr<platform::LocationService> location) const
                      .log = logFor(options_)});
 }
 
-std::shared_ptr<BVManager> Session::connect(const std::shared_ptr<Announcer>& announcer) const {
+std::shared_ptr<BVManager> Session::connect(const std::shared_ptr<Announcer>& announcer) {
+  if (!announcer_) announcer_ = announcer;
   announcer->expectReady();
   std::shared_ptr<BVManager> manager;
   try {
@@ -111,9 +139,19 @@ std::shared_ptr<BVManager> Session::connect(const std::shared_ptr<Announcer>& an
   if (isInterrupted()) return nullptr;
   if (!answered) failWith("not ready after 30 seconds");
   failUnlessAnswered("not ready");
+  if (kept_) kept_->sessionBegan();
   if (!waitForAuthorization()) return isInterrupted() ? nullptr : manager;
   if (!announcer->isReady()) failWith("not ready: its answer cannot be read");
   return manager;
+}
+
+void Session::networkChanged() {
+  curl_->networkChanged();
+  if (kept_) kept_->networkChanged();
+}
+
+std::optional<KeptAnswers::Clock::time_point> Session::renewal() const {
+  return kept_ ? kept_->renewal() : std::nullopt;
 }
 
 void Session::waitUntilAnswered() const { waitFor(kUntilAnswered); }
@@ -158,7 +196,7 @@ void Session::rest(std::chrono::seconds time) const {
 
 void Session::interrupt() {
   interrupted_ = true;
-  curl_->shutdown();
+  endRequests();
   if (loop_ != nullptr) loop_->wake();
 }
 

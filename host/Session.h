@@ -4,10 +4,12 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "BrivaneSDK/BVManager.h"
 #include "host/Announcer.h"
+#include "host/KeptAnswers.h"
 #include "host/MainLoop.h"
 #include "host/Options.h"
 #include "host/Screen.h"
@@ -43,7 +45,7 @@ class Session {
 
   /// Creates a manager and waits until it is ready, or is not authorised. Null when the session was
   /// interrupted first. Throws Failure when the service does not let it become ready.
-  std::shared_ptr<BVManager> connect(const std::shared_ptr<Announcer>& announcer) const;
+  std::shared_ptr<BVManager> connect(const std::shared_ptr<Announcer>& announcer);
 
   /// Waits until all that was asked for has been answered, or has failed.
   void waitUntilAnswered() const;
@@ -58,7 +60,9 @@ class Session {
   void failUnlessAnswered(const std::string& complaint) const;
 
   /// The connections of before lead nowhere any more.
-  void networkChanged() { curl_->networkChanged(); }
+  void networkChanged();
+  /// When a session that began without the service is to be renewed; absent when it is not.
+  std::optional<KeptAnswers::Clock::time_point> renewal() const;
 
   /// Ends every request and every wait. Any thread.
   void interrupt();
@@ -71,12 +75,19 @@ class Session {
   bool waitForAuthorization() const;
 
   void note(const platform::TransferOutcome& outcome);
+  void endRequests();
+  /// What requests go to, before they are put in order.
+  std::shared_ptr<platform::HTTPClient> client() const;
 
   const ServiceOptions options_;
   const MainLoop* const loop_;
   Screen& screen_;
   const std::unique_ptr<Transfers> transfers_;
+  /// Null before the first manager.
+  std::shared_ptr<Announcer> announcer_;
   const std::shared_ptr<platform::CurlHTTPClient> curl_;
+  /// Null when nothing is kept.
+  const std::unique_ptr<KeptAnswers> kept_;
   /// Null when requests are sent as they come.
   const std::shared_ptr<platform::LockstepHTTPClient> lockstep_;
   const std::shared_ptr<WatchedHTTPClient> http_;

@@ -32,6 +32,7 @@ struct Runner {
   void operator()(const host::NearestOptions& options) const { host::nearest(options, screen); }
   void operator()(const host::PayloadOptions& options) const { host::payload(options, screen); }
   void operator()(const host::InfoOptions& options) const { host::info(options, screen); }
+  void operator()(const host::ForgetOptions& options) const { host::forget(options, screen); }
 
   host::Screen& screen;
 };

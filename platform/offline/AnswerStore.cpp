@@ -29,6 +29,14 @@ std::int64_t secondsOf(AnswerStore::Clock::time_point time) {
   return std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch()).count();
 }
 
+/// A failure shows when the file is opened.
+const std::string& withFolder(const std::string& path) {
+  constexpr int kOwnerOnlyFolder = 0700;
+  const std::unique_ptr<char, decltype(&g_free)> folder(g_path_get_dirname(path.c_str()), &g_free);
+  g_mkdir_with_parents(folder.get(), kOwnerOnlyFolder);
+  return path;
+}
+
 /// A damaged file may say anything.
 AnswerStore::Clock::time_point timeOf(std::int64_t seconds) {
   constexpr std::int64_t kLatest = 1LL << 32U;  // in the next century
@@ -38,7 +46,7 @@ AnswerStore::Clock::time_point timeOf(std::int64_t seconds) {
 
 /// A database of answers, with what is asked of it.
 struct Answers {
-  explicit Answers(const std::string& path) : database(path) {}
+  explicit Answers(const std::string& path) : database(withFolder(path)) {}
 
   Database database;
   const bool hasTable = createTable();
@@ -170,11 +178,7 @@ std::string AnswerStore::pathFor(const std::string& application) {
   const bool isName = !application.empty() && application != "." && application != ".." &&
                       application.find_first_of(std::string("/\0", 2)) == std::string::npos;
   if (!isName) throw std::invalid_argument("'" + application + "' identifies no application");
-  const std::string folder = std::string(g_get_user_data_dir()) + "/" + application;
-  constexpr int kOwnerOnlyFolder = 0700;
-  g_mkdir_with_parents(folder.c_str(),
-                       kOwnerOnlyFolder);  // a failure shows when the file is opened
-  return folder + "/answers.sqlite";
+  return std::string(g_get_user_data_dir()) + "/" + application + "/answers.sqlite";
 }
 
 AnswerStore::AnswerStore(Options options) : state_(std::make_unique<State>(std::move(options))) {

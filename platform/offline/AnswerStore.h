@@ -27,7 +27,7 @@ class BRIVANE_EXPORT AnswerStore final {
 
   /// Where and how long answers are kept.
   struct Options {
-    /// The file, in a folder that is there; created when it is missing. One that is damaged, or of
+    /// The file, created with its folder when it is missing. One that is damaged, or of
     /// a later version of this library, is renamed to end in ".damaged", which replaces the one
     /// before, and an empty one takes its place.
     std::string path;
@@ -57,8 +57,7 @@ class BRIVANE_EXPORT AnswerStore final {
 
   /// Where an application keeps its own: the file "answers.sqlite" in a folder of the user's data
   /// ($XDG_DATA_HOME, or ~/.local/share) that bears the application's identifier, such as
-  /// "org.example.Walk"; creates the folder. Throws std::invalid_argument for an identifier that
-  /// cannot name a folder.
+  /// "org.example.Walk". Throws std::invalid_argument for an identifier that cannot name a folder.
   static std::string pathFor(const std::string& application);
 
   /// Opens the file.

@@ -9,6 +9,7 @@ import pathlib
 import pty
 import re
 import signal
+import sqlite3
 import subprocess
 import sys
 import tempfile
@@ -35,7 +36,8 @@ class Brivane(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
-        self.environment = {**os.environ, "XDG_CONFIG_HOME": folder.name, "XDG_STATE_HOME": folder.name}
+        self.environment = {**os.environ, "XDG_CONFIG_HOME": folder.name, "XDG_STATE_HOME": folder.name,
+                            "XDG_DATA_HOME": folder.name}
 
     def service(self, *options):
         return start_service(self, SERVICE, WALKS, "--state", self.folder, *options)
@@ -113,6 +115,25 @@ class Brivane(unittest.TestCase):
             events = [json.loads(line) for line in walk.stdout.splitlines()]
             self.assertEqual({e["match"] for e in events if e["event"] == "match"} - {None},
                              {f"old-town-{i:04}" for i in range(1, 16)})
+
+    def test_a_walk_without_the_service_names_what_was_named_before(self):
+        reach = self.service()
+        known = self.run_brivane(*REPLAY, *reach, "--offline")
+        with sqlite3.connect(self.folder / "brivane" / "answers.sqlite") as answers:
+            answers.execute("UPDATE answers SET received = received - 86400 WHERE NOT unknown")
+        answers.close()
+        alone = [*REPLAY, *reach, "--connect", "127.0.0.1:1", "--offline"]
+        kept = self.run_brivane(*alone)
+        self.assertEqual((kept.returncode, kept.stderr.count("\n")), (0, 1), kept.stderr)
+        self.assertIn("the service at api.brivane.example does not answer", kept.stderr)
+        self.assertEqual(kept.stdout.replace(" (from yesterday)", ""), known.stdout)
+        self.assertEqual(kept.stdout.count(" (from yesterday)\n"), known.stdout.count("\n") - 1)
+        count = len(NAMES) + 1  # one beacon of the walk is not the town's
+        self.assertRegex(self.run_brivane("info").stdout, rf"(?m)^answers +{count} kept$")
+        self.assertEqual(self.run_brivane("forget").stdout, f"Answers forgotten: {count}\n")
+        forgotten = self.run_brivane(*alone, "--for", "60")
+        self.assertEqual((forgotten.returncode, forgotten.stdout), (1, "0 places in 60 seconds.\n"))
+        self.assertIn("no answer is kept", forgotten.stderr)
 
     def test_output_that_cannot_be_written_ends_in_one_line(self):
         reach = self.service()

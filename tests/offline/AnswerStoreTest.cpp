@@ -151,7 +151,7 @@ TEST_F(AnswerStoreTest, IsReadableByItsOwnerAlone) {
     EXPECT_EQ(file.st_mode & 0777U, 0600U) << part;
   }
   auto nowhere = options();
-  nowhere.path = folder_.path() / "missing/answers";
+  nowhere.path = path_ + "/answers";
   EXPECT_EQ(found(*std::make_unique<AnswerStore>(nowhere), 1), "-");
   EXPECT_EQ(faults_, "unable to open database file|");
 }

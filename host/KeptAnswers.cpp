@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/KeptAnswers.h"
+
+#include <random>
+#include <string>
+#include <utility>
+
+#include "BrivaneSDK/BVNetwork.h"
+#include "platform/json/SimdJSON.h"
+
+namespace host {
+namespace {
+
+/// A network that returns is back for everybody in its reach, and each has a login to make: spread
+/// over so long, a city's stay below what it asks on an ordinary morning. docs/scale.md has
+/// figures.
+constexpr std::chrono::milliseconds kLongestDelay = std::chrono::minutes(2);
+
+std::chrono::milliseconds randomDelay() {
+  std::random_device random;
+  return std::chrono::milliseconds(
+      std::uniform_int_distribution<std::int64_t>(0, kLongestDelay.count())(random));
+}
+
+}  // namespace
+
+std::shared_ptr<platform::AnswerStore> openAnswers(
+    std::function<void(const std::string&)> onFault) {
+  return std::make_shared<platform::AnswerStore>(platform::AnswerStore::Options{
+      .path = platform::AnswerStore::pathFor("brivane"), .onFault = std::move(onFault)});
+}
+
+KeptAnswers::KeptAnswers(Options options, Screen& screen)
+    : screen_(screen),
+      wake_(std::move(options.wake)),
+      client_(std::make_shared<platform::OfflineHTTPClient>(platform::OfflineHTTPClient::Options{
+          .inner = std::move(options.inner),
+          .store = openAnswers([&screen](const std::string& fault) { screen.complain(fault); }),
+          .json = std::make_shared<platform::SimdJSON>(),
+          .allowOffline = true,
+          .log = std::move(options.log),
+          .onTransfer = std::move(options.onTransfer),
+          .onNetwork = [this](bool isThere) {
+            if (isThere) planRenewal();
+          }})) {}
+
+void KeptAnswers::sessionBegan() {
+  renewal_ = kNever;
+  const bool isOffline = client_->isOffline();
+  if (std::exchange(wasOffline_, isOffline) == isOffline) return;
+  const std::string service = "the service at " + std::string(BVNetwork::apiHost());
+  screen_.complain(isOffline ? service + " does not answer; places come from what it said before"
+                             : service + " answers again");
+}
+
+std::optional<KeptAnswers::Clock::time_point> KeptAnswers::renewal() const {
+  const Clock::time_point time = renewal_;
+  return time == kNever ? std::nullopt : std::optional(time);
+}
+
+void KeptAnswers::networkChanged() { planRenewal(); }
+
+void KeptAnswers::planRenewal() {
+  if (!client_->isOffline() || renewal_.load() != kNever) return;
+  renewal_ = Clock::now() + randomDelay();
+  if (wake_) wake_();
+}
+
+}  // namespace host
