@@ -44,7 +44,9 @@ bool Connection::becomesReady(Instant now) {
 
 void Connection::transferred(const platform::TransferOutcome& outcome, Instant now) {
   if (loggingIn_) {
-    if (!belongsToLogin(outcome) || isSuccess(outcome)) return;
+    if (!belongsToLogin(outcome)) return;
+    offline_ = outcome.source != platform::TransferOutcome::Source::kService;
+    if (isSuccess(outcome)) return;
     fail(outcome.status ? refused(*outcome.status) : Session::kConnecting, now);
     return;
   }
@@ -55,8 +57,8 @@ void Connection::transferred(const platform::TransferOutcome& outcome, Instant n
   due_ = failures_ == 0 ? now : now + kFirstPause;
 }
 
-void Connection::tryAgain(Instant now) {
-  if (due_) due_ = now;
+void Connection::tryAgain(Instant time) {
+  if (due_ || (offline_ && !loggingIn_)) due_ = time;
 }
 
 void Connection::lackCredentials() {

@@ -20,8 +20,9 @@ class Connection {
   bool becomesReady(Instant now);
   /// How a request ended.
   void transferred(const platform::TransferOutcome& outcome, Instant now);
-  /// Where there was no answer there may be one now.
-  void tryAgain(Instant now);
+  /// The network may be back: logs in at `time` where there is no session, or one that began
+  /// without the service.
+  void tryAgain(Instant time);
   /// No manager can be made from what there is.
   void lackCredentials();
 
@@ -38,6 +39,8 @@ class Connection {
   Session session_ = Session::kConnecting;
   bool loggingIn_ = false;
   bool wasReady_ = false;
+  /// The login was answered without the service.
+  bool offline_ = false;
   Instant readySince_;
   int failures_ = 0;
 };

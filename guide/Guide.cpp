@@ -108,15 +108,15 @@ void Guide::transferred(const platform::TransferOutcome& outcome, Instant now) {
   if (outcome.endpoint.ends_with("nearest/") && nearby_.transferred(isSuccess(outcome))) {
     onChange_();
   }
-  failures_ = outcome.status ? 0 : failures_ + 1;
-  const bool isOutOfOrder = outcome.status && *outcome.status >= kServiceFault;
-  if (outcome.status || failures_ >= kFailuresOfNetwork) {
-    std::optional<TroubleKind> trouble;
-    if (!outcome.status) trouble = TroubleKind::kNoNetwork;
-    if (isOutOfOrder) trouble = TroubleKind::kService;
-    tell(troubles_.setOneOf({TroubleKind::kNoNetwork, TroubleKind::kService}, trouble, now));
-    onChange_();
-  }
+  const bool isAnswered =
+      outcome.status && outcome.source == platform::TransferOutcome::Source::kService;
+  failures_ = isAnswered ? 0 : failures_ + 1;
+  if (!isAnswered && failures_ < kFailuresOfNetwork) return;
+  std::optional<TroubleKind> trouble;
+  if (!isAnswered) trouble = TroubleKind::kNoNetwork;
+  if (isAnswered && *outcome.status >= kServiceFault) trouble = TroubleKind::kService;
+  tell(troubles_.setOneOf({TroubleKind::kNoNetwork, TroubleKind::kService}, trouble, now));
+  onChange_();
 }
 
 void Guide::radioChanged(const platform::Radio::Status& status, Instant now) {

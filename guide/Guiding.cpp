@@ -7,6 +7,7 @@
 #include <chrono>
 #include <exception>
 #include <mutex>
+#include <random>
 #include <stop_token>
 #include <string_view>
 #include <thread>
@@ -26,6 +27,8 @@
 #include "platform/json/SimdJSON.h"
 #include "platform/linux/LinuxLocationService.h"
 #include "platform/linux/NetworkWatch.h"
+#include "platform/offline/AnswerStore.h"
+#include "platform/offline/OfflineHTTPClient.h"
 #include "platform/posix/SystemRandomUUID.h"
 #include "platform/posix/UnameDeviceModel.h"
 #include "platform/replay/ReplayLocationService.h"
@@ -34,6 +37,8 @@ namespace guide {
 namespace {
 
 using platform::ReplayLocationService;
+
+constexpr Duration kSpreadOfLogins = std::chrono::seconds(10);
 
 Instant monotonicNow() { return Instant(Duration(g_get_monotonic_time())); }
 
@@ -120,13 +125,23 @@ class ThreadContext {
 struct Guiding::State final : BVManagerDelegate {
   State(Options given, Post toListener, Listener& told)
       : options(std::move(given)), post(std::move(toListener)), listener(told) {
-    platform::CurlHTTPClient::Options web;
+    platform::CurlHTTPClient::Options way;
     if (!options.connect.empty()) {
-      web.connectTo = std::string(BVNetwork::apiHost()) + ":443:" + options.connect;
+      way.connectTo = std::string(BVNetwork::apiHost()) + ":443:" + options.connect;
     }
-    web.caFile = options.ca;
-    web.onTransfer = [this](const auto& outcome) { transferred(outcome); };
-    http = std::make_shared<platform::CurlHTTPClient>(std::move(web));
+    way.caFile = options.ca;
+    web = std::make_shared<platform::CurlHTTPClient>(std::move(way));
+    http = std::make_shared<platform::OfflineHTTPClient>(platform::OfflineHTTPClient::Options{
+        .inner = web,
+        .store = std::make_shared<platform::AnswerStore>(platform::AnswerStore::Options{
+            .path = platform::AnswerStore::pathFor(options.application)}),
+        .json = std::make_shared<platform::SimdJSON>(),
+        .allowOffline = true,
+        .onTransfer = [this](const auto& outcome) { transferred(outcome); },
+        .onNetwork =
+            [this](bool isThere) {
+              if (isThere) networkIsBack();
+            }});
   }
 
   // On any thread.
@@ -164,6 +179,14 @@ struct Guiding::State final : BVManagerDelegate {
       tell([after](Listener& to, Instant time) { to.sessionChanged(after, time); });
     }
     g_main_context_wakeup(context.get());
+  }
+
+  void networkIsBack() {
+    // Everybody in reach of a network is told at once that it is back.
+    std::uniform_int_distribution<Duration::rep> within(0, kSpreadOfLogins.count());
+    std::random_device chance;
+    const Duration delay(within(chance));
+    changeSession([&](Instant time) { connection.tryAgain(time + delay); });
   }
 
   void didIsReady() override {
@@ -236,8 +259,8 @@ struct Guiding::State final : BVManagerDelegate {
                          },
                      .onNoPositions = [this](const auto& reason) { noPositions(reason); }}}));
     const platform::NetworkWatch network([this] {
-      http->networkChanged();
-      changeSession([this](Instant time) { connection.tryAgain(time); });
+      web->networkChanged();
+      networkIsBack();
     });
     while (!stop.stop_requested()) {
       tend();
@@ -316,7 +339,9 @@ struct Guiding::State final : BVManagerDelegate {
   const Post post;
   Listener& listener;
   const std::shared_ptr<GMainContext> context{g_main_context_new(), g_main_context_unref};
-  std::shared_ptr<platform::CurlHTTPClient> http;
+  std::shared_ptr<platform::CurlHTTPClient> web;
+  /// Before it, what the service answered earlier.
+  std::shared_ptr<platform::OfflineHTTPClient> http;
   const std::shared_ptr<ChosenLocation> location = std::make_shared<ChosenLocation>();
   const std::shared_ptr<ImportedPropertyList> propertyList =
       std::make_shared<ImportedPropertyList>();
@@ -353,6 +378,7 @@ Guiding::Guiding(const Options& options, Post post, Listener& listener)
 
 Guiding::~Guiding() {
   stop();
+  state_->web->shutdown();
   state_->http->shutdown();
 }
 

@@ -23,6 +23,7 @@ using namespace std::chrono_literals;
 using namespace guide;
 using guidance::Detail;
 using platform::Radio;
+using platform::TransferOutcome;
 
 Instant at(int second) { return Instant(std::chrono::seconds(second)); }
 
@@ -146,7 +147,7 @@ TEST(Guide, SaysWhatItIsAskedFor) {
 }
 
 /// What becomes wrong and right: "off", "blocked", "on" and so on of the radio; "401" and so on of a request, "lost"
-/// for one without an answer; sessions.
+/// for one without an answer, "kept" for one that the store answers; sessions.
 void happen(Walk& walk, const std::string& word) {
   static const std::map<std::string, Radio::Status> radio = {
       {"on", {.listening = true}},
@@ -171,11 +172,11 @@ void happen(Walk& walk, const std::string& word) {
   if (word == "mute" || word == "voice") return guide.speechChanged(word == "mute" ? "gone" : "", now);
   if (word == "nowhere") return guide.noPositions("off", now);
   if (word == "moved") return guide.moved({.coordinate = {}, .horizontalAccuracy = 5.0}, now);
-  guide.transferred({.endpoint = "/resolve/",
-                     .status = word == "lost" ? std::nullopt : std::optional(std::stoi(word)),
-                     .fault = {},
-                     .duration = {}},
-                    now);
+  TransferOutcome outcome;
+  outcome.endpoint = "/resolve/";
+  if (word != "lost") outcome.status = word == "kept" ? 200 : std::stoi(word);
+  if (word == "kept") outcome.source = TransferOutcome::Source::kStore;
+  guide.transferred(outcome, now);
 }
 
 TEST(Troubles, AreSaidOnceWhenTheyComeAndWhenTheyGo) {
@@ -190,6 +191,8 @@ TEST(Troubles, AreSaidOnceWhenTheyComeAndWhenTheyGo) {
       {"off on off on", "0!Bluetooth is off. Switch it on 1:" + works + " "},  // not again so soon
       {"lost 200 lost lost 401",
        "3:The network cannot be reached. Known places are still named 4:The network is back "},
+      {"200 kept kept kept 200",
+       "2:The network cannot be reached. Known places are still named 4:The network is back "},
       {"503 lost lost 200",
        "0:The network's service is out of order. It is tried again by itself 2:The network cannot be reached. Known "
        "places are still named 3:The network is back "},
@@ -301,7 +304,8 @@ TEST(Sentences, WordDistancesAndDirections) {
 }
 
 /// When a connection logs in: "5:login". What happens to it stands behind its second: "ready", or the endpoint of a
-/// request with its status, "sync=401"; "=0" for no answer.
+/// request with its status, "sync=401"; "=0" for no answer,
+/// "=kept" for one of the client's own.
 TEST(Connection, LogsInAgainWhenItMust) {
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"1:token=200 2:sync=200 3:ready", "0:login 3:ready "},
@@ -312,6 +316,7 @@ TEST(Connection, LogsInAgainWhenItMust) {
       {"1:ready 9:resolve=401 10:token=401", "0:login 1:ready 9:connecting 9:login 10:ended 15:login "},
       {"1:token=0 2:again", "0:login 2:login "},
       {"1:ready 2:again", "0:login 1:ready "},
+      {"1:token=kept 2:sync=kept 3:ready 9:again 10:token=200 11:ready 12:again", "0:login 3:ready 9:login "},
       {"0:nothing 9:again", "0:login 0:nothing "},
   };
   static const char* const sessions[] = {"connecting", "ready", "nothing", "refused", "ended"};
@@ -338,12 +343,12 @@ TEST(Connection, LogsInAgainWhenItMust) {
       } else if (event == "nothing") {
         connection.lackCredentials();
       } else {
-        const int status = std::stoi(event.substr(event.find('=') + 1));
-        connection.transferred({.endpoint = "oauth2/" + event.substr(0, event.find('=')) + "/",
-                                .status = status == 0 ? std::nullopt : std::optional(status),
-                                .fault = {},
-                                .duration = {}},
-                               at(second));
+        const std::string ending = event.substr(event.find('=') + 1);
+        TransferOutcome outcome;
+        outcome.endpoint = "oauth2/" + event.substr(0, event.find('=')) + "/";
+        if (ending != "0") outcome.status = ending == "kept" ? 200 : std::stoi(ending);
+        if (ending == "kept") outcome.source = TransferOutcome::Source::kClient;
+        connection.transferred(outcome, at(second));
       }
       if (connection.session() != before) {
         seen += std::to_string(second) + ":" + sessions[static_cast<int>(connection.session())] + " ";
