@@ -16,6 +16,7 @@ BRIVANE_EXPORT std::string realText(double value);
 
 /// What a text begins with, read as a decimal number.
 struct LeadingReal {
+  /// The number; 0 when the text begins with none.
   double value = 0.0;
   /// Characters that the number takes; 0 when the text begins with none.
   std::size_t length = 0;

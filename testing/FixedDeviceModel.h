@@ -12,6 +12,7 @@ namespace brivane::testing {
 /// A device of the kind that a test says.
 class BRIVANE_EXPORT FixedDeviceModel final : public platform::DeviceModel {
  public:
+  /// A device that tells `model`.
   explicit FixedDeviceModel(std::string model) : model_(std::move(model)) {}
 
   std::string model() const override { return model_; }

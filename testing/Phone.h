@@ -53,12 +53,19 @@ class BRIVANE_EXPORT Phone {
 
   /// Requests, the library's log, and what else a test gives it to.
   const std::shared_ptr<Journal> journal;
+  /// Its network; what it answers beyond login and sync, the test scripts.
   const std::shared_ptr<ScriptedHTTPClient> http;
+  /// What the application keeps; empty at first.
   const std::shared_ptr<MemoryPreferences> preferences;
+  /// The application's property list, complete at first.
   const std::shared_ptr<FixedPropertyList> propertyList;
+  /// Its event loop and its clock, which `advance` runs.
   const std::shared_ptr<VirtualLoop> loop;
+  /// Its Bluetooth, for a test that takes it away.
   VirtualRadio radio;
+  /// Its positions, for a test that moves the device or has the user deny them.
   VirtualPositions positions;
+  /// Its location service, over the three above.
   const std::shared_ptr<platform::LiveLocationService> location;
 };
 

@@ -19,7 +19,9 @@ namespace brivane::testing {
 /// with the strength of each beacon, "at" for positions, and an error as it is.
 class BRIVANE_EXPORT RecordingLocationDelegate final : public platform::CLLocationManagerDelegate {
  public:
+  /// Short for the names in the calls.
   using Manager = platform::CLLocationManager;
+  /// Likewise.
   using Region = platform::CLBeaconRegion;
 
   /// Each line goes into `journal`, unless that is null.

@@ -31,6 +31,7 @@ class BRIVANE_EXPORT RecordingManagerDelegate final : public BVManagerDelegate {
   /// does then. Set before the delegate is given to a manager.
   void onCall(std::function<void(const std::string& line)> react);
 
+  /// Whether `didIsReady` came.
   bool isReady() const;
   /// All that was matched, in order; null where a null record was handed on.
   std::vector<std::shared_ptr<const BVAPIResolve>> matches() const;

@@ -25,6 +25,7 @@ class BRIVANE_EXPORT ScriptedHTTPClient final : public platform::HTTPClient {
   struct Reply {
     /// Absent: the transport failed, and then there is no status either.
     std::optional<std::string> body;
+    /// HTTP status of the reply.
     int status = 200;
   };
   /// Makes the reply to a request; called where the completion is.
@@ -45,6 +46,7 @@ class BRIVANE_EXPORT ScriptedHTTPClient final : public platform::HTTPClient {
   /// those that wait already. Replaces what was scripted for that ending; of several endings that
   /// fit, the one scripted first counts.
   void script(const std::string& ending, Answer answer);
+  /// The same with one reply for all.
   void script(const std::string& ending, Reply reply);
 
   /// Answers the requests that are scripted, the oldest first, and those that are made meanwhile,

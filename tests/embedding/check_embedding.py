@@ -1,20 +1,21 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Installs a build into a clean prefix and builds against that alone, as a host does: the smallest host, which it runs
-against the development service, the tests of a host, which it runs too, and every snippet of the documents.
+"""Installs a build into a clean prefix and builds against that alone, as a host does: the snippets of the documents, and
+the examples by the commands of their documents, which run them too.
 
 usage: check_embedding.py BUILD_FOLDER SOURCE_FOLDER COMPILER FLAGS
 """
 import os
 import pathlib
 import re
-import shutil
+import signal
 import subprocess
 import sys
 import tempfile
 import unittest
 
 BUILD, SOURCE, COMPILER, FLAGS = sys.argv[1], pathlib.Path(sys.argv[2]), sys.argv[3], sys.argv[4]
-sys.path.insert(0, str(SOURCE / "tests/support"))
+sys.path[:0] = [str(SOURCE / "tests/support"), str(SOURCE / "tests/embedding")]
+from documents import blocks, file_of, follow, lay_out  # noqa: E402
 from programs import start_service  # noqa: E402
 
 WALKS = SOURCE / "walks"
@@ -29,15 +30,17 @@ void say(const std::string& text);
 """
 
 
+DOCUMENTS = sorted([*SOURCE.glob("*.md"), *(SOURCE / "docs").glob("*.md")])
+
+
 def run(*command, **options):
     done = subprocess.run(command, capture_output=True, text=True, **options)
     assert done.returncode == 0, f"{done.stdout}\n{done.stderr}"
 
 
 def snippets(language):
-    documents = sorted([*SOURCE.glob("*.md"), *(SOURCE / "docs").glob("*.md")])
-    return [snippet for document in documents
-            for snippet in re.findall(rf"^```{language}\n(.*?)^```$", document.read_text(), re.MULTILINE | re.DOTALL)]
+    """Those that are no whole file."""
+    return [block for document in DOCUMENTS for block in blocks(document, language) if not file_of(block)]
 
 
 def as_source(snippet):
@@ -54,50 +57,64 @@ class Embedding(unittest.TestCase):
         cls.addClassCleanup(folder.cleanup)
         cls.folder = pathlib.Path(folder.name)
         run("cmake", "--install", BUILD, "--prefix", cls.folder / "prefix")
-        for example in "minimal", "testing", "c":
-            shutil.copytree(SOURCE / "examples" / example, cls.folder / example)
+        cls.environment = {**os.environ, "CXX": COMPILER, "CXXFLAGS": FLAGS, "CMAKE_GENERATOR": "Ninja",
+                           "CMAKE_PREFIX_PATH": str(cls.folder / "prefix"), "XDG_CONFIG_HOME": str(cls.folder),
+                           "PATH": f"{cls.folder}/prefix/bin:{os.environ['PATH']}"}
+
+    def build(self, name, *lines):
+        (self.folder / "CMakeLists.txt").write_text("\n".join(lines))
+        run("cmake", "-S", self.folder, "-B", self.folder / name, env=self.environment)
+        run("cmake", "--build", self.folder / name, env=self.environment)
+
+    def test_every_snippet_compiles(self):
         sources = [as_source(snippet) for snippet in snippets("cpp")]
-        assert len(sources) > 1
+        self.assertGreater(len(sources), 1)
         for number, source in enumerate(sources):
-            (cls.folder / f"snippet{number}.cpp").write_text(source)
-        lines = ["cmake_minimum_required(VERSION 3.25)", "project(host LANGUAGES C CXX)",
-                 "add_subdirectory(minimal)", "add_subdirectory(testing)", "add_subdirectory(c)"]
+            (self.folder / f"snippet{number}.cpp").write_text(source)
+        files = " ".join(f"snippet{i}.cpp" for i in range(len(sources)))
+        lines = ["cmake_minimum_required(VERSION 3.25)", "project(host LANGUAGES C CXX)", "find_package(PkgConfig)",
+                 "pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0)", "link_libraries(PkgConfig::GLIB)"]
         for number, snippet in enumerate(snippets("cmake")):
-            files = " ".join(f"snippet{i}.cpp" for i in range(len(sources)))
             lines += [f"add_library(app{number} OBJECT {files})", re.sub(r"\bapp\b", f"app{number}", snippet)]
-        (cls.folder / "CMakeLists.txt").write_text("\n".join(lines))
-        run("cmake", "-S", cls.folder, "-B", cls.folder / "build", "-G", "Ninja",
-            f"-DCMAKE_PREFIX_PATH={cls.folder}/prefix", f"-DCMAKE_CXX_COMPILER={COMPILER}",
-            f"-DCMAKE_CXX_FLAGS={FLAGS}")
+        self.build("snippets", *lines)
 
-    def minimal(self, capture, info, address, certificate):
-        return subprocess.run([self.folder / "build/minimal/minimal", capture, info, address, certificate], timeout=60,
-                              capture_output=True, text=True, env={**os.environ, "XDG_CONFIG_HOME": str(self.folder)})
-
-    def test_every_snippet_compiles_and_the_examples_run(self):
-        run("cmake", "--build", self.folder / "build")
-        run(self.folder / "build/testing/host-test")
-        reach = start_service(self, self.folder / "prefix/bin/brivane-service", WALKS, "--state", self.folder)
-        walk = WALKS / "old-town.btsnoop"
-        info, address, certificate = reach[1::2]
-        said = self.minimal(walk, info, address, certificate)
-        self.assertEqual((said.returncode, said.stderr), (0, ""))
-        self.assertEqual(set(said.stdout.splitlines()), {"Puerta del Río", "Panadería La Espiga"})
-        said = subprocess.run([self.folder / "build/c/walk", walk, info, "127.0.0.1:1", certificate], timeout=60,
-                              capture_output=True, text=True, env={**os.environ, "XDG_CONFIG_HOME": str(self.folder)})
-        self.assertEqual((said.returncode, said.stdout), (1, ""))
-        self.assertRegex(said.stderr, r"\Awalk: the service: .*127.0.0.1 port 1 ")
+    def test_every_document_holds_and_its_programs_tell_what_is_wrong(self):
+        reader = self.folder / "reader"
+        reader.mkdir()
+        lay_out(reader, SOURCE / "examples", WALKS)
+        has_java = (self.folder / "prefix/share/java/brivane.jar").exists()
+        for document in [*(SOURCE / "examples").glob("*/README.md"), SOURCE / "docs/getting-started.md"]:
+            if has_java or document.parent.name != "java":
+                follow(document, reader, self.environment)
+        info, address, certificate = start_service(
+            self, self.folder / "prefix/bin/brivane-service", WALKS, "--state", self.folder)[1::2]
         stranger = self.folder / "stranger.plist"
         stranger.write_text(pathlib.Path(info).read_text().replace("dev-key", "other"))
-        for arguments, status, complaint in [
-            ((walk, info, "127.0.0.1:1", certificate), 1, "minimal: the service: .*127.0.0.1 port 1 "),
-            ((walk, stranger, address, certificate), 1, "minimal: the service: status 401\n"),
-            (("none", info, address, certificate), 2, "minimal: none: "),
-            ((walk, "none", address, certificate), 2, "minimal: none: "),
+        walk, nobody = WALKS / "old-town.btsnoop", "127.0.0.1:1"
+        for program, arguments, status, complaint in [
+            ("c/walk", (walk, info, nobody, certificate), 1, "the service: .*127.0.0.1 port 1 "),
+            ("own-services/own-services", (walk, "none", address, certificate), 2, "none: "),
+            ("replay/replay", (walk, info, nobody, certificate), 1, "the service: .*127.0.0.1 port 1 "),
+            ("replay/replay", (walk, stranger, address, certificate), 1, "the service: status 401\n"),
+            ("replay/replay", ("none", info, address, certificate), 2, "none: "),
+            ("replay/replay", (walk, "none", address, certificate), 2, "none: "),
+            ("live/live", ("none",), 2, "none: "),
         ]:
-            said = self.minimal(*arguments)
+            said = subprocess.run([reader / "build" / program, *arguments], timeout=60, capture_output=True, text=True,
+                                  env=self.environment)
             self.assertEqual((said.returncode, said.stdout), (status, ""), said)
-            self.assertRegex(said.stderr, rf"\A{complaint}")
+            self.assertRegex(said.stderr, rf"\A{program.split('/')[1]}: {complaint}")
+        self.assertEqual(self.of_a_radio_that_is_not_there([reader / "build/live/live", info, address, certificate]),
+                         "live: the system bus cannot be reached; start it (systemctl start dbus)\n")
+
+    def of_a_radio_that_is_not_there(self, command):
+        """The first line that a live host says, which an interrupt ends."""
+        with subprocess.Popen(command, stderr=subprocess.PIPE, text=True,
+                              env={**self.environment, "DBUS_SYSTEM_BUS_ADDRESS": "unix:path=/none"}) as host:
+            line = host.stderr.readline()
+            host.send_signal(signal.SIGINT)
+            self.assertEqual(host.wait(60), 0)
+        return line
 
 
 unittest.main(argv=[sys.argv[0]])

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The smallest host: names the places of a recorded walk.
+// The smallest host without a radio: names the places of a recorded walk.
 //
-// usage: minimal CAPTURE.btsnoop INFO.plist HOST:PORT CA.pem
+// usage: replay CAPTURE.btsnoop INFO.plist HOST:PORT CA.pem
 
 #include <BrivaneSDK/BrivaneSDK.h>
 #include <platform/curl/CurlHTTPClient.h>
@@ -33,13 +33,13 @@ class Host : public BVManagerDelegate {
     if (outcome.status.value_or(0) == 200) return;
     const std::string fault =
         outcome.status ? "status " + std::to_string(*outcome.status) : outcome.fault;
-    std::fprintf(stderr, "minimal: the service: %s\n", fault.c_str());
+    std::fprintf(stderr, "replay: the service: %s\n", fault.c_str());
     settle(false);
   }
 
   void didIsReady() override { settle(true); }
   void didErrorFound(const std::shared_ptr<const BVError>& error) override {
-    std::fprintf(stderr, "minimal: %s\n",
+    std::fprintf(stderr, "replay: %s\n",
                  error->errorString().value_or("positions are off").c_str());
   }
   void didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) override {
@@ -72,7 +72,7 @@ int walk(const char* capture, const char* info, const std::string& address,
   platform::install({.http = http,
                      .json = std::make_shared<platform::SimdJSON>(),
                      .preferences = std::make_shared<platform::KeyFilePreferences>(
-                         platform::KeyFilePreferences::pathFor("org.example.minimal")),
+                         platform::KeyFilePreferences::pathFor("org.example.replay")),
                      .propertyList = std::make_shared<platform::PlistPropertyList>(info),
                      .location = location,
                      .deviceModel = std::make_shared<platform::UnameDeviceModel>(),
@@ -82,7 +82,7 @@ int walk(const char* capture, const char* info, const std::string& address,
   const bool isIn = ready.wait_for(30s) == std::future_status::ready && ready.get();
   if (isIn) {
     manager->startDetection();
-    location->run(20s);
+    location->run();
     manager->stopDetection();
   }
   http->shutdown();
@@ -91,13 +91,13 @@ int walk(const char* capture, const char* info, const std::string& address,
 
 int main(int argc, char** argv) {
   if (argc != 5) {
-    std::fprintf(stderr, "usage: minimal CAPTURE.btsnoop INFO.plist HOST:PORT CA.pem\n");
+    std::fprintf(stderr, "usage: replay CAPTURE.btsnoop INFO.plist HOST:PORT CA.pem\n");
     return 2;
   }
   try {
     return walk(argv[1], argv[2], argv[3], argv[4]);
   } catch (const std::exception& fault) {  // a file that cannot be read, or lacks the credentials
-    std::fprintf(stderr, "minimal: %s\n", fault.what());
+    std::fprintf(stderr, "replay: %s\n", fault.what());
     return 2;
   }
 }
