@@ -16,9 +16,8 @@ namespace brivane::testing {
 
 /// What platform/JSON.h promises. `Adapter` is a platform::JSON that can be made without arguments:
 ///
+///   using namespace brivane::testing;
 ///   INSTANTIATE_TYPED_TEST_SUITE_P(Simd, JSONContract, platform::SimdJSON);
-///
-/// stands in namespace brivane::testing, as with every contract.
 template <typename Adapter>
 class JSONContract : public ::testing::Test {
  protected:

@@ -41,15 +41,8 @@ class Outcomes {
   std::vector<std::string> texts_;
 };
 
-class Curl : public testing::Test {
- protected:
-  static HTTPRequest request(const std::string& path = "/", const std::string& authority = kHost) {
-    return {.url = "https://" + authority + path,
-            .method = "POST",
-            .headers = {{"Authorization", "Bearer secret"}, {"Content-Length", "3"}},
-            .body = "a=b"};
-  }
-
+/// What it takes to reach a server.
+struct Reach {
   /// A client whose requests go to `server`, and which trusts `trusted`, or else `certificate`.
   std::unique_ptr<CurlHTTPClient> client(const TLSServer& server, const service::Certificate* trusted = nullptr) {
     return std::make_unique<CurlHTTPClient>(
@@ -57,6 +50,20 @@ class Curl : public testing::Test {
                                 .caFile = folder.write("ca.pem", (trusted ? *trusted : certificate).certificatePEM),
                                 .maxReplyBytes = 1000,
                                 .onTransfer = [this](const auto& transfer) { told.push_back(transfer); }});
+  }
+
+  const TemporaryFolder folder;
+  const service::Certificate certificate = service::makeCertificate(kHost, -1h, 1h);
+  std::vector<platform::TransferOutcome> told;
+};
+
+class Curl : public testing::Test, protected Reach {
+ protected:
+  static HTTPRequest request(const std::string& path = "/", const std::string& authority = kHost) {
+    return {.url = "https://" + authority + path,
+            .method = "POST",
+            .headers = {{"Authorization", "Bearer secret"}, {"Content-Length", "3"}},
+            .body = "a=b"};
   }
 
   /// The outcome of one request, which ends the client.
@@ -67,8 +74,4 @@ class Curl : public testing::Test {
     client.shutdown();  // or a second call could still come
     return outcomes.texts().size() == 1 ? outcomes.texts()[0] : "not one";
   }
-
-  const TemporaryFolder folder;
-  const service::Certificate certificate = service::makeCertificate(kHost, -1h, 1h);
-  std::vector<platform::TransferOutcome> told;
 };

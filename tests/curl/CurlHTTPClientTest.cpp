@@ -13,12 +13,8 @@
 namespace {
 
 /// What the contract asks of a server.
-struct Loopback {
-  std::shared_ptr<platform::HTTPClient> create() const {
-    return std::make_shared<CurlHTTPClient>(
-        CurlHTTPClient::Options{.connectTo = std::string(kHost) + ":443:127.0.0.1:" + std::to_string(server.port()),
-                                .caFile = folder.write("ca.pem", certificate.certificatePEM)});
-  }
+struct Loopback : Reach {
+  std::shared_ptr<platform::HTTPClient> create() { return client(server); }
   static std::string url(const std::string& path) { return "https://" + std::string(kHost) + path; }
   static void waitUntil(const std::function<bool()>& done) {
     while (!done()) std::this_thread::sleep_for(1ms);
@@ -38,10 +34,10 @@ struct Loopback {
     }
   }
 
-  const TemporaryFolder folder;
-  const service::Certificate certificate = service::makeCertificate(kHost, -1h, 1h);
   const TLSServer server{certificate, serve};
 };
+using namespace brivane::testing;
+INSTANTIATE_TYPED_TEST_SUITE_P(Curl, HTTPClientContract, Loopback);
 
 TEST_F(Curl, WritesTheRequestByteForByte) {
   std::vector<std::string> requests;
@@ -147,23 +143,6 @@ TEST_F(Curl, TransfersGoOnWhileACallbackBlocksOrThrows) {
   EXPECT_EQ(outcomes.wait(10).size(), 10U);
 }
 
-TEST_F(Curl, ShutdownEndsAllAndCallsNothingLater) {
-  std::atomic<bool> underWay = false;
-  const TLSServer silent(certificate, [&](TLSConnection& connection) {
-    for (; !connection.readRequest().empty(); underWay.notify_all()) underWay = true;
-  });
-  const auto stuck = client(silent);
-  Outcomes outcomes;
-  // Some wait for an answer at the end, the others for their turn.
-  for (int i = 0; i < 20; ++i) stuck->execute(request(), outcomes.next());
-  underWay.wait(false);
-  stuck->shutdown();
-  EXPECT_EQ(outcomes.texts(), std::vector<std::string>(20, "none"));
-  stuck->execute(request(), outcomes.next());
-  stuck->shutdown();
-  EXPECT_EQ(outcomes.texts().size(), 20U);
-}
-
 TEST_F(Curl, MayBeShutDownOrDestroyedInsideACallback) {
   const TLSServer server(certificate, TLSServer::answering(TLSServer::reply("{}")));
   for (const bool destroy : {false, true}) {
@@ -176,6 +155,10 @@ TEST_F(Curl, MayBeShutDownOrDestroyedInsideACallback) {
       outcomes->next()({}, "ended");
     });
     EXPECT_EQ(outcomes->wait(6).back(), "ended");
+    if (!last) continue;
+    last->execute(request(), outcomes->next());  // dropped
+    last->shutdown();
+    EXPECT_EQ(outcomes->texts().size(), 6U);
   }
 }
 
@@ -210,7 +193,3 @@ TEST_F(Curl, ExitsCleanlyWithRequestsInFlightAndAfterOneThatCouldNotBeMade) {
 }
 
 }  // namespace
-
-namespace brivane::testing {
-INSTANTIATE_TYPED_TEST_SUITE_P(Curl, HTTPClientContract, Loopback);
-}  // namespace brivane::testing

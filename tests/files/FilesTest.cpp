@@ -31,12 +31,16 @@ std::string refusal(const std::string& path) try {
   return fault.what();
 }
 
+using namespace brivane::testing;
+
 struct KeyFile {
   std::shared_ptr<platform::Preferences> open() const {
     return std::make_shared<KeyFilePreferences>(folder.path() / "new" / "brivane" / "preferences");
   }
   const TemporaryFolder folder;
 };
+
+INSTANTIATE_TYPED_TEST_SUITE_P(KeyFile, PreferencesContract, KeyFile);
 
 TEST(Preferences, KeepTextsForOthersAndForNobodyElse) {
   const KeyFile file;
@@ -121,6 +125,9 @@ struct PlistFile {
   const TemporaryFolder folder;
 };
 
+using Plists = testing::Types<PlistFile<false>, PlistFile<true>>;
+INSTANTIATE_TYPED_TEST_SUITE_P(Plist, PropertyListContract, Plists);
+
 TEST(PropertyList, NamesWhatIsNone) {
   const TemporaryFolder folder;
   const auto nested = [](int depth) {
@@ -162,9 +169,3 @@ TEST(ErrorLog, WritesOneLineALine) {
 }
 
 }  // namespace
-
-namespace brivane::testing {
-INSTANTIATE_TYPED_TEST_SUITE_P(KeyFile, PreferencesContract, KeyFile);
-using Plists = ::testing::Types<PlistFile<false>, PlistFile<true>>;
-INSTANTIATE_TYPED_TEST_SUITE_P(Plist, PropertyListContract, Plists);
-}  // namespace brivane::testing

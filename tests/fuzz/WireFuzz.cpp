@@ -10,14 +10,9 @@
 namespace {
 
 /// With the log, which has texts of its own to make of what comes.
-brivane::testing::Phone& phone() {
-  static const auto only = [] {
-    auto made = std::make_unique<brivane::testing::Phone>();
-    platform::install(made->services(std::make_shared<platform::SimdJSON>()));
-    return made;
-  }();
-  return *only;
-}
+struct FuzzedPhone : brivane::testing::Phone {
+  FuzzedPhone() { platform::install(services(std::make_shared<platform::SimdJSON>())); }
+} phone;
 
 /// A reply becomes a whole record, none, or a fault that says so.
 template <typename Record>
@@ -44,8 +39,8 @@ void readAndWrite(std::string text) {
 /// Whatever a host's texts are, the body of a request is ASCII and as long as the request says.
 void request(const std::string& text) {
   BVAPI::init()->request_withData_withCallback("sync/", {{"value", text}}, [](const auto&, const auto&) {});
-  phone().http->reply({});
-  const platform::HTTPRequest sent = phone().http->takeRequests().back();
+  phone.http->reply({});
+  const platform::HTTPRequest sent = phone.http->takeRequests().back();
   const auto isASCII = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
   require(std::ranges::all_of(sent.body, isASCII));
   require(sent.headers.back().second == std::to_string(sent.body.size()));
@@ -55,7 +50,6 @@ void request(const std::string& text) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  phone();
   const std::string text(reinterpret_cast<const char*>(data), size);
   parse<BVAPILogin>(text);
   parse<BVAPISync>(text);
@@ -65,6 +59,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   require(!resolve || resolve->waybeacon());
   readAndWrite(text);
   request(text);
-  phone().journal->take();
+  phone.journal->take();
   return 0;
 }

@@ -6,15 +6,12 @@
 #include "platform/json/SimdJSON.h"
 #include "testing/contracts/JSONContract.h"
 
-namespace brivane::testing {
-INSTANTIATE_TYPED_TEST_SUITE_P(Simd, JSONContract, platform::SimdJSON);
-}  // namespace brivane::testing
-
 namespace {
 
-using platform::JSONError;
-using platform::JSONValue;
-using platform::SimdJSON;
+using namespace brivane::testing;
+using namespace platform;
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Simd, JSONContract, SimdJSON);
 
 /// A list of so many zeros and one more.
 std::string many(int zeros) {

@@ -20,25 +20,18 @@
 #include "tests/support/OwnContext.h"
 #include "tests/support/TemporaryFolder.h"
 
-namespace brivane::testing {
 namespace {
 
+using namespace std::chrono_literals;
+using namespace brivane::testing;
+using namespace platform;
+
 struct GLib {
-  static std::shared_ptr<platform::EventLoop> loop() {
-    return std::make_shared<platform::MainContext>(platform::MainContext::ofThisThread());
-  }
+  static std::shared_ptr<EventLoop> loop() { return std::make_shared<MainContext>(MainContext::ofThisThread()); }
   void runUntil(const std::function<bool()>& done) const { context.runUntil(done); }
   const OwnContext context;
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(GLib, EventLoopContract, GLib);
-
-}  // namespace
-}  // namespace brivane::testing
-
-namespace {
-
-using namespace std::chrono_literals;
-using namespace platform;
 
 Variant parse(const std::string& text) { return Variant(g_variant_ref_sink(g_variant_new_parsed(text.c_str()))); }
 

@@ -27,6 +27,7 @@
 #include "platform/location/LocationCore.h"
 #include "testing/BeaconFrame.h"
 #include "testing/BeginAnew.h"
+#include "testing/RecordingManagerDelegate.h"
 #include "tests/support/Town.h"
 
 namespace {
@@ -73,23 +74,7 @@ class Phone {
   std::thread radio_;
 };
 
-/// A host that does one thing with every call that it gets.
-class Host final : public BVManagerDelegate {
- public:
-  enum Call { kReady, kMatch, kOther };
-
-  explicit Host(std::function<void(Call)> onCall) : onCall_(std::move(onCall)) {}
-
- private:
-  void didIsReady() override { onCall_(kReady); }
-  void didErrorFound(const std::shared_ptr<const BVError>& /*error*/) override { onCall_(kOther); }
-  void didBVMatch(const std::shared_ptr<const BVAPIResolve>& /*match*/) override { onCall_(kMatch); }
-  void didNearestWaybeacons(const std::shared_ptr<const BVWaybeaconDistance::List>& /*places*/) override {
-    onCall_(kOther);
-  }
-
-  const std::function<void(Call)> onCall_;
-};
+using Host = brivane::testing::RecordingManagerDelegate;
 
 /// Hosts that do on any thread, and inside any call, whatever comes to their mind with managers that they share.
 class WildHosts {
@@ -140,11 +125,13 @@ class WildHosts {
   }
 
   std::shared_ptr<Host> makeHost() {
-    return std::make_shared<Host>([this](auto) {
+    auto host = std::make_shared<Host>();
+    host->onCall([this](auto&) {
       // Seldom something that makes more calls, or they would never end.
       const unsigned call = calls_++;
       if (call % 8 == 0 && !gone_) act(call / 8 * 2654435761U);
     });
+    return host;
   }
 
   std::mutex mutex_;
@@ -158,15 +145,11 @@ void expectThatANewHostFares(Town& town, const Phone& phone, WildHosts& wild) {
   wild.leave();
   ASSERT_TRUE(phone.rest());
   town.recover();
-  const auto called = std::make_shared<std::array<std::atomic<bool>, 2>>();
-  const auto manager = BVManager::initWithDelegate(std::make_shared<Host>([called](Host::Call call) {
-    if (call == Host::kOther) return;
-    called->at(call) = true;
-    called->at(call).notify_all();
-  }));
-  called->at(Host::kReady).wait(false);
+  const auto host = std::make_shared<Host>();
+  const auto manager = BVManager::initWithDelegate(host);
+  while (!host->isReady()) std::this_thread::sleep_for(1ms);
   ASSERT_TRUE(manager->startDetection());
-  called->at(Host::kMatch).wait(false);
+  while (host->matches().empty()) std::this_thread::sleep_for(1ms);
 }
 
 TEST(Stress, HostsMayDoAnythingOnAnyThread) {

@@ -9,10 +9,8 @@
 #include <csignal>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -23,6 +21,7 @@
 #include "platform/posix/SystemRandomUUID.h"
 #include "platform/posix/UnameDeviceModel.h"
 #include "service/Service.h"
+#include "testing/FixedPropertyList.h"
 #include "tests/support/Street.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -70,20 +69,16 @@ class Town {
     return {.http = std::move(http),
             .json = std::make_shared<platform::SimdJSON>(),
             .preferences = std::make_shared<platform::KeyFilePreferences>(file("preferences")),
-            .propertyList = std::make_shared<Credentials>(),
+            .propertyList = std::make_shared<brivane::testing::FixedPropertyList>(
+                brivane::testing::FixedPropertyList::Entries{{"BrivaneAPIKey", "dev-key"},
+                                                             {"BrivaneAPISecret", "dev-secret"},
+                                                             {"NSLocationAlwaysUsageDescription", "To name doors."}}),
             .location = std::move(location),
             .deviceModel = std::make_shared<platform::UnameDeviceModel>(),
             .randomUUID = std::make_shared<platform::SystemRandomUUID>()};
   }
 
  private:
-  struct Credentials final : platform::PropertyList {
-    std::optional<std::string> objectForInfoDictionaryKey(std::string_view key) const override {
-      if (key == "BrivaneAPIKey") return "dev-key";
-      return key == "BrivaneAPISecret" ? "dev-secret" : "To name doors.";
-    }
-  };
-
   [[noreturn]] void serve(const std::vector<std::string>& faults, int parent) const {
     service::Service::Options options;
     options.certificate = certificate_;

@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // What hosts test with keeps the contracts that the real adapters keep.
-#include <algorithm>
-
-#include "platform/location/LocationCore.h"
 #include "testing/Phone.h"
 #include "testing/contracts/EventLoopContract.h"
 #include "testing/contracts/HTTPClientContract.h"
@@ -12,10 +9,10 @@
 #include "testing/contracts/PropertyListContract.h"
 #include "testing/contracts/RadioContract.h"
 
-namespace brivane::testing {
 namespace {
 
 using namespace std::chrono_literals;
+using namespace brivane::testing;
 
 struct Scripted {
   std::shared_ptr<platform::HTTPClient> create() {
@@ -84,20 +81,6 @@ struct OnAPhone {
   void pass(platform::Duration time, const std::vector<platform::Advertisement>& onAir) { phone.advance(time, onAir); }
   Phone phone;
 };
-struct Fed {
-  std::shared_ptr<platform::LocationService> service() const { return core; }
-  void pass(platform::Duration time, const std::vector<platform::Advertisement>& onAir) {
-    for (const auto end = now + time; now < end; core->advance(now += 100ms)) {
-      core->advance(now);
-      for (const auto& each : onAir) core->hear(each, now);
-    }
-  }
-  platform::Instant now{};
-  const std::shared_ptr<platform::LocationCore> core = std::make_shared<platform::LocationCore>(
-      platform::LocationCore::Options{.permission = platform::alwaysPermitted});
-};
-using Services = ::testing::Types<OnAPhone, Fed>;
-INSTANTIATE_TYPED_TEST_SUITE_P(InVirtualTime, LocationServiceContract, Services);
+INSTANTIATE_TYPED_TEST_SUITE_P(Phone, LocationServiceContract, OnAPhone);
 
 }  // namespace
-}  // namespace brivane::testing
