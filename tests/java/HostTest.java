@@ -148,6 +148,11 @@ final class HostTest implements LiveLocation.Host, HTTPClient {
     usage = "¿Dónde? 😀";
   }
 
+  private void logInAsStranger() throws Exception {
+    BVManager.create(null, "dev-key", "other").close();
+    await(() -> logged.contains("DATA: {\"error\":\"invalid_client\"}"));
+  }
+
   private void walk(List<Capture.Frame> frames) throws Exception {
     Thrower delegate = new Thrower();
     BVManager manager = BVManager.create(delegate);
@@ -231,6 +236,7 @@ final class HostTest implements LiveLocation.Host, HTTPClient {
   public static void main(String[] arguments) throws Exception {
     HostTest test = new HostTest();
     test.install(arguments[1], new File(arguments[2]), new File(arguments[3]));
+    test.logInAsStranger();
     test.walk(Capture.read(new File(arguments[0])));
     test.collectUnderRequest();
     test.createMany();

@@ -15,14 +15,19 @@ from programs import start_service  # noqa: E402
 
 
 class Java(unittest.TestCase):
-    def test_a_host_in_java(self):
+    def run_host(self, *arguments):
+        said = subprocess.run([JAVA, "-Xcheck:jni", "-Xms64m", "-Xmx64m", "-XX:+AlwaysPreTouch", "-cp", CLASSPATH,
+                               f"-Djava.library.path={LIBRARY}", *arguments], capture_output=True, text=True)
+        self.assertEqual((said.returncode, said.stdout, said.stderr), (0, "", ""))
+
+    def test_a_host_that_feeds_live_listening(self):
         walks = pathlib.Path(SOURCE, "walks")
         with tempfile.TemporaryDirectory() as folder:
             reach = start_service(self, SERVICE, walks, "--state", folder)
-            said = subprocess.run([JAVA, "-Xcheck:jni", "-Xms64m", "-Xmx64m", "-XX:+AlwaysPreTouch", "-ea", "-cp",
-                                   CLASSPATH, f"-Djava.library.path={LIBRARY}", "HostTest", walks / "old-town.btsnoop",
-                                   *reach[3::2], folder + "/new/preferences"], capture_output=True, text=True)
-        self.assertEqual((said.returncode, said.stdout, said.stderr), (0, "", ""))
+            self.run_host("HostTest", walks / "old-town.btsnoop", *reach[3::2], folder + "/new/preferences")
+
+    def test_a_host_with_a_location_service_of_its_own(self):
+        self.run_host("OwnLocationTest")
 
 
 unittest.main(argv=[sys.argv[0]])
