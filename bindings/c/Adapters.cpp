@@ -73,19 +73,19 @@ brivane_adapters* brivane_adapters_create(const brivane_adapters_options* option
                                           brivane_failure* failure) {
   brivane_adapters* made = nullptr;
   guarded(failure, [&] {
-    require(options != nullptr, "options");
-    require(options->info != nullptr, "info");
-    require(options->application != nullptr, "application");
+    const brivane_adapters_options& wanted = required(options, "options");
+    require(wanted.info != nullptr, "info");
+    require(wanted.application != nullptr, "application");
     auto all = std::make_unique<Adapters>();
-    if (options->log) all->services.log = std::make_shared<platform::StandardErrorLog>();
-    all->services.propertyList = std::make_shared<platform::PlistPropertyList>(options->info);
+    if (wanted.log) all->services.log = std::make_shared<platform::StandardErrorLog>();
+    all->services.propertyList = std::make_shared<platform::PlistPropertyList>(wanted.info);
     all->services.preferences = std::make_shared<platform::KeyFilePreferences>(
-        platform::KeyFilePreferences::pathFor(options->application));
-    all->services.http = all->curl = curlClient(*options, all->services.log);
-    if (options->capture) {
-      all->services.location = all->replay = recording(*options);
+        platform::KeyFilePreferences::pathFor(wanted.application));
+    all->services.http = all->curl = curlClient(wanted, all->services.log);
+    if (wanted.capture) {
+      all->services.location = all->replay = recording(wanted);
     } else {
-      all->services.location = listening(*options, all->services.log);
+      all->services.location = listening(wanted, all->services.log);
       all->network.emplace([curl = all->curl.get()] { curl->networkChanged(); });
     }
     made = all.release();

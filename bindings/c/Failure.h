@@ -19,6 +19,13 @@ void logException();
 /// Throws std::invalid_argument, which says what is missing, unless something is there.
 void require(bool present, const char* what);
 
+/// The same; what is there.
+template <typename Type>
+const Type& required(const Type* given, const char* what) {
+  require(given != nullptr, what);
+  return *given;
+}
+
 /// Calls what may throw: nothing leaves it.
 template <typename Call>
 brivane_status guarded(brivane_failure* failure, const Call& call) {

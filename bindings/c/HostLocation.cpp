@@ -41,7 +41,7 @@ class HostLocationManager final : public CLLocationManager {
  public:
   static std::shared_ptr<HostLocationManager> create(const brivane_location& table) {
     auto reporting = std::make_shared<Reporting>();
-    const std::shared_ptr<HostLocationManager> made(new HostLocationManager(table, reporting));
+    std::shared_ptr<HostLocationManager> made(new HostLocationManager(table, reporting));
     {
       const platform::MutexLock lock(reporting->mutex);
       reporting->manager = made;

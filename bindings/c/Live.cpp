@@ -73,6 +73,7 @@ class HostRadio final : public Radio {
     std::vector<std::string> texts;
     for (const auto& network : wanted.networks) texts.push_back(network.UUIDString());
     std::vector<const char*> networks;
+    networks.reserve(texts.size());
     for (const auto& text : texts) networks.push_back(text.c_str());
     const brivane_wanted plain = {.networks = networks.data(),
                                   .network_count = networks.size(),
@@ -160,8 +161,8 @@ brivane_live* brivane_live_create(const brivane_live_host* host, const brivane_o
                                   brivane_failure* failure) {
   brivane_live* made = nullptr;
   guarded(failure, [&] {
-    require(host != nullptr && host->wake != nullptr, "wake");
-    auto fed = std::make_unique<Fed>(*host);
+    auto fed = std::make_unique<Fed>(required(host, "host"));
+    require(host->wake != nullptr, "wake");
     fed->service =
         std::make_shared<platform::LiveLocationService>(sourcesOf(fed->live), observedBy(observer));
     made = fed.release();

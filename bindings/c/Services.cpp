@@ -129,10 +129,7 @@ void brivane_text_set(brivane_text* to, const char* text) {
 }
 
 brivane_status brivane_install(const brivane_services* services, brivane_failure* failure) {
-  return guarded(failure, [&] {
-    require(services != nullptr, "services");
-    platform::install(servicesOf(*services));
-  });
+  return guarded(failure, [&] { platform::install(servicesOf(required(services, "services"))); });
 }
 
 bool brivane_installation_id(char uuid[37]) {

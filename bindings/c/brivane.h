@@ -153,7 +153,8 @@ typedef struct brivane_live brivane_live;
 /// The library's own services, from brivane_adapters.h.
 typedef struct brivane_adapters brivane_adapters;
 
-/// Everything through which the library reaches the outside. The tables are copied.
+/// Everything through which the library reaches the outside. The tables are copied. JSON it reads
+/// by itself, and random identifiers come from the system.
 typedef struct brivane_services {
   /// Needed, as are the next two.
   const brivane_http* http;
@@ -463,12 +464,12 @@ typedef struct brivane_live_host {
   void (*stop_positions)(void* user);
 } brivane_live_host;
 
-/// NULL on failure. It stays for the life of the process once it is installed. `observer` may be
-/// NULL.
+/// NULL on failure. `observer` may be NULL.
 BRIVANE_C_EXPORT brivane_live* brivane_live_create(const brivane_live_host* host,
                                                    const brivane_observer* observer,
                                                    brivane_failure* failure);
-/// Only for one that was not installed. NULL is allowed.
+/// Gives the handle back. One that was installed goes on to serve, but nothing can be fed or run
+/// any more. NULL is allowed.
 BRIVANE_C_EXPORT void brivane_live_destroy(brivane_live* live);
 
 /// Does what is to be done now, which calls delegates. Returns after how many microseconds to call

@@ -205,5 +205,6 @@ int main(int argc, char** argv) {
     brivane_reports_destroy(reports);
   }
   wait_for("release");
+  brivane_live_destroy(live);
   return 0;
 }

@@ -70,7 +70,7 @@ constexpr jint kLocalReferences = 16;
 
 bool findBridge(JavaVM* vm, JNIEnv* env) {
   theMachine = vm;
-  jclass const found = env->FindClass("org/brivane/Bridge");
+  auto* const found = env->FindClass("org/brivane/Bridge");
   if (found == nullptr) return false;
   theBridge = static_cast<jclass>(env->NewGlobalRef(found));
   env->DeleteLocalRef(found);
@@ -95,7 +95,7 @@ JNIEnv* environment() {
 Frame::Frame() : env(environment()) { env->PushLocalFrame(kLocalReferences); }
 
 Frame::~Frame() {
-  if (jthrowable const fault = env->ExceptionOccurred()) {
+  if (auto* const fault = env->ExceptionOccurred()) {
     env->ExceptionClear();
     call(Upcall::kReport, fault);
     env->ExceptionClear();  // the log failed too
@@ -105,7 +105,7 @@ Frame::~Frame() {
 
 jbyteArray bytesOf(JNIEnv* env, const char* text, std::size_t length) {
   const auto size = static_cast<jsize>(length);
-  jbyteArray const made = env->NewByteArray(size);
+  auto* const made = env->NewByteArray(size);
   if (made != nullptr) {
     env->SetByteArrayRegion(made, 0, size, reinterpret_cast<const jbyte*>(text));
   }
@@ -117,11 +117,11 @@ jbyteArray bytesOf(JNIEnv* env, const char* text) {
 }
 
 jobjectArray textsOf(JNIEnv* env, const char* const* texts, std::size_t count) {
-  jclass const type = env->FindClass("[B");
-  jobjectArray const made = env->NewObjectArray(static_cast<jsize>(count), type, nullptr);
+  auto* const type = env->FindClass("[B");
+  auto* const made = env->NewObjectArray(static_cast<jsize>(count), type, nullptr);
   env->DeleteLocalRef(type);
   for (std::size_t i = 0; made != nullptr && i < count; ++i) {
-    jbyteArray const text = bytesOf(env, texts[i]);
+    auto* const text = bytesOf(env, texts[i]);
     if (env->ExceptionCheck()) break;
     env->SetObjectArrayElement(made, static_cast<jsize>(i), text);
     env->DeleteLocalRef(text);

@@ -20,10 +20,10 @@ void execute(void* user, const brivane_request* request, brivane_completion* com
   for (std::size_t i = 0; i < request->header_count; ++i) {
     texts.insert(texts.end(), {request->headers[i].name, request->headers[i].value});
   }
-  jobjectArray const all = textsOf(java.env, texts.data(), texts.size());
-  jbyteArray const body = all != nullptr && !java.env->ExceptionCheck()
-                              ? bytesOf(java.env, request->body, request->body_length)
-                              : nullptr;
+  auto* const all = textsOf(java.env, texts.data(), texts.size());
+  auto* const body = all != nullptr && !java.env->ExceptionCheck()
+                         ? bytesOf(java.env, request->body, request->body_length)
+                         : nullptr;
   if (body == nullptr) {  // there is no memory
     brivane_complete_failed(completion);
     return;
@@ -34,7 +34,7 @@ void execute(void* user, const brivane_request* request, brivane_completion* com
 template <Upcall upcall>
 void get(void* user, const char* key, brivane_text* value) {
   const Frame java;
-  jobject const found = java.object(upcall, object(user), bytesOf(java.env, key));
+  auto* const found = java.object(upcall, object(user), bytesOf(java.env, key));
   if (!java.env->ExceptionCheck()) brivane_text_set(value, Bytes(java.env, found).text());
 }
 
@@ -78,8 +78,8 @@ void didNearestWaybeacons(void* user, const brivane_place* places, size_t count)
     zips.push_back(of.zip);
   }
   const auto size = static_cast<jsize>(count);
-  jdoubleArray const someDistances = java.env->NewDoubleArray(size);
-  jlongArray const someZips = java.env->NewLongArray(size);
+  auto* const someDistances = java.env->NewDoubleArray(size);
+  auto* const someZips = java.env->NewLongArray(size);
   if (someDistances == nullptr || someZips == nullptr) return;
   java.env->SetDoubleArrayRegion(someDistances, 0, size, distances.data());
   java.env->SetLongArrayRegion(someZips, 0, size, zips.data());
@@ -91,7 +91,7 @@ void giveBack(void* user) { environment()->DeleteGlobalRef(object(user)); }
 
 void* createLocationManager(void* user, brivane_reports* reports) {
   const Frame java;
-  jobject const made =
+  auto* const made =
       java.object(Upcall::kCreateLocationManager, object(user), reinterpret_cast<jlong>(reports));
   return java.env->ExceptionCheck() ? nullptr : java.env->NewGlobalRef(made);
 }
