@@ -30,8 +30,9 @@ class BRIVANE_EXPORT BVManagerDelegate {
   virtual void didErrorFound(const std::shared_ptr<const BVError>& error) = 0;
 
   /// A beacon in range, or the device's position, was matched. About once a second for each beacon
-  /// in range, always with the same record for one beacon until a later reply replaces it. Either
-  /// thread. Null only when a record of null was handed to the manager.
+  /// in range, always with the same record for one beacon until a later reply replaces it. A record
+  /// without a `uuid` is what a refusal becomes, for instance when the access token has expired.
+  /// Either thread. Null only when a record of null was handed to the manager.
   virtual void didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) = 0;
 
   /// The places near the coordinate that was asked for, in the service's order; null when there are

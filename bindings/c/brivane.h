@@ -2,6 +2,7 @@
 #ifndef BRIVANE_H
 #define BRIVANE_H
 
+/// @file
 /// The library for a host in C, or in any language that can call C.
 ///
 /// Install services, create a manager, wait for `did_is_ready`, start detection. What each call
@@ -283,10 +284,12 @@ BRIVANE_C_EXPORT void brivane_manager_set_delegate(brivane_manager* manager,
 
 /// Whether starting also tracks the position; false at first. Counts from the next start.
 BRIVANE_C_EXPORT bool brivane_manager_enabled_gps(const brivane_manager* manager);
+/// From the next start on.
 BRIVANE_C_EXPORT void brivane_manager_set_enabled_gps(brivane_manager* manager, bool value);
 
 /// False, and nothing has changed, before the session is ready or without permanent authorisation.
 BRIVANE_C_EXPORT bool brivane_manager_start_detection(brivane_manager* manager);
+/// Matches already on their way still arrive. Always true.
 BRIVANE_C_EXPORT bool brivane_manager_stop_detection(brivane_manager* manager);
 /// Whether detection was started and not stopped, whatever is in range.
 BRIVANE_C_EXPORT bool brivane_manager_is_scanning(const brivane_manager* manager);
@@ -494,6 +497,7 @@ typedef struct brivane_frame {
   int64_t time;
 } brivane_frame;
 
+/// The radio heard this.
 BRIVANE_C_EXPORT void brivane_live_hear(brivane_live* live, const brivane_frame* frame);
 /// The device is at a coordinate in degrees, known to `accuracy` metres.
 BRIVANE_C_EXPORT void brivane_live_locate(brivane_live* live, double latitude, double longitude,

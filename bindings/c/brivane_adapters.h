@@ -2,6 +2,7 @@
 #ifndef BRIVANE_ADAPTERS_H
 #define BRIVANE_ADAPTERS_H
 
+/// @file
 /// The library's own services on Linux, for a host that brings none: HTTPS over libcurl,
 /// preferences and the property list in files, and BlueZ and GeoClue, or a recording in their
 /// place.
@@ -14,6 +15,7 @@
 extern "C" {
 #endif
 
+/// What a host chooses of them.
 typedef struct brivane_adapters_options {
   /// The file Info.plist.
   const char* info;
