@@ -85,31 +85,28 @@ TYPED_TEST_P(EventLoopContract, DestroysUncalledWhatItNeverRan) {
 
 TYPED_TEST_P(EventLoopContract, TimersCallOnceAtTheirTime) {
   using namespace std::chrono_literals;
-  const auto now = this->loop->now();
-  const auto soon = now + 2ms;
-  const auto unset = this->loop->createTimer(this->see('x'));
-  const auto replaced = this->loop->createTimer(this->see('b'));
+  const auto soon = this->loop->now() + 2ms;
   const auto cancelled = this->loop->createTimer(this->see('x'));
   auto destroyed = this->loop->createTimer(this->see('x'));
-  const auto early = this->loop->createTimer([this, soon] {
+  const auto timer = this->loop->createTimer([this, soon] {
     EXPECT_GE(this->loop->now(), soon);
     this->see('a')();
   });
-  const auto last = this->loop->createTimer(this->see('c'));
-  replaced->set(now);
-  replaced->set(now + 4ms);
+  const auto last = this->loop->createTimer(this->see('b'));
   cancelled->set(soon);
   cancelled->set(std::nullopt);
   destroyed->set(soon);
   destroyed.reset();
-  early->set(soon);
-  last->set(now + 8ms);
+  timer->set(soon + 24h);
+  timer->set(soon);  // replaces that
+  this->runUntil(1);
+  EXPECT_EQ(this->seen, "a");
+  timer->set(soon);  // which is past, but not inside the call
+  EXPECT_EQ(this->seen, "a");
+  this->runUntil(2);
+  last->set(this->loop->now() + 8ms);
   this->runUntil(3);
-  EXPECT_EQ(this->seen, "abc");
-  early->set(now);  // which is past, and 'a' looks at `soon`, which is past too
-  EXPECT_EQ(this->seen, "abc");
-  this->runUntil(4);
-  EXPECT_EQ(this->seen, "abca");
+  EXPECT_EQ(this->seen, "aab");
 }
 
 TYPED_TEST_P(EventLoopContract, KnowsItself) {
@@ -118,7 +115,6 @@ TYPED_TEST_P(EventLoopContract, KnowsItself) {
     TypeParam other;
     EXPECT_NE(this->loop->identity(), other.loop()->identity());
   }).join();
-  EXPECT_GE(this->loop->slept(), platform::Duration::zero());
 }
 
 REGISTER_TYPED_TEST_SUITE_P(EventLoopContract, CallsTasksLaterAndOnItsThread,
