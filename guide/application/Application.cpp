@@ -81,7 +81,10 @@ void Application::prepare() {
                                                         .application = kIdentifier},
                                        post, *guide_);
   screenReader_ = std::make_unique<ScreenReader>([this] { preferencesChanged(); });
-  connect<&Application::preferencesChanged>(settings_.get(), "changed", *this);
+  for (const char* key :
+       {"changed::speak", "changed::detail", "changed::rate", "changed::keep-awake"}) {
+    connect<&Application::preferencesChanged>(settings_.get(), key, *this);
+  }
   connect<&Application::positionsChanged>(settings_.get(), "changed::positions", *this);
   addActions();
   preferencesChanged();
@@ -128,8 +131,9 @@ void Application::addActions() {
 void Application::activate() {
   if (!guiding_) return;  // the options are of no use, and that has been said
   if (!window_) {
-    window_ = std::make_unique<Window>(GTK_APPLICATION(application()));
+    window_ = std::make_unique<Window>(GTK_APPLICATION(application()), settings_.get());
     g_signal_connect(window_->widget(), "close-request", G_CALLBACK(onCloseRequest), this);
+    window_->present();
     startGuiding();
   }
   window_->present();
@@ -295,7 +299,8 @@ void Application::guideChanged() {
                                      g_variant_new_boolean(guiding_->isGuiding()));
   if (window_ && window_->isShown()) {
     window_->show(*guide_, guiding_->isGuiding(), setting("positions"));
-    if (guide_->notice() != noticed_) tell(noticed_ = guide_->notice());
+    // A trouble stands in the window by itself.
+    if (guide_->notice() != std::exchange(noticed_, guide_->notice()) && !trouble) tell(noticed_);
   }
   notify();
 }

@@ -23,6 +23,27 @@ std::vector<PlaceRow> rowsOf(const Places& places) {
   return rows;
 }
 
+/// Has the interface files know GuideTextGroup: a box of texts that belong together. The keyboard
+/// reaches it as one, and a screen reader reads it then.
+void registerTextGroup() {
+  static const auto describe = [](gpointer type, gpointer /*data*/) {
+    GTK_WIDGET_CLASS(type)->grab_focus = [](GtkWidget* group) -> gboolean {
+      gtk_root_set_focus(gtk_widget_get_root(group), group);
+      return TRUE;
+    };
+    GTK_WIDGET_CLASS(type)->focus = [](GtkWidget* group, GtkDirectionType /*way*/) -> gboolean {
+      return !gtk_widget_is_focus(group) && gtk_widget_grab_focus(group);
+    };
+  };
+  g_type_register_static_simple(GTK_TYPE_BOX, "GuideTextGroup", sizeof(GtkBoxClass), describe,
+                                sizeof(GtkBox), nullptr, static_cast<GTypeFlags>(0));
+}
+
+GtkBuilder* buildWindow() {
+  registerTextGroup();
+  return gtk_builder_new_from_resource("/example/brivane/Guide/window.ui");
+}
+
 /// What stands in place of a place.
 const char* stateText(Session session, bool isGuiding) {
   if (!isGuiding) return _("Not guiding");
@@ -54,12 +75,14 @@ const char* labelOf(Remedy remedy) {
   return nullptr;
 }
 
-Window::Window(GtkApplication* application)
-    : parts_(gtk_builder_new_from_resource("/example/brivane/Guide/window.ui")),
+Window::Window(GtkApplication* application, GSettings* settings)
+    : parts_(buildWindow()),
       window_(GTK_WINDOW(part("window"))),
       around_(GTK_LIST_BOX(part("around"))),
       nearby_(GTK_LIST_BOX(part("nearby"))) {
   gtk_window_set_application(window_, application);
+  g_settings_bind(settings, "width", window_, "default-width", G_SETTINGS_BIND_DEFAULT);
+  g_settings_bind(settings, "height", window_, "default-height", G_SETTINGS_BIND_DEFAULT);
 }
 
 Window::~Window() { gtk_window_destroy(window_); }
@@ -78,7 +101,11 @@ void Window::focusHere() {
 }
 
 void Window::tell(const std::string& message) {
-  adw_toast_overlay_add_toast(ADW_TOAST_OVERLAY(part("toasts")), adw_toast_new(message.c_str()));
+  GtkWidget* const text = gtk_label_new(message.c_str());
+  gtk_label_set_wrap(GTK_LABEL(text), TRUE);  // the toast's own title is cut
+  AdwToast* const toast = adw_toast_new("");
+  adw_toast_set_custom_title(toast, text);
+  adw_toast_overlay_add_toast(ADW_TOAST_OVERLAY(part("toasts")), toast);
 }
 
 void Window::setText(const char* id, const std::string& text) {
@@ -121,8 +148,8 @@ void Window::showTrouble(const Guide& guide) {
   std::string text = trouble->sentence;
   guidance::appendSentence(text, trouble->advice);
   setText("trouble_text", text);
-  gtk_accessible_update_property(GTK_ACCESSIBLE(part("trouble")), GTK_ACCESSIBLE_PROPERTY_LABEL,
-                                 text.c_str(), -1);
+  gtk_accessible_update_property(GTK_ACCESSIBLE(part("trouble_says")),
+                                 GTK_ACCESSIBLE_PROPERTY_LABEL, text.c_str(), -1);
   const char* const label = labelOf(trouble->remedy);
   gtk_widget_set_visible(part("mend"), label != nullptr);
   if (label != nullptr) setText("mend_label", label);

@@ -14,7 +14,8 @@ namespace guide {
 /// The one window: what the guide knows, on pages. Its controls are actions of the application's.
 class Window {
  public:
-  explicit Window(GtkApplication* application);
+  /// Its size is kept in `settings`.
+  Window(GtkApplication* application, GSettings* settings);
   /// Closes it.
   ~Window();
   Window(const Window&) = delete;

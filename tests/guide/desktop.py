@@ -47,7 +47,7 @@ class Desktop:
             "GSETTINGS_BACKEND": "keyfile", "GTK_A11Y": "atspi", "GDK_BACKEND": "x11", "GSK_RENDERER": "cairo",
             "GTK_USE_PORTAL": "0", "NO_AT_BRIDGE": "0"}
         self.environment["DISPLAY"] = ":" + self.start(
-            "display", "Xvfb", "-displayfd", "1", "-screen", "0", "1280x900x24", "-nolisten", "tcp")
+            "display", "Xvfb", "-displayfd", "1", "-screen", "0", "1280x900x24", "-nolisten", "tcp", "-noreset")
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = self.start(
             "bus", "dbus-daemon", "--session", "--nofork", "--print-address")
         self.start_speech()
@@ -76,6 +76,13 @@ class Desktop:
         for name in reversed(list(self.processes)):
             self.stop(name)
         self.folder.cleanup()
+
+    def keep(self, **preferences):
+        """Has the guide start with these, as GSettings writes values."""
+        lines = [f"{key.replace('_', '-')}={value}" for key, value in preferences.items()]
+        folder = self.root / "config/glib-2.0/settings"
+        folder.mkdir(parents=True, exist_ok=True)
+        (folder / "keyfile").write_text("\n".join(["[example/brivane/Guide]", *lines]) + "\n")
 
     def sentences(self):
         return self.spoken.read_text().splitlines() if self.spoken.exists() else []
