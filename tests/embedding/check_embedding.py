@@ -16,7 +16,8 @@ import unittest
 BUILD, SOURCE, COMPILER, FLAGS = sys.argv[1], pathlib.Path(sys.argv[2]), sys.argv[3], sys.argv[4]
 sys.path[:0] = [str(SOURCE / "tests/support"), str(SOURCE / "tests/embedding")]
 from documents import blocks, file_of, follow, lay_out  # noqa: E402
-from programs import start_service  # noqa: E402
+from machine import Machine  # noqa: E402
+from programs import PATIENCE, start_service  # noqa: E402
 
 WALKS = SOURCE / "walks"
 # What the reader of a snippet has: services, a delegate, and a way to tell somebody.
@@ -59,6 +60,7 @@ class Embedding(unittest.TestCase):
         run("cmake", "--install", BUILD, "--prefix", cls.folder / "prefix")
         cls.environment = {**os.environ, "CXX": COMPILER, "CXXFLAGS": FLAGS, "CMAKE_GENERATOR": "Ninja",
                            "CMAKE_PREFIX_PATH": str(cls.folder / "prefix"), "XDG_CONFIG_HOME": str(cls.folder),
+                           "LD_LIBRARY_PATH": f"{cls.folder}/prefix/lib/jni",
                            "PATH": f"{cls.folder}/prefix/bin:{os.environ['PATH']}"}
 
     def build(self, name, *lines):
@@ -104,17 +106,16 @@ class Embedding(unittest.TestCase):
                                   env=self.environment)
             self.assertEqual((said.returncode, said.stdout), (status, ""), said)
             self.assertRegex(said.stderr, rf"\A{program.split('/')[1]}: {complaint}")
-        self.assertEqual(self.of_a_radio_that_is_not_there([reader / "build/live/live", info, address, certificate]),
-                         "live: the system bus cannot be reached; start it (systemctl start dbus)\n")
-
-    def of_a_radio_that_is_not_there(self, command):
-        """The first line that a live host says, which an interrupt ends."""
-        with subprocess.Popen(command, stderr=subprocess.PIPE, text=True,
-                              env={**self.environment, "DBUS_SYSTEM_BUS_ADDRESS": "unix:path=/none"}) as host:
-            line = host.stderr.readline()
+        with Machine() as machine:
+            machine.do("start_bluez")
+            host = subprocess.Popen([reader / "build/live/live", info, address, certificate], env=machine.environment,
+                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+            self.assertEqual(host.stdout.readline(), "Iglesia de San Ginés\n")
+            machine.do("Power hci0 0")
+            self.assertIn("hci0 is off; switch it on", host.stderr.readline())
             host.send_signal(signal.SIGINT)
-            self.assertEqual(host.wait(60), 0)
-        return line
+            host.communicate(timeout=PATIENCE)
+            self.assertEqual(host.returncode, 0)
 
 
 unittest.main(argv=[sys.argv[0]])
