@@ -149,6 +149,7 @@ final class HostTest implements LiveLocation.Host, HTTPClient {
   }
 
   private void logInAsStranger() throws Exception {
+    holds = false;
     BVManager.create(null, "dev-key", "other").close();
     await(() -> logged.contains("DATA: {\"error\":\"invalid_client\"}"));
   }
@@ -158,9 +159,9 @@ final class HostTest implements LiveLocation.Host, HTTPClient {
     BVManager manager = BVManager.create(delegate);
     live.setRadio(true, LiveLocation.Consent.GRANTED, LiveLocation.RadioFault.NONE, null);
     live.setPositions(LiveLocation.Consent.SWITCHED_OFF, "off");
-    await(() -> delegate.isReady && underWay.get() == 0);
     manager.setEnabledGPS(true);
-    check(manager.enabledGPS() && manager.startDetection() && manager.isScanning(), "not started");
+    await(() -> delegate.isReady && manager.startDetection());
+    check(manager.enabledGPS() && manager.isScanning(), "not started");
     check(delegate.heard.contains("error 1 No location services enabled"), delegate.heard.toString());
     for (Capture.Frame frame : frames) {
       now = frame.time;
@@ -236,9 +237,9 @@ final class HostTest implements LiveLocation.Host, HTTPClient {
   public static void main(String[] arguments) throws Exception {
     HostTest test = new HostTest();
     test.install(arguments[1], new File(arguments[2]), new File(arguments[3]));
-    test.logInAsStranger();
     test.walk(Capture.read(new File(arguments[0])));
     test.collectUnderRequest();
     test.createMany();
+    test.logInAsStranger();
   }
 }

@@ -22,6 +22,7 @@ final class OwnLocationTest
 
   private final CountDownLatch ready = new CountDownLatch(1);
   private final CountDownLatch matched = new CountDownLatch(2);
+  private final CountDownLatch closed = new CountDownLatch(1);
   private final StringBuffer seen = new StringBuffer();
   private int authorization = LocationService.DENIED;
   private LocationReports reports;
@@ -61,6 +62,7 @@ final class OwnLocationTest
     manager.stopDetection();
     expect(" caf\u00e9 \ud83d\ude00 caf\u00e9 \ud83d\ude00 unmonitor unrange stop");
     manager.close();
+    closed.await(); // a match may still be on its way out of the delegate
     expect(" close");
     reports.ranged();
   }
@@ -172,6 +174,7 @@ final class OwnLocationTest
   @Override
   public void close() {
     see("close");
+    closed.countDown();
   }
 
   public static void main(String[] arguments) throws Exception {
