@@ -147,6 +147,15 @@ def idle(folder, port, radio_):
         row(f"waiting for a beacon, wake-ups in {IDLE_SECONDS} s", "", wakes)
 
 
+def kept_answers():
+    runs = bench("OfflineBench")
+    lookup, bare = (runs[name]["cpu_time"] / 1e3 for name in ("LookUp", "Prepared"))
+    row("kept answer, look-up", "µs", lookup, limit=("a prepared statement", bare))
+    without, with_, away = (runs[name]["real_time"] / 1e6 for name in ("Without", "With", "Away"))
+    row("first match, service 300 ms away", "ms", with_, ("without kept answers", without))
+    row("first match, network known to be away", "ms", away)
+
+
 def size():
     with tempfile.NamedTemporaryFile() as stripped:
         subprocess.run(["strip", "-o", stripped.name, BUILD / "BrivaneSDK/libBrivaneSDK.so"], check=True)
@@ -181,6 +190,7 @@ def main():
         capture(folder)
         with service(BUILD / "service/brivane-service", ROOT / "walks/old-town.json", folder / "state") as port:
             new_beacons(folder)
+            kept_answers()
             with radio(folder) as radio_:
                 os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = radio_.address
                 live(radio_)

@@ -22,8 +22,8 @@ constexpr const char* kTable =
     "UNIQUE(account, question))";
 /// Of what is in use, how much makes room at once: to count is dear.
 constexpr std::int64_t kShareToEvict = 10;
-/// An answer that was used lately keeps its place: a look-up is a read, and seldom a write.
-constexpr std::int64_t kShareThatIsLate = 100;
+/// What was used as lately as half of all keeps its place: a look-up is a read, and seldom a write.
+constexpr std::int64_t kShareThatIsLate = 2;
 
 std::int64_t secondsOf(AnswerStore::Clock::time_point time) {
   return std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch()).count();

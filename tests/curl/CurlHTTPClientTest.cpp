@@ -7,6 +7,8 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "platform/json/SimdJSON.h"
+#include "platform/offline/OfflineHTTPClient.h"
 #include "testing/contracts/HTTPClientContract.h"
 #include "tests/curl/CurlFixture.h"
 
@@ -38,6 +40,18 @@ struct Loopback : Reach {
 };
 using namespace brivane::testing;
 INSTANTIATE_TYPED_TEST_SUITE_P(Curl, HTTPClientContract, Loopback);
+
+/// The same through a client that keeps answers.
+struct KeptLoopback : Loopback {
+  std::shared_ptr<platform::HTTPClient> create() {
+    return std::make_shared<platform::OfflineHTTPClient>(platform::OfflineHTTPClient::Options{
+        .inner = Loopback::create(),
+        .store =
+            std::make_shared<platform::AnswerStore>(platform::AnswerStore::Options{.path = folder.path() / "answers"}),
+        .json = std::make_shared<platform::SimdJSON>()});
+  }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Offline, HTTPClientContract, KeptLoopback);
 
 TEST_F(Curl, WritesTheRequestByteForByte) {
   std::vector<std::string> requests;

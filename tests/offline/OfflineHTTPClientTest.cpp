@@ -1,34 +1,25 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
-#include <deque>
+#include <cctype>
 #include <fstream>
 #include <future>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <sstream>
 
 #include "platform/json/SimdJSON.h"
 #include "platform/offline/OfflineHTTPClient.h"
+#include "testing/ScriptedHTTPClient.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace platform {
 namespace {
 
 using namespace std::chrono_literals;
+using brivane::testing::ScriptedHTTPClient;
 using Source = TransferOutcome::Source;
-
-/// Holds requests until a test answers them.
-class Service final : public HTTPClient {
- public:
-  void execute(HTTPRequest request, Completion completion) override {
-    requests.push_back(std::move(request));
-    waiting.push_back(std::move(completion));
-  }
-
-  std::vector<HTTPRequest> requests;
-  std::deque<Completion> waiting;
-};
 
 /// The client around a service, and what a host sees of it.
 class Phone {
@@ -78,7 +69,7 @@ class Phone {
     return all;
   }
 
-  const std::shared_ptr<Service> service = std::make_shared<Service>();
+  const std::shared_ptr<ScriptedHTTPClient> service = std::make_shared<ScriptedHTTPClient>();
   OfflineHTTPClient& client() { return *client_; }
 
  private:
@@ -129,16 +120,13 @@ class Phone {
 
   /// Answers the oldest request that has no answer, if there is one.
   void reply(const std::string& how) {
-    if (service->waiting.empty()) return;
-    const auto completion = std::move(service->waiting.front());
-    service->waiting.pop_front();
-    if (how == "fails") return completion(std::nullopt, std::nullopt);
+    if (service->waiting() == 0) return;
+    if (how == "fails") return service->reply({});
     const std::string number = R"("n":)" + std::to_string(step_) + "}";
     const std::string token = R"({"access_token":"token)" + std::to_string(step_) + R"(",)";
-    completion(HTTPResponse{std::isdigit(how[0]) != 0 ? std::stoi(how) : 200}, how == "garbled" ? "garbled"
-                                                                               : how == "unknown"
-                                                                                   ? R"({"status":false,)" + number
-                                                                                   : token + number);
+    const int status = std::isdigit(how[0]) != 0 ? std::stoi(how) : 200;
+    service->reply(
+        {how == "garbled" ? "garbled" : (how == "unknown" ? R"({"status":false,)" : token) + number, status});
   }
 
   void see(const std::optional<HTTPResponse>& response, const std::string& body) {
@@ -216,12 +204,12 @@ TEST(OfflineHTTPClient, CallsEachCompletionOnceAndNoneAfterItsShutdown) {
     EXPECT_EQ(calls, 2);
   });
   phone.client().execute({}, [&](const auto& response, const auto&) { calls += response ? 10 : 1; });
-  phone.service->waiting.at(0)(HTTPResponse{200}, "");
+  phone.service->reply({""});
   phone.client().shutdown();
-  phone.service->waiting.at(1)(HTTPResponse{200}, "");
+  phone.service->reply({""});
   phone.client().execute({}, [&](const auto&, const auto&) { ++calls; });
   EXPECT_EQ(calls, 2);
-  EXPECT_EQ(phone.service->requests.size(), 2U);
+  EXPECT_EQ(phone.service->takeRequests().size(), 2U);
 }
 
 TEST(OfflineHTTPClient, KeepsSecretsToItself) {
@@ -231,7 +219,7 @@ TEST(OfflineHTTPClient, KeepsSecretsToItself) {
   for (const char* secret : {"hidden", "token1", "Bearer"}) {
     EXPECT_EQ(phone.fileContents().find(secret), std::string::npos) << secret;
   }
-  EXPECT_TRUE(phone.service->requests.back().headers.empty());  // it asks only whether the network is back
+  EXPECT_TRUE(phone.service->takeRequests().back().headers.empty());  // it asks only whether the network is back
 }
 
 }  // namespace
