@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "testing/ForEachAlive.h"
+
 namespace brivane::testing {
 
 using platform::PositionGrant;
@@ -58,18 +60,6 @@ class VirtualPositions::Face : public std::enable_shared_from_this<Face> {
   std::optional<PositionGrant> told_;
 };
 
-namespace {
-
-/// Calls a member of each that is still there; a call may end any of them.
-template <typename Faces, typename Call>
-void forEach(const Faces& faces, Call call) {
-  for (const auto& each : Faces(faces)) {
-    if (const auto face = each.lock()) call(*face);
-  }
-}
-
-}  // namespace
-
 VirtualPositions::VirtualPositions(std::shared_ptr<platform::EventLoop> loop)
     : state_(std::make_shared<State>()) {
   state_->loop = std::move(loop);
@@ -100,17 +90,17 @@ std::unique_ptr<PositionSource> VirtualPositions::create(PositionSource::Listene
 void VirtualPositions::setGrant(PositionGrant grant, std::string reason) {
   state_->grant = grant;
   state_->reason = std::move(reason);
-  forEach(state_->faces, [](Face& face) { face.tellGrant(); });
+  forEachAlive(state_->faces, [](Face& face) { face.tellGrant(); });
 }
 
 void VirtualPositions::locate(const platform::CLLocation& position) {
   state_->position = position;
-  forEach(state_->faces, [](Face& face) { face.tellPosition(); });
+  forEachAlive(state_->faces, [](Face& face) { face.tellPosition(); });
 }
 
 std::optional<double> VirtualPositions::accuracy() const {
   std::optional<double> finest;
-  forEach(state_->faces, [&finest](const Face& face) {
+  forEachAlive(state_->faces, [&finest](const Face& face) {
     const auto asked = face.accuracy();
     if (asked) finest = std::min(finest.value_or(*asked), *asked);
   });

@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "testing/ForEachAlive.h"
+
 namespace brivane::testing {
 
 using platform::Radio;
@@ -56,18 +58,6 @@ class VirtualRadio::Face : public std::enable_shared_from_this<Face> {
   std::optional<Radio::Status> told_;
 };
 
-namespace {
-
-/// Calls a member of each that is still there; a call may end any of them.
-template <typename Faces, typename Call>
-void forEach(const Faces& faces, Call call) {
-  for (const auto& each : Faces(faces)) {
-    if (const auto face = each.lock()) call(*face);
-  }
-}
-
-}  // namespace
-
 VirtualRadio::VirtualRadio(std::shared_ptr<platform::EventLoop> loop)
     : state_(std::make_shared<State>()) {
   state_->loop = std::move(loop);
@@ -97,16 +87,16 @@ std::unique_ptr<Radio> VirtualRadio::create(Radio::Listener& listener) {
 
 void VirtualRadio::setStatus(Radio::Status status) {
   state_->status = std::move(status);
-  forEach(state_->faces, [](Face& face) { face.tell(); });
+  forEachAlive(state_->faces, [](Face& face) { face.tell(); });
 }
 
 void VirtualRadio::hear(const platform::Advertisement& advertisement) {
-  forEach(state_->faces, [&](Face& face) { face.hear(advertisement); });
+  forEachAlive(state_->faces, [&](Face& face) { face.hear(advertisement); });
 }
 
 std::optional<Radio::Wanted> VirtualRadio::wanted() const {
   std::optional<Radio::Wanted> all;
-  forEach(state_->faces, [&all](const Face& face) {
+  forEachAlive(state_->faces, [&all](const Face& face) {
     if (!face.wanted()) return;
     if (!all) all.emplace();
     all->networks.insert(face.wanted()->networks.begin(), face.wanted()->networks.end());
