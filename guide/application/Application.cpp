@@ -80,7 +80,10 @@ void Application::prepare() {
                                                         .speed = options_.speed,
                                                         .application = kIdentifier},
                                        post, *guide_);
-  screenReader_ = std::make_unique<ScreenReader>([this] { preferencesChanged(); });
+  screenReader_ = std::make_unique<SessionProperty>(SessionProperty::kScreenReader,
+                                                    [this] { preferencesChanged(); });
+  call_ = std::make_unique<SessionProperty>(SessionProperty::kCall,
+                                            [this] { guide_->hush(call_->isSet()); });
   for (const char* key :
        {"changed::speak", "changed::detail", "changed::rate", "changed::keep-awake"}) {
     connect<&Application::preferencesChanged>(settings_.get(), key, *this);
@@ -154,7 +157,7 @@ gboolean Application::onCloseRequest(GtkWindow* /*window*/, gpointer self) {
 void Application::preferencesChanged() {
   guide_->setManner(
       {.speaksByItself = setting("speak"),
-       .screenReader = screenReader_->isRunning(),
+       .screenReader = screenReader_->isSet(),
        .detail = static_cast<guidance::Detail>(g_settings_get_enum(settings_.get(), "detail")),
        .language = guiding_->language()});
   const int rate = g_settings_get_int(settings_.get(), "rate");

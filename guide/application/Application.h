@@ -12,7 +12,7 @@
 #include "guide/application/GObject.h"
 #include "guide/application/MediaKeys.h"
 #include "guide/application/Options.h"
-#include "guide/application/ScreenReader.h"
+#include "guide/application/SessionProperty.h"
 #include "guide/application/Window.h"
 
 namespace guide {
@@ -83,7 +83,8 @@ class Application {
   std::unique_ptr<guidance::Voice> voice_;
   std::unique_ptr<Guide> guide_;
   std::unique_ptr<Guiding> guiding_;
-  std::unique_ptr<ScreenReader> screenReader_;
+  std::unique_ptr<SessionProperty> screenReader_;
+  std::unique_ptr<SessionProperty> call_;
   std::unique_ptr<MediaKeys> mediaKeys_;
   std::unique_ptr<Window> window_;
   Ref<GtkFileChooserNative> chooser_;
