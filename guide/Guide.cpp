@@ -78,6 +78,12 @@ void Guide::speechChanged(const std::string& fault, Instant now) {
   onChange_();
 }
 
+void Guide::began(Instant /*now*/) {
+  places_.clear();
+  session_ = Session::kConnecting;
+  onChange_();
+}
+
 void Guide::reported(const std::vector<Sighting>& places, Instant now) {
   const bool changed = places_.report(places, now);
   if (const auto news = announcements_.report(places_, now)) say(*news);

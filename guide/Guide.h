@@ -66,6 +66,7 @@ class Guide final : public Listener {
   /// The voice cannot be heard, for the reason in `fault`; empty when it can.
   void speechChanged(const std::string& fault, Instant now);
 
+  void began(Instant now) override;
   void reported(const std::vector<Sighting>& places, Instant now) override;
   void moved(const platform::CLLocation& position, Instant now) override;
   void found(const std::shared_ptr<const BVWaybeaconDistance::List>& places, Instant now) override;

@@ -8,6 +8,7 @@
 #include <exception>
 #include <mutex>
 #include <random>
+#include <stdexcept>
 #include <stop_token>
 #include <string_view>
 #include <thread>
@@ -45,26 +46,24 @@ Instant monotonicNow() { return Instant(Duration(g_get_monotonic_time())); }
 /// A property list that is another one after each import. Any thread.
 class ImportedPropertyList final : public platform::PropertyList {
  public:
-  /// One that cannot be read is like none.
-  void read(const std::string& path) {
-    std::shared_ptr<const platform::PropertyList> list;
-    try {
-      list = std::make_shared<const platform::PlistPropertyList>(path);
-    } catch (const std::exception&) {
-      list = nullptr;
-    }
+  void choose(const std::string& path) {
     const std::lock_guard lock(mutex_);
-    list_ = std::move(list);
+    path_ = path;
   }
 
+  /// One that cannot be read is like none.
   std::optional<std::string> objectForInfoDictionaryKey(std::string_view key) const override {
     const std::lock_guard lock(mutex_);
-    return list_ ? list_->objectForInfoDictionaryKey(key) : std::nullopt;
+    try {
+      return platform::PlistPropertyList(path_).objectForInfoDictionaryKey(key);
+    } catch (const std::runtime_error&) {
+      return std::nullopt;
+    }
   }
 
  private:
   mutable std::mutex mutex_;
-  std::shared_ptr<const platform::PropertyList> list_;
+  std::string path_;
 };
 
 /// A location service that is another one after each start. Any thread.
@@ -385,12 +384,13 @@ Guiding::~Guiding() {
 void Guiding::start(const Wanted& wanted) {
   stop();
   state_->wanted = wanted;
-  state_->propertyList->read(wanted.info);
+  state_->propertyList->choose(wanted.info);
   {
     const std::lock_guard lock(state_->mutex);
     state_->run = std::make_shared<int>();
     state_->connection = Connection();
   }
+  state_->listener.began(state_->now());
   state_->thread =
       std::jthread([state = state_.get()](const std::stop_token& stop) { state->guide(stop); });
 }

@@ -38,6 +38,8 @@ class Listener {
  public:
   virtual ~Listener() = default;
 
+  /// Guiding begins anew: what was heard before is not true any more.
+  virtual void began(Instant now) = 0;
   /// A ranging report, about once a second near beacons: the places that the service knows, nearest
   /// first.
   virtual void reported(const std::vector<Sighting>& places, Instant now) = 0;

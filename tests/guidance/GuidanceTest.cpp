@@ -125,6 +125,9 @@ TEST(Places, AreHereUntilTenSecondsOfSilence) {
   ASSERT_NE(walk.guide.places().here(), nullptr);
   walk.walk("14:-");
   EXPECT_EQ(walk.guide.places().here(), nullptr);
+  walk.walk("17:A5");
+  walk.guide.began(at(17));
+  EXPECT_EQ(walk.guide.places().here(), nullptr);
   EXPECT_TRUE(walk.guide.places().around().empty());
 }
 
