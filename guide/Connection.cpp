@@ -13,8 +13,6 @@ constexpr int kUnauthorized = 401;
 constexpr int kServiceFault = 500;
 constexpr Duration kFirstPause = 5s;
 constexpr Duration kLongestPause = 2min;
-/// What was asked with the old token may still be refused for so long.
-constexpr Duration kOldRefusals = 5s;
 /// A session that lasted so long was a good one.
 constexpr Duration kGoodSession = 1min;
 
@@ -38,6 +36,7 @@ bool Connection::becomesReady(Instant now) {
   loggingIn_ = false;
   wasReady_ = true;
   readySince_ = now;
+  failures_ = 0;
   session_ = Session::kReady;
   return true;
 }
@@ -50,11 +49,13 @@ void Connection::transferred(const platform::TransferOutcome& outcome, Instant n
     fail(outcome.status ? refused(*outcome.status) : Session::kConnecting, now);
     return;
   }
-  const bool isExpired = session_ == Session::kReady && outcome.status == kUnauthorized;
-  if (!isExpired || now - readySince_ < kOldRefusals) return;
-  if (now - readySince_ > kGoodSession) failures_ = 0;
+  // What was asked before is refused for the token of then.
+  const bool isExpired = session_ == Session::kReady && outcome.status == kUnauthorized &&
+                         now - outcome.duration >= readySince_;
+  if (!isExpired) return;
+  const bool wasGood = now - readySince_ > kGoodSession;
   session_ = Session::kConnecting;
-  due_ = failures_ == 0 ? now : now + kFirstPause;
+  due_ = wasGood ? now : now + kFirstPause;
 }
 
 void Connection::tryAgain(Instant time) {

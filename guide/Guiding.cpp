@@ -199,7 +199,7 @@ struct Guiding::State final : BVManagerDelegate {
   }
   void didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) override {
     // A reply is no report: the beacon's next one brings the place, with its distance.
-    if (!ranged || std::this_thread::get_id() != guidingThread) return;
+    if (std::this_thread::get_id() != guidingThread || !ranged) return;
     if (!match || !match->uuid()) return;
     report.push_back(
         {.place = match, .metres = *ranged < 0.0 ? std::nullopt : std::optional<double>(*ranged)});

@@ -307,16 +307,17 @@ TEST(Sentences, WordDistancesAndDirections) {
 }
 
 /// When a connection logs in: "5:login". What happens to it stands behind its second: "ready", or the endpoint of a
-/// request with its status, "sync=401"; "=0" for no answer,
-/// "=kept" for one of the client's own.
+/// request with its status, "sync=401"; "=0" for no answer, "=kept" for one of the client's own; "early" for one that was
+/// asked three seconds before.
 TEST(Connection, LogsInAgainWhenItMust) {
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"1:token=200 2:sync=200 3:ready", "0:login 3:ready "},
       {"1:token=401 2:sync=401 3:ready", "0:login 1:refused 6:login "},  // an answer is no login
       {"1:token=0 8:token=0 20:token=503 40:token=0", "0:login 6:login 18:login 40:login 80:login "},
-      {"1:ready 9:resolve=401 10:token=200 11:ready", "0:login 1:ready 9:connecting 9:login 11:ready "},
-      {"1:ready 3:resolve=401 4:nearest=500", "0:login 1:ready "},  // with the old token; no refusal
-      {"1:ready 9:resolve=401 10:token=401", "0:login 1:ready 9:connecting 9:login 10:ended 15:login "},
+      {"1:ready 70:resolve=401 71:token=200 72:ready", "0:login 1:ready 70:connecting 70:login 72:ready "},
+      {"1:ready 70:resolve=401 71:token=401", "0:login 1:ready 70:connecting 70:login 71:ended 76:login "},
+      {"1:ready 9:resolve=401", "0:login 1:ready 9:connecting 14:login "},  // not again and again
+      {"9:ready 11:early=401 12:nearest=500", "0:login 9:ready "},          // with the old token; no refusal
       {"1:token=0 2:again", "0:login 2:login "},
       {"1:ready 2:again", "0:login 1:ready "},
       {"1:token=kept 2:sync=kept 3:ready 9:again 10:token=200 11:ready 12:again", "0:login 3:ready 9:login "},
@@ -351,6 +352,7 @@ TEST(Connection, LogsInAgainWhenItMust) {
         outcome.endpoint = "oauth2/" + event.substr(0, event.find('=')) + "/";
         if (ending != "0") outcome.status = ending == "kept" ? 200 : std::stoi(ending);
         if (ending == "kept") outcome.source = TransferOutcome::Source::kClient;
+        if (event.starts_with("early")) outcome.duration = 3s;
         connection.transferred(outcome, at(second));
       }
       if (connection.session() != before) {
