@@ -43,7 +43,7 @@ std::optional<double> bearingOf(const std::array<double, 3>& metres) {
 }  // namespace
 
 std::string NearbyPlace::whereText() const {
-  const std::string distance = distanceText(metres);
+  std::string distance = distanceText(metres);
   if (!bearing) return distance;
   return filled(_("%1 %2"), {distance, directionText(*bearing)});
 }
@@ -87,8 +87,9 @@ bool Nearby::abandon() {
 }
 
 bool Nearby::publish() {
-  for (NearbyPlace& place : gathered_)
+  for (NearbyPlace& place : gathered_) {
     place.bearing = bearingOf(metres_.at(identityOf(*place.local)));
+  }
   std::ranges::stable_sort(gathered_, {}, &NearbyPlace::metres);
   places_ = std::move(gathered_);
   awaited_.reset();

@@ -41,8 +41,8 @@ std::string_view primary(std::string_view language) {
 /// A connection to the server, which says one thing at a time with one priority.
 class Channel {
  public:
-  Channel(const std::string& program, const char* name, SPDPriority priority)
-      : program_(program), name_(name), priority_(priority) {}
+  Channel(std::string program, const char* name, SPDPriority priority)
+      : program_(std::move(program)), name_(name), priority_(priority) {}
 
   /// Connects unless it is. Why that cannot be; empty when it is.
   std::string connect() {

@@ -41,7 +41,7 @@ std::shared_ptr<const BVAPIResolve> place(const std::string& name) {
 /// A guide, and what it says: "4:A " for the place A in the fourth second, "4!…" for what is urgent.
 class Walk : public guidance::Speech {
  public:
-  explicit Walk(Guide::Manner manner = {.detail = Detail::kName}) { guide.setManner(manner); }
+  explicit Walk(const Guide::Manner& manner = {.detail = Detail::kName}) { guide.setManner(manner); }
 
   void say(guidance::Utterance utterance) override {
     if (utterance.text.ends_with('.')) utterance.text.pop_back();
@@ -307,8 +307,8 @@ TEST(Sentences, WordDistancesAndDirections) {
 }
 
 /// When a connection logs in: "5:login". What happens to it stands behind its second: "ready", or the endpoint of a
-/// request with its status, "sync=401"; "=0" for no answer, "=kept" for one of the client's own; "early" for one that was
-/// asked three seconds before.
+/// request with its status, "sync=401"; "=0" for no answer, "=kept" for one of the client's own; "early" for one that
+/// was asked three seconds before.
 TEST(Connection, LogsInAgainWhenItMust) {
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"1:token=200 2:sync=200 3:ready", "0:login 3:ready "},
