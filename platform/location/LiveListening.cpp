@@ -171,7 +171,11 @@ void LiveListening::radioHeard(const Advertisement& advertisement, Instant time)
     if (options_.onAdvertisement) options_.onAdvertisement(advertisement);
     if (closed_) return;
     const Instant latest = now();
-    core_.hear(advertisement, std::min(time - behind_, latest));
+    const Instant heard = std::min(time - behind_, latest);
+    // Only at the time that it is does a frame from before an exit period count for nothing.
+    if (latest - heard > kLateness) core_.advance(latest);
+    if (closed_) return;
+    core_.hear(advertisement, heard);
     if (!closed_ && !wanted_.everyFrame) wake();  // every frame may be of use from now on
   });
 }

@@ -229,8 +229,8 @@ TEST(LiveListening, ReportsWhatWasAskedForAndNothingElse) {
             // A region replaces the one under the same identifier. Entering may go unsaid, the state does not.
             {"new monitor on quiet 1 frame 2 monitor 33", "0:auth0 0:await1 1:state1 1:listen1 2:await1 32:state2"},
             // What was unknown is not left. The period stands still while nothing listens, also after a late frame.
-            {"new monitor on 99 ask frame40 100 frame 120 frame 140 able 145 able 600 on 611 able 612 frame 700 on 731",
-             "0:auth0 0:await1 30:state2 99:state2 100:enter 100:state1 100:listen1 610:exit 610:state2 610:await1 "
+            {"new monitor on 99 frame40 100 frame 120 frame 140 able 145 able 600 on 611 able 612 frame 700 on 731",
+             "0:auth0 0:await1 30:state2 100:enter 100:state1 100:listen1 610:exit 610:state2 610:await1 "
              "612:enter "
              "612:state1 612:listen1 730:exit 730:state2 730:await1"},
             // Means, the nearest first, silent ones last, for a while. A second start changes nothing of the rhythm.
