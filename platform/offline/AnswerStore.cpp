@@ -114,7 +114,7 @@ struct AnswerStore::State {
   template <typename Work>
   auto with(Work work) -> std::optional<decltype(work(std::declval<Answers&>()))> {
     std::string fault;
-    const auto result = [&]() -> std::optional<decltype(work(std::declval<Answers&>()))> {
+    auto result = [&]() -> std::optional<decltype(work(std::declval<Answers&>()))> {
       const MutexLock lock(mutex);
       for (int tries = 0; tries < 2; ++tries) {
         try {
