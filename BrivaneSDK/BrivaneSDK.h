@@ -23,6 +23,7 @@
 #include "BrivaneSDK/BVUtil.h"               // IWYU pragma: export
 #include "BrivaneSDK/BVWaybeacon.h"          // IWYU pragma: export
 #include "BrivaneSDK/BVWaybeaconDistance.h"  // IWYU pragma: export
+#include "BrivaneSDK/Version.h"              // IWYU pragma: export
 #include "platform/Export.h"
 #include "platform/Services.h"  // IWYU pragma: export
 

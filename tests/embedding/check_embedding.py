@@ -29,6 +29,29 @@ extern Held<platform::LocationService> location; extern Held<platform::DeviceMod
 extern Held<BVManagerDelegate> delegate;
 void say(const std::string& text);
 """
+# A project that brings the library's source along, and its program, with what hosts on phones are compiled with.
+PARENT = """cmake_minimum_required(VERSION 3.25)
+project(parent LANGUAGES CXX)
+include(FetchContent)
+FetchContent_Declare(BrivaneSDK SOURCE_DIR {source})
+FetchContent_MakeAvailable(BrivaneSDK)
+add_executable(parent parent.cpp)
+target_compile_options(parent PRIVATE -std=c++2b -fno-rtti -fno-exceptions -fvisibility=hidden -flto)
+target_link_libraries(parent PRIVATE BrivaneSDK::BrivaneSDK)
+install(TARGETS parent)
+"""
+PARENT_PROGRAM = """#include <BrivaneSDK/BrivaneSDK.h>
+struct Delegate final : BVManagerDelegate {
+  void didIsReady() override {}
+  void didErrorFound(const std::shared_ptr<const BVError>&) override {}
+  void didBVMatch(const std::shared_ptr<const BVAPIResolve>&) override {}
+  void didNearestWaybeacons(const std::shared_ptr<const BVWaybeaconDistance::List>&) override {}
+};
+int main(int count, char**) {
+  if (count > 1) BVManager::initWithDelegate(std::make_shared<Delegate>());
+  return static_cast<int>(BrivaneSDKVersionNumber) == BRIVANE_VERSION_MAJOR ? 0 : 1;
+}
+"""
 
 
 DOCUMENTS = sorted([*SOURCE.glob("*.md"), *(SOURCE / "docs").glob("*.md")])
@@ -116,6 +139,26 @@ class Embedding(unittest.TestCase):
             host.send_signal(signal.SIGINT)
             host.communicate(timeout=PATIENCE)
             self.assertEqual(host.returncode, 0)
+
+    def test_pkg_config_tells_what_a_host_links(self):
+        found = next((self.folder / "prefix").glob("**/pkgconfig"))
+        told = subprocess.run(["pkg-config", "--cflags", "--libs", *(f"brivane-{name}" for name in
+                               ("sdk", "curl", "files", "json", "posix", "replay"))], capture_output=True, text=True,
+                              check=True, env={**os.environ, "PKG_CONFIG_PATH": str(found)})
+        run(COMPILER, "-std=c++20", *FLAGS.split(), SOURCE / "examples/replay/main.cpp", "-o", self.folder / "by-hand",
+            *told.stdout.split())
+
+    def test_a_project_that_brings_its_source_along_gets_the_library_alone(self):
+        parent = self.folder / "parent"
+        parent.mkdir()
+        (parent / "CMakeLists.txt").write_text(PARENT.format(source=SOURCE))
+        (parent / "parent.cpp").write_text(PARENT_PROGRAM)
+        run("cmake", "-S", parent, "-B", parent / "build", "-G", "Ninja", "-DBRIVANE_ADAPTERS=OFF",
+            "-DCMAKE_UNITY_BUILD=ON", f"-DCMAKE_CXX_COMPILER={COMPILER}", f"-DCMAKE_CXX_FLAGS={FLAGS}")
+        run("cmake", "--build", parent / "build", "--target", "parent")
+        run(parent / "build/parent")
+        run("cmake", "--install", parent / "build", "--prefix", parent / "prefix")
+        self.assertEqual([file.name for file in parent.glob("prefix/**/*") if file.is_file()], ["parent"])
 
 
 unittest.main(argv=[sys.argv[0]])
