@@ -14,7 +14,7 @@ import tempfile
 import unittest
 
 BUILD, SOURCE, COMPILER, FLAGS = sys.argv[1], pathlib.Path(sys.argv[2]), sys.argv[3], sys.argv[4]
-sys.path[:0] = [str(SOURCE / "tests/support"), str(SOURCE / "tests/embedding")]
+sys.path[:0] = [str(SOURCE / folder) for folder in ("tests/support", "tests/embedding", "testing/daemons")]
 from documents import blocks, file_of, follow, lay_out  # noqa: E402
 from machine import Machine  # noqa: E402
 from programs import PATIENCE, start_service  # noqa: E402

@@ -18,7 +18,7 @@ import unittest
 import dbus
 
 HERE = pathlib.Path(__file__).parent
-sys.path[:0] = [str(HERE), str(HERE.parent / "support")]
+sys.path[:0] = [str(HERE), str(HERE.parent / "support"), str(HERE.parent.parent / "testing/daemons")]
 from desktop import Desktop  # noqa: E402
 from machine import Machine  # noqa: E402
 from programs import wait_for  # noqa: E402

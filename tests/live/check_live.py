@@ -14,7 +14,8 @@ import time
 import unittest
 
 BRIVANE, SERVICE, LIVE_TEST, WALKS = *sys.argv[1:4], pathlib.Path(sys.argv[4])
-sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "support"))
+TESTS = pathlib.Path(__file__).parent.parent
+sys.path[:0] = [str(TESTS / "support"), str(TESTS.parent / "testing/daemons")]
 from machine import Machine  # noqa: E402
 from programs import PATIENCE, Listener, start_service, wait_for  # noqa: E402
 
@@ -56,6 +57,14 @@ GRANTS = [
 ]
 
 
+def run(machine, *arguments):
+    return subprocess.run([BRIVANE, *arguments], env=machine.environment, capture_output=True, text=True, timeout=60)
+
+
+def listen(machine, *arguments):
+    return Listener([BRIVANE, *arguments], machine.environment)
+
+
 class Live(unittest.TestCase):
     def all_at_once(self, cases, check):
         """Each case sleeps most of its time."""
@@ -71,7 +80,7 @@ class Live(unittest.TestCase):
     def check_fault(self, begin, complaint, end):
         with Machine() as machine:
             machine.do("start_bluez")
-            with machine.listen(BRIVANE, "scan", "--live", "--json", "--log") as scan:
+            with listen(machine, "scan", "--live", "--json", "--log") as scan:
                 wait_for(scan.hears)
                 machine.do(*begin)
                 wait_for(lambda: scan.says(complaint))
@@ -99,16 +108,16 @@ class Live(unittest.TestCase):
             machine.do(*steps)
             capture = f"{machine.folder.name}/c.btsnoop"
             for command in ("scan", "--live"), ("record", capture):
-                run = machine.run(BRIVANE, *command, *options)
-                self.assertEqual((run.returncode, run.stdout), (2 if options else 1, ""))  # a wrong option, or the world
-                self.assertRegex(run.stderr, rf"^brivane: .*{complaint}.*\n$")
+                ended = run(machine, *command, *options)
+                self.assertEqual((ended.returncode, ended.stdout), (2 if options else 1, ""))  # a wrong option, or the world
+                self.assertRegex(ended.stderr, rf"^brivane: .*{complaint}.*\n$")
             self.assertFalse(os.path.exists(capture))
 
     def test_a_monitor_is_an_extra(self):
         for error, reason in ("-", "it was not activated"), ("org.bluez.Error.AlreadyExists", "as the test wishes"):
             with self.subTest(reason), Machine() as machine:
                 machine.do("start_bluez", f"OfferMonitors hci0 {error}")
-                with machine.listen(BRIVANE, "scan", "--json", "--log") as scan:
+                with listen(machine, "scan", "--json", "--log") as scan:
                     wait_for(lambda: scan.says(f"no advertisement monitor, discovery goes on alone: {reason}"))
                     wait_for(scan.hears)
 
@@ -116,13 +125,13 @@ class Live(unittest.TestCase):
         with Machine() as machine:
             machine.do("start_bluez", "PutOnAir 8 -70")
             capture = f"{machine.folder.name}/c.btsnoop"
-            recorded = machine.run(BRIVANE, "record", capture, "--for", "3")
+            recorded = run(machine, "record", capture, "--for", "3")
             self.assertRegex(recorded.stdout, r"^\d\d frames in ")
-            replayed = machine.run(BRIVANE, "scan", "--capture", capture, "--speed", "max", "--json")
+            replayed = run(machine, "scan", "--capture", capture, "--speed", "max", "--json")
             reports = [json.loads(line) for line in replayed.stdout.splitlines()]
             heard = [[(b["minor"], b["rssi"]) for b in r["beacons"]] for r in reports if r["event"] == "range"]
             self.assertIn([(7, -60), (8, -70)], heard)
-            again = machine.run(BRIVANE, "record", capture)
+            again = run(machine, "record", capture)
             self.assertEqual((again.returncode, again.stderr), (2, f"brivane: {capture}: File exists\n"))
 
     def test_detection_names_the_place_and_reports_positions_as_they_are_granted(self):
@@ -132,10 +141,9 @@ class Live(unittest.TestCase):
         with Machine() as machine:
             machine.do("start_bluez", *steps)
             if refusal is not None:
-                name, path = "org.freedesktop.GeoClue2", "/org/freedesktop/GeoClue2/Manager"
-                geoclue = machine.start_daemon("geoclue", name, path, f"{name}.Mock", refusal)
+                geoclue = machine.start_geoclue(refusal)
             reach = start_service(self, SERVICE, WALKS, "--state", machine.folder.name)
-            with machine.listen(BRIVANE, "detect", "--live", "--gps", "--json", "--log", *reach) as detect:
+            with listen(machine, "detect", "--live", "--gps", "--json", "--log", *reach) as detect:
                 if refusal != "Access denied":
                     wait_for(lambda: detect.of("match"))
                 if refusal == "":
@@ -149,13 +157,12 @@ class Live(unittest.TestCase):
             self.assertFalse(detect.says("nothing is heard"))  # it is found before that would be tried
 
     def test_managers_on_every_thread_and_in_every_order(self):
-        for suite, *steps in ["Live"], ["Refused", DENIAL]:
-            with self.subTest(suite), Machine() as machine:
-                machine.do("start_bluez", *steps)
-                name = "org.freedesktop.GeoClue2"
-                machine.start_daemon("geoclue", name, "/org/freedesktop/GeoClue2/Manager", f"{name}.Mock", "")
-                command = [LIVE_TEST, f"--gtest_filter={suite}*"]
-                subprocess.run(command, env=machine.environment, check=True, timeout=120)
+        with Machine() as machine:
+            machine.do("start_bluez", DENIAL)
+            machine.start_geoclue()
+            subprocess.run([LIVE_TEST, "--gtest_filter=Refused*"], env=machine.environment, check=True, timeout=120)
+        alone = [sys.executable, str(TESTS.parent / "testing/daemons/machine.py")]
+        subprocess.run([*alone, LIVE_TEST, "--gtest_filter=Live*"], check=True, timeout=120)
 
 
 if __name__ == "__main__":

@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """The programs, as tests and benchmarks run them."""
 import json
-import pathlib
 import re
 import signal
 import subprocess
@@ -16,17 +15,6 @@ def wait_for(condition):
     while not condition():
         assert time.monotonic() < end, "waited in vain"
         time.sleep(0.02)
-
-
-def bus_in(folder):
-    """The command that runs a message bus in a folder, where everybody may do everything, and its address. It prints
-    a line when it listens."""
-    address = f"unix:path={folder}/bus"
-    config = pathlib.Path(folder, "bus.conf")
-    config.write_text(f"""<busconfig><type>system</type><listen>{address}</listen>
-        <policy context="default"><allow user="*"/><allow own="*"/><allow send_destination="*"/>
-        <allow eavesdrop="true"/></policy></busconfig>""")
-    return ["dbus-daemon", f"--config-file={config}", "--nofork", "--nopidfile", "--print-address"], address
 
 
 def start_service(test, program, walk, *options, environment=None):

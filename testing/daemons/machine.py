@@ -1,20 +1,38 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What a phone has, as stand-ins on a bus of its own: BlueZ with a radio, and GeoClue."""
+"""The daemons of a phone, as stand-ins on a message bus of their own: BlueZ with a radio that hears what a test puts on
+the air, and GeoClue. For hosts that listen live, on a machine without Bluetooth. Needs Debian's python3-dbusmock and
+dbus-daemon; run it with Debian's Python.
+
+usage: machine.py COMMAND [ARGUMENT ...]
+Runs a command there: it hears the beacon with major 1 and minor 7 of the network at -60 dBm, and may have positions.
+"""
 import json
 import os
 import pathlib
 import subprocess
+import sys
 import tempfile
+import time
 
 import dbus
-
-from programs import Listener, bus_in, wait_for
 
 HERE = pathlib.Path(__file__).parent
 
 
+def bus_in(folder):
+    """The command that runs a message bus in a folder, where everybody may do everything, and its address. It prints
+    a line when it listens."""
+    address = f"unix:path={folder}/bus"
+    config = pathlib.Path(folder, "bus.conf")
+    config.write_text(f"""<busconfig><type>system</type><listen>{address}</listen>
+        <policy context="default"><allow user="*"/><allow own="*"/><allow send_destination="*"/>
+        <allow eavesdrop="true"/></policy></busconfig>""")
+    return ["dbus-daemon", f"--config-file={config}", "--nofork", "--nopidfile", "--print-address"], address
+
+
 class Machine:
-    """A bus of its own, and on it what a phone has."""
+    """A bus of its own, and on it the daemons that a test starts; with `environment` a program finds them. To be
+    entered; all is gone when it is left."""
 
     def __init__(self):
         self.folder = tempfile.TemporaryDirectory()
@@ -49,7 +67,10 @@ class Machine:
         self.spawn(name, "/usr/bin/python3", "-m", "dbusmock", "--system", "--template", str(HERE / f"{name}.py"),
                    "--parameters", json.dumps({"refusal": refusal}))
         bus = dbus.bus.BusConnection(self.address)
-        wait_for(lambda: bus.name_has_owner(owner))
+        while not bus.name_has_owner(owner):
+            if self.processes[name].poll() is not None:
+                raise RuntimeError(f"the stand-in {name} ended at once")
+            time.sleep(0.02)
         return dbus.Interface(bus.get_object(owner, path), interface)
 
     def do(self, *steps):
@@ -64,8 +85,20 @@ class Machine:
         if not refusal:
             self.do("AddAdapter hci0 hci0", "PutOnAir 7 -60")
 
-    def run(self, *command):
-        return subprocess.run(command, env=self.environment, capture_output=True, text=True, timeout=60)
+    def start_geoclue(self, refusal=""):
+        """What moves it and withdraws the permission; with a refusal it grants none."""
+        name = "org.freedesktop.GeoClue2"
+        return self.start_daemon("geoclue", name, "/org/freedesktop/GeoClue2/Manager", f"{name}.Mock", refusal)
 
-    def listen(self, *command):
-        return Listener(command, self.environment)
+
+def main(command):
+    if not command:
+        sys.exit("machine.py: a command is missing")
+    with Machine() as machine:
+        machine.start_bluez()
+        machine.start_geoclue()
+        return subprocess.run(command, env=machine.environment).returncode
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
