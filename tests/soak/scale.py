@@ -53,7 +53,8 @@ def picture(scenarios):
              f'<rect x="{x(3600):.0f}" y="{TOP}" width="{x(4200) - x(3600):.0f}" height="{HEIGHT - TOP - BOTTOM}" '
              f'fill="#eeeeee"/>', f'<text x="{x(3610):.0f}" y="{TOP + 14}">outage</text>']
     for minute in range(0, seconds // 60 + 1, 15):
-        parts.append(f'<text x="{x(minute * 60):.0f}" y="{HEIGHT - BOTTOM + 18}" text-anchor="middle">'
+        anchor = "end" if minute * 60 == seconds else "middle"
+        parts.append(f'<text x="{x(minute * 60):.0f}" y="{HEIGHT - BOTTOM + 18}" text-anchor="{anchor}">'
                      f'{7 + minute // 60}:{minute % 60:02}</text>')
     for rate in range(0, int(most) + 1, 250_000):
         parts.append(f'<line x1="{LEFT}" x2="{WIDTH - 10}" y1="{y(rate):.0f}" y2="{y(rate):.0f}" stroke="#dddddd"/>'
