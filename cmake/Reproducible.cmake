@@ -4,3 +4,5 @@
 # that a debugger finds the sources.
 add_compile_options("$<$<CONFIG:Release,MinSizeRel>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=build>"
                     "$<$<CONFIG:Release,MinSizeRel>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>")
+# Nor do the folders in which a build's own libraries find each other.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
