@@ -36,7 +36,8 @@ include(FetchContent)
 FetchContent_Declare(BrivaneSDK SOURCE_DIR {source})
 FetchContent_MakeAvailable(BrivaneSDK)
 add_executable(parent parent.cpp)
-target_compile_options(parent PRIVATE -std=c++2b -fno-rtti -fno-exceptions -fvisibility=hidden -flto)
+target_compile_options(parent PRIVATE -std=c++2b -fno-rtti -fno-exceptions -fvisibility=hidden
+  $<$<CXX_COMPILER_ID:GNU>:-flto>)  # the system's linker knows no such objects of Clang's
 target_link_libraries(parent PRIVATE BrivaneSDK::BrivaneSDK)
 install(TARGETS parent)
 """
