@@ -4,6 +4,7 @@ tree, keys, and what is spoken.
 
 usage: check_guide.py BRIVANE_GUIDE BRIVANE_SERVICE SHARE WALKS_FOLDER
 """
+import collections
 import json
 import os
 import pathlib
@@ -28,12 +29,23 @@ WALKS = pathlib.Path(sys.argv[4])
 IDENTIFIER = "example.brivane.Guide"
 PLACES = [beacon["name"] for place in json.loads((WALKS / "old-town.json").read_text())["places"]
           for beacon in place["beacons"]]
-CONTROLS = ("push button", "toggle button", "page tab", "list", "spin button", "combo box", "check box", "switch")
 
 DESKTOP = Desktop(SHARE)
 unittest.addModuleCleanup(DESKTOP.close)
 os.environ.update(DESKTOP.environment)  # read when the next is imported
 import pyatspi  # noqa: E402
+from gi.repository import GLib  # noqa: E402
+
+
+Shown = collections.namedtuple("Shown", "accessible role name state")
+NOTHING = Shown(None, "", "", None)
+
+
+def visible(parent):
+    for child in parent:
+        if child and (child.getRoleName() == "frame" or child.getState().contains(pyatspi.STATE_VISIBLE)):
+            yield child
+            yield from visible(child)
 
 
 class Guide:
@@ -49,25 +61,25 @@ class Guide:
             self.process.terminate()
             self.process.wait(30)
 
-    def all(self, parent=None):
+    def all(self):
         """What its windows show, in reading order."""
-        if parent is None:
-            parent = next((each for each in pyatspi.Registry.getDesktop(0)
-                           if each and each.get_process_id() == self.process.pid), ())
-        for child in parent:
-            if child and (child.getRoleName() == "frame" or child.getState().contains(pyatspi.STATE_VISIBLE)):
-                yield child
-                yield from self.all(child)
+        while True:  # a window may change while it is read: then anew
+            try:
+                return [Shown(each, each.getRoleName(), each.name, each.getState())
+                        for application in pyatspi.Registry.getDesktop(0)
+                        if application and application.get_process_id() == self.process.pid
+                        for each in visible(application)]
+            except GLib.GError:
+                time.sleep(0.02)
 
     def find(self, role, name=".*"):
-        return next((each for each in self.all() if each.getRoleName() == role and re.search(name, each.name)), None)
+        return next((each for each in self.all() if each.role == role and re.search(name, each.name)), None)
 
     def wait(self, role, name=".*"):
-        wait_for(lambda: self.find(role, name))
-        return self.find(role, name)
+        return wait_for(lambda: self.find(role, name))
 
     def press(self, name, role="push button"):
-        self.wait(role, name).queryAction().doAction(0)
+        self.wait(role, name).accessible.queryAction().doAction(0)
 
     def here(self):
         heading = self.find("heading")
@@ -81,7 +93,7 @@ class Guide:
         xdotool("windowfocus", "--sync", self.window(), "key", *keys)
 
     def focused(self):
-        return next((each for each in self.all() if each.getState().contains(pyatspi.STATE_FOCUSED)), None)
+        return next((each for each in self.all() if each.state.contains(pyatspi.STATE_FOCUSED)), None)
 
     def action(self, name):
         bus = dbus.bus.BusConnection(DESKTOP.environment["DBUS_SESSION_BUS_ADDRESS"])
@@ -134,8 +146,8 @@ class GuideTest(unittest.TestCase):
         guide = self.walk(1)
         wait_for(lambda: guide.here() == PLACES[0])
         # Libadwaita makes lists of its own within a row that opens, and names none.
-        nameless = [each.getRoleName() for each in guide.all()
-                    if each.getState().contains(pyatspi.STATE_FOCUSABLE) and re.match("(Gtk|Adw|$)", each.name)]
+        nameless = [each.role for each in guide.all()
+                    if each.state.contains(pyatspi.STATE_FOCUSABLE) and re.match("(Gtk|Adw|$)", each.name)]
         self.assertEqual([role for role in nameless if role != "list"], [])
         reached = self.reached_by(guide, "Tab", 8)
         self.assertTrue(reached[0].startswith(PLACES[0] + ". Bajo el arco"), reached)
@@ -150,10 +162,9 @@ class GuideTest(unittest.TestCase):
     def reached_by(guide, key, times):
         names = []
         for _ in range(times):
-            before = guide.focused()
+            before = (guide.focused() or NOTHING).accessible
             guide.key(key)
-            wait_for(lambda: guide.focused() and guide.focused() != before)
-            names.append(guide.focused().name)
+            names.append(wait_for(lambda: (now := guide.focused()) and now.accessible != before and now).name)
         return names
 
     def test_it_says_again_and_more_when_asked_to(self):
@@ -237,8 +248,8 @@ class GuideTest(unittest.TestCase):
             guide.press(f"^{page}$", "page tab")
             time.sleep(0.5)
             self.assertIn("WIDTH=360\nHEIGHT=294\n", xdotool("getwindowgeometry", "--shell", guide.window()))
-            for text in (each for each in guide.all() if each.getRoleName() in ("heading", "label")):
-                box = text.queryComponent().getExtents(pyatspi.WINDOW_COORDS)
+            for text in (each for each in guide.all() if each.role in ("heading", "label")):
+                box = text.accessible.queryComponent().getExtents(pyatspi.WINDOW_COORDS)
                 if box.y > 50:  # below the header, which hides what has no room there
                     self.assertTrue(box.x >= 0 and box.x + box.width <= 360, (text.name, box))
 

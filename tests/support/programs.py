@@ -12,9 +12,10 @@ PATIENCE = 40.0  # seconds; what is waited for takes far less
 
 def wait_for(condition):
     end = time.monotonic() + PATIENCE
-    while not condition():
+    while not (found := condition()):
         assert time.monotonic() < end, "waited in vain"
         time.sleep(0.02)
+    return found
 
 
 def start_service(test, program, walk, *options, environment=None):
