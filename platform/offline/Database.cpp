@@ -28,9 +28,13 @@ void createForOwner(const std::string& path) {
 
 }  // namespace
 
-bool DatabaseFault::isDamage() const {
-  const int kind = code_ & 0xFF;
-  return kind == SQLITE_CORRUPT || kind == SQLITE_NOTADB;
+bool DatabaseFault::isDamage() const { return kind() == SQLITE_CORRUPT || kind() == SQLITE_NOTADB; }
+
+bool DatabaseFault::isBusy() const { return kind() == SQLITE_BUSY; }
+
+int DatabaseFault::kind() const {
+  constexpr int kWithoutItsDetail = 0xFF;
+  return code_ & kWithoutItsDetail;
 }
 
 Statement::Statement(sqlite3* connection, const char* text) {
@@ -80,8 +84,19 @@ Database::Database(const std::string& path) {
   sqlite3_db_config(connection, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_db_config(connection, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
   execute("PRAGMA cell_size_check = ON");
-  execute("PRAGMA journal_mode = WAL");
+  writeAhead();
   execute("PRAGMA synchronous = NORMAL");
+}
+
+void Database::writeAhead() const {
+  for (int waited = 0;; ++waited) {
+    try {
+      return execute("PRAGMA journal_mode = WAL");
+    } catch (const DatabaseFault& fault) {
+      if (!fault.isBusy() || waited == kMillisecondsToWait) throw;
+      sqlite3_sleep(1);
+    }
+  }
 }
 
 bool Database::hasMoved() const {

@@ -18,8 +18,12 @@ class DatabaseFault : public std::runtime_error {
 
   /// Whether the file is no database, or no longer a whole one.
   bool isDamage() const;
+  /// Whether another process is using the file.
+  bool isBusy() const;
 
  private:
+  int kind() const;
+
   int code_;
 };
 
@@ -97,6 +101,10 @@ class Database {
   struct Free {
     void operator()(sqlite3* connection) const { sqlite3_close_v2(connection); }
   };
+
+  /// Has a new file keep its journal beside it. SQLite does not wait by itself for another process
+  /// that does the same at this moment.
+  void writeAhead() const;
 
   std::unique_ptr<sqlite3, Free> connection_;
 };
