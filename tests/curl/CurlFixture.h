@@ -49,12 +49,14 @@ struct Reach {
         CurlHTTPClient::Options{.connectTo = std::string(kHost) + ":443:127.0.0.1:" + std::to_string(server.port()),
                                 .caFile = folder.write("ca.pem", (trusted ? *trusted : certificate).certificatePEM),
                                 .maxReplyBytes = 1000,
-                                .onTransfer = [this](const auto& transfer) { told.push_back(transfer); }});
+                                .onTransfer = [all = told](const auto& transfer) { all->push_back(transfer); }});
   }
 
   const TemporaryFolder folder;
   const service::Certificate certificate = service::makeCertificate(kHost, -1h, 1h);
-  std::vector<platform::TransferOutcome> told;
+  /// Shared with clients, because one inside another may outlive this.
+  const std::shared_ptr<std::vector<platform::TransferOutcome>> told =
+      std::make_shared<std::vector<platform::TransferOutcome>>();
 };
 
 class Curl : public testing::Test, protected Reach {

@@ -16,12 +16,7 @@ namespace {
 
 /// What the contract asks of a server.
 struct Loopback : Reach {
-  /// It tells of its transfers to nobody, because it may outlive this inside another client.
-  std::shared_ptr<platform::HTTPClient> create() {
-    return std::make_shared<CurlHTTPClient>(
-        CurlHTTPClient::Options{.connectTo = std::string(kHost) + ":443:127.0.0.1:" + std::to_string(server.port()),
-                                .caFile = folder.write("ca.pem", certificate.certificatePEM)});
-  }
+  std::shared_ptr<platform::HTTPClient> create() { return client(server); }
   static std::string url(const std::string& path) { return "https://" + std::string(kHost) + path; }
   static void waitUntil(const std::function<bool()>& done) {
     while (!done()) std::this_thread::sleep_for(1ms);
@@ -88,9 +83,9 @@ TEST_F(Curl, TrustsTheRightCertificateAlone) {
         Row(expired, expired, "certificate has expired")}) {
     const TLSServer server(presented, TLSServer::answering(TLSServer::reply("no", "401 Unauthorized")));
     EXPECT_EQ(outcome(*client(server, &trusted), request("/a/b?secret")), fault.empty() ? "401 no" : "none");
-    EXPECT_EQ(told.back().endpoint, "/a/b");
-    EXPECT_EQ(told.back().status.value_or(0), fault.empty() ? 401 : 0);
-    EXPECT_NE(told.back().fault.find(fault), std::string::npos) << told.back().fault;
+    EXPECT_EQ(told->back().endpoint, "/a/b");
+    EXPECT_EQ(told->back().status.value_or(0), fault.empty() ? 401 : 0);
+    EXPECT_NE(told->back().fault.find(fault), std::string::npos) << told->back().fault;
   }
 }
 
@@ -138,7 +133,7 @@ TEST_F(Curl, RefusesWhatCannotBeSentSafely) {
   const char* const faults[] = {"Protocol", "URL", "line break", "POST"};
   for (std::size_t i = 0; i < bad.size(); ++i) {
     EXPECT_EQ(outcome(*client(server), bad[i]), "none");
-    EXPECT_NE(told.back().fault.find(faults[i]), std::string::npos) << told.back().fault;
+    EXPECT_NE(told->back().fault.find(faults[i]), std::string::npos) << told->back().fault;
   }
 }
 
@@ -154,7 +149,7 @@ TEST_F(Curl, TransfersGoOnWhileACallbackBlocksOrThrows) {
   const auto serving = client(server);
   Outcomes outcomes;
   serving->execute(request(), [&](auto, auto) {
-    EXPECT_FALSE(told.empty());  // before the completion
+    EXPECT_FALSE(told->empty());  // before the completion
     for (int now = served; now < 11; now = served) served.wait(now);
     throw std::runtime_error("a host's");
   });

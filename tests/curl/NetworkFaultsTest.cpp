@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <fcntl.h>
+
 #include <algorithm>
 
 #include "tests/curl/CurlFixture.h"
@@ -115,6 +117,24 @@ TEST_F(NetworkFaults, AreSurvivedWhereAConnectionIsDead) {
   for (const Answer& good : {kGood, kGood2}) meet({changes, good, changes, good});
 }
 
+/// Our side of each connection to `port`. None is inherited by a program that the host starts, and each is given up
+/// when the network no longer acknowledges what is sent, which no test can make it do.
+int connectionsTo(std::uint16_t port) {
+  int count = 0;
+  for (int descriptor = 0; descriptor < 1024; ++descriptor) {
+    sockaddr_in peer{};
+    socklen_t size = sizeof peer;
+    getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size);  // leaves zeros for what is no connection
+    if (peer.sin_family != AF_INET || ntohs(peer.sin_port) != port) continue;
+    ++count;
+    EXPECT_NE(fcntl(descriptor, F_GETFD) & FD_CLOEXEC, 0);
+    unsigned milliseconds = 0;
+    getsockopt(descriptor, IPPROTO_TCP, TCP_USER_TIMEOUT, &milliseconds, &(size = sizeof milliseconds));
+    EXPECT_EQ(milliseconds, 5000U);
+  }
+  return count;
+}
+
 TEST_F(NetworkFaults, AreNoneWhenManyRequestsShareConnections) {
   for (const bool http2 : {false, true}) {
     const TLSServer server(certificate, answering({http2 ? kGood2 : kGood}, http2), http2);
@@ -123,6 +143,7 @@ TEST_F(NetworkFaults, AreNoneWhenManyRequestsShareConnections) {
     for (int i = 0; i < 200; ++i) serving->execute(request(), outcomes.next());
     EXPECT_EQ(outcomes.wait(200), std::vector<std::string>(200, "200 good"));
     EXPECT_LE(server.connections(), http2 ? 1 : 6);
+    EXPECT_GT(connectionsTo(server.port()), 0);
   }
 }
 

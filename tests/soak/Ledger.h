@@ -11,7 +11,7 @@
 
 #include "BrivaneSDK/BVManagerDelegate.h"
 #include "platform/HTTPClient.h"
-#include "tests/support/Street.h"
+#include "tests/soak/Street.h"
 
 namespace soak {
 

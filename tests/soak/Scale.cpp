@@ -26,7 +26,7 @@
 #include "testing/FixedDeviceModel.h"
 #include "testing/FixedPropertyList.h"
 #include "testing/MemoryPreferences.h"
-#include "tests/support/Street.h"
+#include "tests/soak/Street.h"
 
 namespace {
 

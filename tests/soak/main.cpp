@@ -15,7 +15,7 @@
 #include "platform/replay/LockstepHTTPClient.h"
 #include "platform/replay/ReplayLocationService.h"
 #include "tests/soak/Ledger.h"
-#include "tests/support/Street.h"
+#include "tests/soak/Street.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Town.h"
 
@@ -121,7 +121,7 @@ class Walk {
 
   const TemporaryFolder folder_;
   const std::string capture_ = folder_.path() / "day.btsnoop";
-  const Town town_{{"drop=0.005", "reset=0.005", "bad-json=0.005", "status-500=0.005"}};
+  const Town town_{Street::network(), {"drop=0.005", "reset=0.005", "bad-json=0.005", "status-500=0.005"}};
   const std::shared_ptr<platform::CurlHTTPClient> curl_ = town_.makeClient();
   const std::shared_ptr<platform::LockstepHTTPClient> lockstep_ = std::make_shared<platform::LockstepHTTPClient>(curl_);
   const std::shared_ptr<host::WatchedHTTPClient> watched_ =

@@ -22,20 +22,19 @@
 #include "platform/posix/UnameDeviceModel.h"
 #include "service/Service.h"
 #include "testing/FixedPropertyList.h"
-#include "tests/support/Street.h"
 #include "tests/support/TemporaryFolder.h"
 
-/// The development service for the Street, failing at times, and what the library needs to reach it. The service has a
+/// The development service, failing at times, and what the library needs to reach it. The service has a
 /// process of its own, because tests end and fork theirs; so a Town is made before any thread.
 class Town {
  public:
   /// `faults` as the service's option --fault takes them.
-  explicit Town(const std::vector<std::string>& faults) {
+  Town(const service::Network& network, const std::vector<std::string>& faults) {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, &ends[0]) != 0) throw std::runtime_error("no socket");
     process_ = fork();
     close(ends[process_ == 0 ? 0 : 1]);
-    if (process_ == 0) serve(faults, ends[1]);
+    if (process_ == 0) serve(network, faults, ends[1]);
     service_ = ends[0];
     readPort();
   }
@@ -47,7 +46,6 @@ class Town {
   Town(const Town&) = delete;
   Town& operator=(const Town&) = delete;
 
-  std::uint16_t port() const { return port_; }
   std::string file(const std::string& name) const { return folder_.path() / name; }
 
   /// From now on nothing fails any more. Ends all connections.
@@ -79,11 +77,11 @@ class Town {
   }
 
  private:
-  [[noreturn]] void serve(const std::vector<std::string>& faults, int parent) const {
+  [[noreturn]] void serve(const service::Network& network, const std::vector<std::string>& faults, int parent) const {
     service::Service::Options options;
     options.certificate = certificate_;
     options.apiHost = BRIVANE_API_HOST;
-    options.endpoints.network = Street::network();
+    options.endpoints.network = network;
     options.endpoints.tokenLifetime = std::chrono::hours(48);
     for (const std::string& fault : faults) options.faults.push_back(service::Fault::parse(fault));
     for (;;) {
