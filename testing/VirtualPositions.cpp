@@ -3,9 +3,8 @@
 
 #include <algorithm>
 #include <utility>
-#include <vector>
 
-#include "testing/ForEachAlive.h"
+#include "testing/Present.h"
 
 namespace brivane::testing {
 
@@ -17,25 +16,27 @@ struct VirtualPositions::State {
   PositionGrant grant = PositionGrant::kGranted;
   std::string reason;
   std::optional<platform::CLLocation> position;
-  std::vector<std::weak_ptr<Face>> faces;
+  Present<Face> faces;
 };
 
 /// What one listener gets to know of the positions.
-class VirtualPositions::Face : public std::enable_shared_from_this<Face> {
+class VirtualPositions::Face final : public PositionSource {
  public:
-  Face(std::shared_ptr<State> state, PositionSource::Listener& listener)
-      : state_(std::move(state)), listener_(listener) {}
+  Face(std::shared_ptr<State> state, Listener& listener)
+      : state_(std::move(state)), listener_(listener) {
+    state_->faces.add(self_);
+  }
 
   std::optional<double> accuracy() const { return accuracy_; }
 
-  void start(double accuracy) {
+  void start(double accuracy) override {
     accuracy_ = accuracy;
     told_.reset();
-    state_->loop->post([weak = weak_from_this()] {
+    state_->loop->post([weak = std::weak_ptr(self_)] {
       if (const auto face = weak.lock()) face->tellAll();
     });
   }
-  void stop() { accuracy_.reset(); }
+  void stop() override { accuracy_.reset(); }
 
   /// Tells the answer, unless it was told since the start.
   void tellGrant() {
@@ -55,7 +56,9 @@ class VirtualPositions::Face : public std::enable_shared_from_this<Face> {
   }
 
   const std::shared_ptr<State> state_;
-  PositionSource::Listener& listener_;
+  Listener& listener_;
+  /// For those who must know whether this is still there.
+  const std::shared_ptr<Face> self_{this, [](Face*) {}};
   std::optional<double> accuracy_;
   std::optional<PositionGrant> told_;
 };
@@ -68,39 +71,23 @@ VirtualPositions::VirtualPositions(std::shared_ptr<platform::EventLoop> loop)
 VirtualPositions::~VirtualPositions() = default;
 
 std::unique_ptr<PositionSource> VirtualPositions::create(PositionSource::Listener& listener) {
-  class Handle final : public PositionSource {
-   public:
-    explicit Handle(std::shared_ptr<Face> face) : face_(std::move(face)) {}
-    ~Handle() override { face_->stop(); }
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-
-    void start(double accuracy) override { face_->start(accuracy); }
-    void stop() override { face_->stop(); }
-
-   private:
-    const std::shared_ptr<Face> face_;
-  };
-  auto face = std::make_shared<Face>(state_, listener);
-  std::erase_if(state_->faces, [](const auto& each) { return each.expired(); });
-  state_->faces.push_back(face);
-  return std::make_unique<Handle>(std::move(face));
+  return std::make_unique<Face>(state_, listener);
 }
 
 void VirtualPositions::setGrant(PositionGrant grant, std::string reason) {
   state_->grant = grant;
   state_->reason = std::move(reason);
-  forEachAlive(state_->faces, [](Face& face) { face.tellGrant(); });
+  state_->faces.forEach([](Face& face) { face.tellGrant(); });
 }
 
 void VirtualPositions::locate(const platform::CLLocation& position) {
   state_->position = position;
-  forEachAlive(state_->faces, [](Face& face) { face.tellPosition(); });
+  state_->faces.forEach([](Face& face) { face.tellPosition(); });
 }
 
 std::optional<double> VirtualPositions::accuracy() const {
   std::optional<double> finest;
-  forEachAlive(state_->faces, [&finest](const Face& face) {
+  state_->faces.forEach([&finest](const Face& face) {
     const auto asked = face.accuracy();
     if (asked) finest = std::min(finest.value_or(*asked), *asked);
   });

@@ -3,9 +3,8 @@
 
 #include <algorithm>
 #include <utility>
-#include <vector>
 
-#include "testing/ForEachAlive.h"
+#include "testing/Present.h"
 
 namespace brivane::testing {
 
@@ -14,24 +13,26 @@ using platform::Radio;
 struct VirtualRadio::State {
   std::shared_ptr<platform::EventLoop> loop;
   Radio::Status status{.listening = true, .refused = false};
-  std::vector<std::weak_ptr<Face>> faces;
+  Present<Face> faces;
 };
 
 /// What one listener gets to hear of the radio.
-class VirtualRadio::Face : public std::enable_shared_from_this<Face> {
+class VirtualRadio::Face final : public Radio {
  public:
-  Face(std::shared_ptr<State> state, Radio::Listener& listener)
-      : state_(std::move(state)), listener_(listener) {}
+  Face(std::shared_ptr<State> state, Listener& listener)
+      : state_(std::move(state)), listener_(listener) {
+    state_->faces.add(self_);
+  }
 
   const std::optional<Radio::Wanted>& wanted() const { return wanted_; }
 
-  void listen(const Radio::Wanted& wanted) {
+  void listen(const Wanted& wanted) override {
     wanted_ = wanted;
-    state_->loop->post([weak = weak_from_this()] {
+    state_->loop->post([weak = std::weak_ptr(self_)] {
       if (const auto face = weak.lock()) face->tell();
     });
   }
-  void stop() {
+  void stop() override {
     wanted_.reset();
     told_.reset();
   }
@@ -53,7 +54,9 @@ class VirtualRadio::Face : public std::enable_shared_from_this<Face> {
 
  private:
   const std::shared_ptr<State> state_;
-  Radio::Listener& listener_;
+  Listener& listener_;
+  /// For those who must know whether this is still there.
+  const std::shared_ptr<Face> self_{this, [](Face*) {}};
   std::optional<Radio::Wanted> wanted_;
   std::optional<Radio::Status> told_;
 };
@@ -66,37 +69,21 @@ VirtualRadio::VirtualRadio(std::shared_ptr<platform::EventLoop> loop)
 VirtualRadio::~VirtualRadio() = default;
 
 std::unique_ptr<Radio> VirtualRadio::create(Radio::Listener& listener) {
-  class Handle final : public Radio {
-   public:
-    explicit Handle(std::shared_ptr<Face> face) : face_(std::move(face)) {}
-    ~Handle() override { face_->stop(); }
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-
-    void listen(const Wanted& wanted) override { face_->listen(wanted); }
-    void stop() override { face_->stop(); }
-
-   private:
-    const std::shared_ptr<Face> face_;
-  };
-  auto face = std::make_shared<Face>(state_, listener);
-  std::erase_if(state_->faces, [](const auto& each) { return each.expired(); });
-  state_->faces.push_back(face);
-  return std::make_unique<Handle>(std::move(face));
+  return std::make_unique<Face>(state_, listener);
 }
 
 void VirtualRadio::setStatus(Radio::Status status) {
   state_->status = std::move(status);
-  forEachAlive(state_->faces, [](Face& face) { face.tell(); });
+  state_->faces.forEach([](Face& face) { face.tell(); });
 }
 
 void VirtualRadio::hear(const platform::Advertisement& advertisement) {
-  forEachAlive(state_->faces, [&](Face& face) { face.hear(advertisement); });
+  state_->faces.forEach([&](Face& face) { face.hear(advertisement); });
 }
 
 std::optional<Radio::Wanted> VirtualRadio::wanted() const {
   std::optional<Radio::Wanted> all;
-  forEachAlive(state_->faces, [&all](const Face& face) {
+  state_->faces.forEach([&all](const Face& face) {
     if (!face.wanted()) return;
     if (!all) all.emplace();
     all->networks.insert(face.wanted()->networks.begin(), face.wanted()->networks.end());
