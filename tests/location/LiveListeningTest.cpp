@@ -27,10 +27,10 @@ class Listening final : public Log {
  public:
   explicit Listening(bool withPositions) {
     LiveLocationService::Sources sources{.eventLoop = [this] { return loop; },
-                                         .radio = [this](auto& listener) { return makeSource<FakeRadio>(listener); },
+                                         .radio = [this](auto& listener) { return make(radio, listener); },
                                          .positions = nullptr};
     if (withPositions) {
-      sources.positions = [this](auto& listener) { return makeSource<FakePositions>(listener); };
+      sources.positions = [this](auto& listener) { return make(positions, listener); };
     }
     LiveLocationService::Options options{.log = std::shared_ptr<Log>(std::shared_ptr<void>(), this)};
     options.onPermission = [this](const Permission&, const std::string& why) { reason = why; };
@@ -60,40 +60,35 @@ class Listening final : public Log {
   }
 
  private:
-  struct FakeRadio final : Radio {
-    FakeRadio(Listening& owner, Listener& listener) : all(owner), told(listener) { all.radio = this; }
-    ~FakeRadio() override {
-      EXPECT_EQ(all.sourceCalls, 0) << "destroyed under its own call";
-      all.radio = nullptr;
-    }
-    FakeRadio(const FakeRadio&) = delete;
-    FakeRadio& operator=(const FakeRadio&) = delete;
+  template <typename Source>
+  struct Fake : Source {
+    Fake(Listening& owner, typename Source::Listener& listener) : all(owner), told(listener) {}
+    ~Fake() override { EXPECT_EQ(all.sourceCalls, 0) << "destroyed under its own call"; }
+    Fake(const Fake&) = delete;
+    Fake& operator=(const Fake&) = delete;
+    Listening& all;
+    typename Source::Listener& told;
+  };
+  struct FakeRadio final : Fake<Radio> {
+    using Fake::Fake;
     void listen(const Wanted& wanted) override {
       EXPECT_EQ(all.sourceCalls, 0) << "asked to listen under its own call";
       const bool waits = !wanted.networks.empty() && !wanted.everyFrame;
       all.note((waits ? "await" : "listen") + std::to_string(wanted.networks.size()));
     }
     void stop() override { all.note("stop"); }
-    Listening& all;
-    Listener& told;
   };
-  struct FakePositions final : PositionSource {
-    FakePositions(Listening& owner, Listener& listener) : all(owner), told(listener) { all.positions = this; }
-    ~FakePositions() override {
-      EXPECT_EQ(all.sourceCalls, 0) << "destroyed under its own call";
-      all.positions = nullptr;
-    }
-    FakePositions(const FakePositions&) = delete;
-    FakePositions& operator=(const FakePositions&) = delete;
+  struct FakePositions final : Fake<PositionSource> {
+    using Fake::Fake;
     void start(double accuracy) override { all.note("start" + std::to_string(std::lround(accuracy))); }
     void stop() override { all.note("halt"); }
-    Listening& all;
-    Listener& told;
   };
 
-  template <typename Source, typename Listener>
-  std::unique_ptr<Source> makeSource(Listener& listener) {
-    return std::make_unique<Source>(*this, listener);
+  template <typename Source>
+  std::unique_ptr<Source> make(Source*& latest, auto& listener) {
+    auto source = std::make_unique<Source>(*this, listener);
+    latest = source.get();
+    return source;
   }
 
   void write(std::string_view line) override { note("log(" + std::string(line) + ")"); }
@@ -295,6 +290,9 @@ TEST(LiveListening, PutsConsentTogetherFromRadioAndPositions) {
                   {"new authorize refused granted", "0:auth0 0:listen0 0:start10 0:auth2no 0:stop 0:halt"},
                   {"new authorize switchedOff able",
                    "0:auth0 0:listen0 0:start10 0:auth0offwhy 0:auth3why 0:auth3offwhy 0:stop"},
+                  // What nobody is left to be told waits for the next.
+                  {"auth3=drop new authorize switchedOff able 1 new 2",
+                   "0:auth0 0:listen0 0:start10 0:auth0offwhy 0:auth3why 0:stop 0:halt 1:auth3why 1:auth3offwhy"},
                   // Authorisation is told by itself before the switch, or an application would not become ready.
                   {"new authorize able switchedOff", "0:auth0 0:listen0 0:start10 0:auth3 0:stop 0:auth3offwhy"},
                   {"new authorize update able granted pending 1 denied granted",

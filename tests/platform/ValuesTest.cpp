@@ -4,6 +4,7 @@
 
 #include "platform/JSONValue.h"
 #include "platform/UUID.h"
+#include "platform/posix/SerialQueue.h"
 #include "platform/posix/SystemRandomUUID.h"
 #include "platform/posix/UnameDeviceModel.h"
 
@@ -33,6 +34,14 @@ TEST(PosixTest, TellsTheMachineAndMakesVersionFourIdentifiers) {
   EXPECT_NE(one, random.generate());
   EXPECT_EQ(one.bytes()[6] >> 4U, 4);  // the version
   EXPECT_EQ(one.bytes()[8] >> 6U, 2);  // the variant
+}
+
+TEST(SerialQueueTest, DropsAtOnceWhatComesAfterItsEnd) {
+  platform::SerialQueue queue(nullptr);
+  queue.close();
+  const auto held = std::make_shared<int>();
+  queue.post([held] {});
+  EXPECT_EQ(held.use_count(), 1);
 }
 
 template <typename Value>
