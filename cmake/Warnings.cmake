@@ -7,8 +7,5 @@ target_compile_options(BrivaneWarnings INTERFACE -Wall -Wextra -Wpedantic -Wconv
                        $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
                        # What platform/Mutex.h says of locks, which Clang alone checks.
                        $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wthread-safety>)
-# Another compiler, or other flags, may know warnings that nobody has seen here: only the presets stop at them.
-option(BRIVANE_WERROR "Take warnings for errors" OFF)
-if(BRIVANE_WERROR)
-  target_compile_options(BrivaneWarnings INTERFACE -Werror)
-endif()
+# Another compiler, or other flags, may know warnings that nobody has seen here: only the presets stop at them, by
+# CMAKE_COMPILE_WARNING_AS_ERROR.

@@ -38,7 +38,8 @@ class BRIVANE_EXPORT JSONValue {
   JSONValue(JSONValue&& other) noexcept : value_(std::exchange(other.value_, {})) {}
   /// Leaves JSON null behind.
   JSONValue& operator=(JSONValue&& other) noexcept {
-    value_ = std::exchange(other.value_, {});
+    value_ = std::move(other.value_);
+    other.value_ = {};
     return *this;
   }
   ~JSONValue() = default;
