@@ -19,9 +19,10 @@ namespace {
 constexpr std::size_t kMaxDepth = 512;
 /// simdjson counts a level for what stands in the innermost list, unless that is empty.
 constexpr std::size_t kParserDepth = kMaxDepth + 1;
-/// A value costs some 120 bytes while it is read, and all texts up to three times their length. So
-/// reading 16 MiB, which is what a reply may have, stays below 64 MiB.
-constexpr std::size_t kMaxValues = 100'000;
+/// A value costs up to 120 bytes while it is read, and all texts up to three times their length. So
+/// reading 16 MiB, which is what a reply may have, stays below 64 MiB, and a list of 5,000 places,
+/// each with 25 values and keys, is read.
+constexpr std::size_t kMaxValues = 130'000;
 constexpr std::size_t kMaxBytes = SIZE_MAX;
 /// A parser needs some ten times the bytes it reads. What texts up to this size need is kept, as
 /// nearly all are so short.
@@ -131,7 +132,7 @@ SimdJSON::~SimdJSON() = default;
 
 std::variant<JSONValue, JSONError> SimdJSON::read(std::string_view bytes) const {
   if (bytes.empty()) return JSONError{"nothing to read"};  // not even a place to read it from
-  if (holdsMoreValuesThan(kMaxValues, bytes)) return JSONError{"more than 100000 values"};
+  if (holdsMoreValuesThan(kMaxValues, bytes)) return JSONError{"more than 130000 values"};
   const std::lock_guard lock(parser_->mutex);
   auto root = parser_->parse(bytes);
   if (root.error() == simdjson::NUMBER_ERROR) {
