@@ -1,26 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <functional>
 #include <memory>
-#include <thread>
 
 #include "platform/location/Distance.h"
 #include "platform/location/IBeaconFrame.h"
 #include "platform/location/LocationCore.h"
 #include "testing/BeaconFrame.h"
-#include "testing/RecordingLocationDelegate.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using namespace brivane::testing;
 using namespace platform;
-
-std::shared_ptr<CLBeaconRegion> region() {
-  return CLBeaconRegion::initWithProximityUUID_identifier(networkUUID(), "r");
-}
 
 TEST(Frame, IsAnIBeaconOfTheRightSizeOrNothing) {
   const Advertisement good = networkFrame(0x0102, 0xFFFE, -60);
@@ -54,34 +47,10 @@ TEST(Core, BeginsAtTheTimeThatIsFedNext) {
   const auto manager = core.createManager();
   EXPECT_FALSE(manager->offersRequestAlwaysAuthorization());
   core.advance(Instant(1s));
-  manager->startRangingBeaconsInRegion(region());
+  manager->startRangingBeaconsInRegion(CLBeaconRegion::initWithProximityUUID_identifier(networkUUID(), "r"));
   EXPECT_EQ(core.nextDeadline(), std::nullopt);  // nobody has said yet when that was
   core.advance(Instant(1000s));
   EXPECT_EQ(core.nextDeadline(), Instant(1001s));
-}
-
-TEST(Core, IsAskedOnOneThreadAndFedOnAnother) {
-  LocationCore core({});
-  const auto manager = core.createManager();
-  const auto journal = std::make_shared<Journal>();
-  const auto delegate = std::make_shared<RecordingLocationDelegate>(journal);
-  manager->setDelegate(delegate);
-  std::atomic<bool> ended = false;
-  std::thread asking([&manager, &ended] {
-    while (!ended) {
-      manager->startMonitoringForRegion(region());
-      manager->startRangingBeaconsInRegion(region());
-      manager->stopMonitoringForRegion(*region());
-      manager->stopRangingBeaconsInRegion(*region());
-    }
-  });
-  for (int i = 0; i < 20000; ++i) {
-    core.hear(networkFrame(1, 1, -60), Instant(Duration(i)));
-    core.setScanning(i % 2 == 0, Instant(Duration(i)));
-  }
-  ended = true;
-  asking.join();
-  EXPECT_TRUE(journal->take().starts_with("auth0"));
 }
 
 }  // namespace
