@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -16,8 +18,11 @@
 #include "platform/files/KeyFilePreferences.h"
 #include "platform/files/PlistPropertyList.h"
 #include "platform/files/StandardErrorLog.h"
+#include "platform/json/SimdJSON.h"
 #include "platform/linux/LinuxLocationService.h"
 #include "platform/linux/NetworkWatch.h"
+#include "platform/offline/AnswerStore.h"
+#include "platform/offline/OfflineHTTPClient.h"
 #include "platform/replay/ReplayLocationService.h"
 
 namespace brivane::internal {
@@ -25,9 +30,29 @@ namespace {
 
 struct Adapters final : brivane_adapters {
   std::shared_ptr<platform::CurlHTTPClient> curl;
+  std::shared_ptr<platform::OfflineHTTPClient> offline;
   std::shared_ptr<platform::ReplayLocationService> replay;
   std::optional<platform::NetworkWatch> network;
 };
+
+using OnTransfer = std::function<void(const platform::TransferOutcome&)>;
+
+/// Empty when nobody listens.
+OnTransfer toldTo(const brivane_observer* observer) {
+  if (observer == nullptr || observer->on_transfer == nullptr) return {};
+  return [to = *observer](const platform::TransferOutcome& outcome) {
+    const auto kept = outcome.keptSince.value_or(std::chrono::system_clock::time_point());
+    const brivane_transfer plain = {
+        .endpoint = outcome.endpoint.c_str(),
+        .status = outcome.status.value_or(0),
+        .fault = orNull(outcome.fault),
+        .milliseconds = outcome.duration.count(),
+        .source = static_cast<brivane_source>(outcome.source),
+        .kept_since = std::chrono::system_clock::to_time_t(kept),
+    };
+    to.on_transfer(to.user, &plain);
+  };
+}
 
 std::shared_ptr<platform::CurlHTTPClient> curlClient(const brivane_adapters_options& options,
                                                      std::shared_ptr<platform::Log> log) {
@@ -37,13 +62,25 @@ std::shared_ptr<platform::CurlHTTPClient> curlClient(const brivane_adapters_opti
   if (options.connect_to) {
     curl.connectTo = std::string(BVNetwork::apiHost()) + ":443:" + options.connect_to;
   }
-  if (options.observer && options.observer->on_transfer) {
-    curl.onTransfer = [to = *options.observer](const platform::TransferOutcome& outcome) {
-      to.on_transfer(to.user, outcome.endpoint.c_str(), outcome.status.value_or(0),
-                     orNull(outcome.fault), outcome.duration.count());
-    };
-  }
+  if (!options.offline) curl.onTransfer = toldTo(options.observer);
   return std::make_shared<platform::CurlHTTPClient>(curl);
+}
+
+std::shared_ptr<platform::OfflineHTTPClient> offlineClient(
+    const brivane_adapters_options& options, std::shared_ptr<platform::HTTPClient> inner,
+    std::shared_ptr<platform::Log> log) {
+  platform::OfflineHTTPClient::Options offline;
+  offline.inner = std::move(inner);
+  offline.store = std::make_shared<platform::AnswerStore>(
+      platform::AnswerStore::Options{.path = platform::AnswerStore::pathFor(options.application)});
+  offline.json = std::make_shared<platform::SimdJSON>();
+  offline.allowOffline = true;
+  offline.log = std::move(log);
+  offline.onTransfer = toldTo(options.observer);
+  if (options.observer && options.observer->on_network) {
+    offline.onNetwork = [to = *options.observer](bool isThere) { to.on_network(to.user, isThere); };
+  }
+  return std::make_shared<platform::OfflineHTTPClient>(std::move(offline));
 }
 
 std::shared_ptr<platform::ReplayLocationService> recording(
@@ -82,6 +119,9 @@ brivane_adapters* brivane_adapters_create(const brivane_adapters_options* option
     all->services.preferences = std::make_shared<platform::KeyFilePreferences>(
         platform::KeyFilePreferences::pathFor(wanted.application));
     all->services.http = all->curl = curlClient(wanted, all->services.log);
+    if (wanted.offline) {
+      all->services.http = all->offline = offlineClient(wanted, all->curl, all->services.log);
+    }
     if (wanted.capture) {
       all->services.location = all->replay = recording(wanted);
     } else {
@@ -103,5 +143,9 @@ brivane_status brivane_adapters_replay(brivane_adapters* adapters, brivane_failu
 
 void brivane_adapters_shutdown(brivane_adapters* adapters) {
   const std::unique_ptr<Adapters> owned(static_cast<Adapters*>(adapters));
-  if (owned) quietly([&] { owned->curl->shutdown(); });
+  if (!owned) return;
+  quietly([&] {
+    owned->curl->shutdown();
+    if (owned->offline) owned->offline->shutdown();
+  });
 }

@@ -20,6 +20,7 @@ namespace brivane::internal {
 // The services that the host gives as tables of functions. Each throws std::invalid_argument for a
 // table that lacks one.
 std::shared_ptr<platform::HTTPClient> hostHTTPClient(const brivane_http& table);
+std::shared_ptr<platform::JSON> hostJSON(const brivane_json& table);
 std::shared_ptr<platform::LocationService> hostLocation(const brivane_location& table);
 
 }  // namespace brivane::internal

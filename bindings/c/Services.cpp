@@ -93,9 +93,9 @@ class HostDeviceModel final : public platform::DeviceModel {
 
 platform::Services servicesOf(const brivane_services& given) {
   auto all = given.adapters != nullptr ? given.adapters->services : platform::Services();
-  all.json = std::make_shared<platform::SimdJSON>();
   all.randomUUID = std::make_shared<platform::SystemRandomUUID>();
   all.deviceModel = std::make_shared<platform::UnameDeviceModel>();
+  all.json = given.json ? hostJSON(*given.json) : std::make_shared<platform::SimdJSON>();
   if (given.http) all.http = hostHTTPClient(*given.http);
   if (given.preferences) all.preferences = std::make_shared<HostPreferences>(*given.preferences);
   if (given.property_list) {

@@ -146,6 +146,39 @@ typedef struct brivane_log {
   void (*write)(void* user, const char* line);
 } brivane_log;
 
+/// Where a host's parser puts the value that it reads. Valid during `read`.
+typedef struct brivane_json_value brivane_json_value;
+
+// The pieces of the value, in the order of the text.
+
+/// An object begins. Its elements follow, each after its key.
+BRIVANE_C_EXPORT void brivane_json_begin_object(brivane_json_value* to);
+/// The key of the element that follows.
+BRIVANE_C_EXPORT void brivane_json_key(brivane_json_value* to, const char* key);
+/// A list begins. Its elements follow.
+BRIVANE_C_EXPORT void brivane_json_begin_list(brivane_json_value* to);
+/// What began last ends.
+BRIVANE_C_EXPORT void brivane_json_end(brivane_json_value* to);
+/// A text; NULL is JSON null.
+BRIVANE_C_EXPORT void brivane_json_text(brivane_json_value* to, const char* text);
+/// A number without a fraction or an exponent, that fits.
+BRIVANE_C_EXPORT void brivane_json_integer(brivane_json_value* to, int64_t value);
+/// Any other number.
+BRIVANE_C_EXPORT void brivane_json_real(brivane_json_value* to, double value);
+/// True or false.
+BRIVANE_C_EXPORT void brivane_json_boolean(brivane_json_value* to, bool value);
+/// JSON null.
+BRIVANE_C_EXPORT void brivane_json_null(brivane_json_value* to);
+
+/// A parser of the host's own. Any thread, several at once.
+typedef struct brivane_json {
+  /// The first argument of each function.
+  void* user;
+  /// Reads one object or list from UTF-8 bytes; false for anything else, also where something
+  /// follows it, and when the bytes are no UTF-8. Pieces that make no whole value count as false.
+  bool (*read)(void* user, const char* bytes, size_t length, brivane_json_value* to);
+} brivane_json;
+
 /// What a platform like CLLocationManager's offers; for one that has such a thing. A host that has
 /// a Bluetooth scanner instead makes a `brivane_live`.
 typedef struct brivane_location brivane_location;
@@ -154,7 +187,7 @@ typedef struct brivane_live brivane_live;
 /// The library's own services, from brivane_adapters.h.
 typedef struct brivane_adapters brivane_adapters;
 
-/// Everything through which the library reaches the outside. The tables are copied. JSON it reads
+/// Everything through which the library reaches the outside. The tables are copied. JSON it writes
 /// by itself, and random identifiers come from the system.
 typedef struct brivane_services {
   /// Needed, as are the next two.
@@ -171,6 +204,8 @@ typedef struct brivane_services {
   const brivane_log* log;
   /// The device's hardware identifier; NULL for the one that the system tells.
   const char* device_model;
+  /// NULL for the library's own.
+  const brivane_json* json;
   /// Serve in place of whichever of the above is NULL; NULL when none of them is.
   brivane_adapters* adapters;
 } brivane_services;
@@ -408,7 +443,34 @@ typedef enum brivane_radio_fault {
   BRIVANE_RADIO_OTHER_FAULT = 4
 } brivane_radio_fault;
 
-/// Each may be NULL. On the thread on which managers hear of their location service, but the last.
+/// Who gave an answer.
+typedef enum brivane_source {
+  /// The service, or nobody when the transfer failed.
+  BRIVANE_FROM_SERVICE = 0,
+  /// A store of what the service answered before.
+  BRIVANE_FROM_STORE = 1,
+  /// The library itself, in place of a service that cannot be reached.
+  BRIVANE_FROM_LIBRARY = 2
+} brivane_source;
+
+/// How one request was answered.
+typedef struct brivane_transfer {
+  /// The path of the URL.
+  const char* endpoint;
+  /// That of the reply; 0 when the transfer failed.
+  int status;
+  /// Why it failed, for people; NULL when it did not.
+  const char* fault;
+  /// From the request to the end of its reply, or to the failure.
+  int64_t milliseconds;
+  /// Who gave the answer.
+  brivane_source source;
+  /// When the service gave what comes from a store, seconds since 1970; 0 elsewhere.
+  int64_t kept_since;
+} brivane_transfer;
+
+/// Each may be NULL. On the thread on which managers hear of their location service, but the last
+/// two.
 typedef struct brivane_observer {
   /// The first argument of each function.
   void* user;
@@ -421,10 +483,11 @@ typedef struct brivane_observer {
   /// There are no positions, also while nobody has answered yet; `reason` as above.
   void (*on_no_positions)(void* user, const char* reason);
   /// How a transfer of the library's own HTTP client ended, just before its reply is used, on the
-  /// thread of completions. `endpoint` is the path of the URL; `status` that of the reply, or 0
-  /// when `fault` says why there was none. Holds no secret.
-  void (*on_transfer)(void* user, const char* endpoint, int status, const char* fault,
-                      int64_t milliseconds);
+  /// thread of completions. Holds no secret.
+  void (*on_transfer)(void* user, const brivane_transfer* transfer);
+  /// The network is known to be away, or is back, for a host that works without one too. On the
+  /// thread of completions.
+  void (*on_network)(void* user, bool is_there);
 } brivane_observer;
 
 /* ---- Live listening, fed by the host ---- */

@@ -3,9 +3,9 @@
 #define BRIVANE_ADAPTERS_H
 
 /// @file
-/// The library's own services on Linux, for a host that brings none: HTTPS over libcurl,
-/// preferences and the property list in files, and BlueZ and GeoClue, or a recording in their
-/// place.
+/// The library's own services on Linux, for a host that brings none: HTTPS over libcurl, with what
+/// the service answered before where there is no network, preferences and the property list in
+/// files, and BlueZ and GeoClue, or a recording in their place.
 
 #include <stdbool.h>
 
@@ -39,6 +39,11 @@ typedef struct brivane_adapters_options {
   const char* connect_to;
   /// File of the certificates to trust, PEM; NULL for the system's.
   const char* ca_file;
+
+  /// Whether what the service answers is kept, in the user's data, and given where it does not
+  /// answer; without it a manager then becomes ready with what is kept. On such a session a host
+  /// makes a new manager when `on_network` says that the network is back, after a random delay.
+  bool offline;
 
   /// May be NULL.
   const brivane_observer* observer;

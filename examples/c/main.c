@@ -31,15 +31,13 @@ static void did_bv_match(void* user, const brivane_match* match) {
 }
 
 /* The library tells nothing of requests that fail; its HTTP client does. */
-static void on_transfer(void* user, const char* endpoint, int status, const char* fault,
-                        int64_t milliseconds) {
+static void on_transfer(void* user, const brivane_transfer* transfer) {
   host* self = user;
-  (void)milliseconds;
-  if (status == 200) return;
-  if (fault) {
-    fprintf(stderr, "walk: the service: %s: %s\n", endpoint, fault);
+  if (transfer->status == 200) return;
+  if (transfer->fault) {
+    fprintf(stderr, "walk: the service: %s: %s\n", transfer->endpoint, transfer->fault);
   } else {
-    fprintf(stderr, "walk: the service: %s: status %d\n", endpoint, status);
+    fprintf(stderr, "walk: the service: %s: status %d\n", transfer->endpoint, transfer->status);
   }
   sem_post(&self->answered);
 }

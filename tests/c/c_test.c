@@ -32,10 +32,10 @@ static bool nearest_fails = true;
 static const char* usage = NULL;
 static char installation[64];
 
+static const char reply[] =
+    "{\"access_token\":\"t\",\"status\":true,\"match\":\"m\",\"waybeacon\":{\"name\":\"caf\xc3\xa9\",\"url\":null,"
+    "\"latitude\":\"41.5\",\"payload\":{\"a\":[1]}},\"beacons\":[{\"distance\":2.5,\"local\":{\"name\":\"n\"}}]}";
 static void execute(void* u, const brivane_request* request, brivane_completion* completion) {
-  static const char reply[] =
-      "{\"access_token\":\"t\",\"status\":true,\"match\":\"m\",\"waybeacon\":{\"name\":\"caf\xc3\xa9\","
-      "\"latitude\":\"41.5\",\"payload\":{\"a\":[1]}},\"beacons\":[{\"distance\":2.5,\"local\":{\"name\":\"n\"}}]}";
   CHECK(u == user && strstr(request->url, brivane_api_host()) && !strcmp(request->method, "POST"));
   CHECK(request->header_count > 0 && request->body_length == strlen(request->body));
   if (nearest_fails && strstr(request->url, "nearest")) {
@@ -46,6 +46,32 @@ static void execute(void* u, const brivane_request* request, brivane_completion*
     brivane_complete(completion, 200, reply, strlen(reply));
   }
 }
+
+/* A parser that knows one text; at times it stops before the end. */
+static bool stops_early = false;
+static bool read_json(void* u, const char* bytes, size_t length, brivane_json_value* to) {
+  CHECK(u == user && length == strlen(reply) && !memcmp(bytes, reply, length));
+  brivane_json_begin_object(to);
+  brivane_json_key(to, "access_token"), brivane_json_text(to, "t");
+  brivane_json_key(to, "status"), brivane_json_boolean(to, true);
+  brivane_json_key(to, "match"), brivane_json_text(to, "m");
+  brivane_json_key(to, "waybeacon"), brivane_json_begin_object(to);
+  brivane_json_key(to, "name"), brivane_json_text(to, "caf\xc3\xa9");
+  brivane_json_key(to, "url"), brivane_json_null(to);
+  brivane_json_key(to, "latitude"), brivane_json_text(to, "41.5");
+  brivane_json_key(to, "payload"), brivane_json_begin_object(to);
+  brivane_json_key(to, "a"), brivane_json_begin_list(to), brivane_json_integer(to, 1), brivane_json_end(to);
+  brivane_json_end(to);
+  brivane_json_end(to);
+  brivane_json_key(to, "beacons"), brivane_json_begin_list(to), brivane_json_begin_object(to);
+  brivane_json_key(to, "distance"), brivane_json_real(to, 2.5);
+  brivane_json_key(to, "local"), brivane_json_begin_object(to);
+  brivane_json_key(to, "name"), brivane_json_text(to, "n"), brivane_json_end(to);
+  brivane_json_end(to), brivane_json_end(to);
+  if (!stops_early) brivane_json_end(to);
+  return true;
+}
+
 static void get_preference(void* u, const char* key, brivane_text* value) {
   (void)u, (void)key;
   brivane_text_set(value, *installation ? installation : NULL);
@@ -61,6 +87,7 @@ static void get_property(void* u, const char* key, brivane_text* value) {
 }
 static void write_log(void* u, const char* line) {
   if (strstr(line, "REGION IN")) see("log:", u == user ? "in" : "");
+  if (strstr(line, "Error parsing JSON")) see("log:", "no JSON");
 }
 
 static void did_is_ready(void* u) { see("ready", u == user ? "" : "?"); }
@@ -137,12 +164,14 @@ int main(int argc, char** argv) {
   const brivane_preferences preferences = {user, get_preference, set_preference, synchronize};
   const brivane_property_list property_list = {user, get_property};
   const brivane_log sink = {user, write_log};
+  const brivane_json json = {user, read_json};
   const brivane_location location = {user, authorization, services_enabled, create_manager, destroy_manager, operate};
   const brivane_live_host host = {user, wake, now, NULL, listen, stop_listening, start_positions, NULL};
-  const brivane_observer observer = {user, on_radio, on_permission, NULL, NULL};
+  const brivane_observer observer = {user, on_radio, on_permission, NULL, NULL, NULL};
   const brivane_delegate delegate = {user, did_is_ready, did_error_found, did_bv_match, did_nearest, release};
   brivane_live* live = own ? NULL : brivane_live_create(&host, &observer, NULL);
-  brivane_services services = {NULL, &preferences, &property_list, NULL, live, &sink, "model", NULL};
+  brivane_services services = {NULL,  &preferences, &property_list,     NULL, live,
+                               &sink, "model",      own ? &json : NULL, NULL};
   brivane_failure failure = {BRIVANE_OK, ""};
   brivane_manager* manager;
   char identifier[37];
@@ -192,6 +221,11 @@ int main(int argc, char** argv) {
   wait_for("failed");
   CHECK(brivane_manager_get_nearest(manager, 41.5, -4.7, 100) && brivane_manager_set_payload(manager, "{}", "u"));
   wait_for("nearest:n");
+  if (own) {
+    stops_early = true;
+    CHECK(brivane_manager_get_nearest(manager, 41.5, -4.7, 100));
+    wait_for("log:no JSON");
+  }
   CHECK(brivane_installation_id(identifier) && !strcmp(identifier, installation));
   CHECK(brivane_manager_stop_detection(manager) && !brivane_manager_is_scanning(manager));
   brivane_manager_destroy(manager);

@@ -62,6 +62,7 @@ void install(JNIEnv* env, jclass, jobject http, jobject preferences, jobject pro
       .live = handle<brivane_live>(live),
       .log = log != nullptr ? &theLog : nullptr,
       .device_model = model.text(),
+      .json = nullptr,
       .adapters = nullptr,
   };
   brivane_failure failure;

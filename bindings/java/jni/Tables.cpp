@@ -193,7 +193,8 @@ brivane_observer observerOf(void* host) {
           .on_radio = onRadio,
           .on_permission = onPermission,
           .on_no_positions = onNoPositions,
-          .on_transfer = nullptr};
+          .on_transfer = nullptr,
+          .on_network = nullptr};
 }
 
 brivane_delegate delegateOf(void* link) {
