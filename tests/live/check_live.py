@@ -121,6 +121,16 @@ class Live(unittest.TestCase):
                     wait_for(lambda: scan.says(f"no advertisement monitor, discovery goes on alone: {reason}"))
                     wait_for(scan.hears)
 
+    def test_a_beacon_that_bluez_remembers_is_not_near(self):
+        with Machine() as machine:
+            machine.do("start_bluez", "SetDeaf 1", "Remember 7 1")
+            reach = start_service(self, SERVICE, WALKS, "--state", machine.folder.name)
+            with listen(machine, "detect", "--live", "--log", "--json", *reach) as detect:
+                wait_for(lambda: detect.says("nothing is heard"))  # looked for several times by then
+                self.assertFalse(detect.says("^INSIDE"))
+                machine.do("SetDeaf 0")
+                wait_for(lambda: detect.of("match"))
+
     def test_what_was_recorded_replays_to_the_same_beacons(self):
         with Machine() as machine:
             machine.do("start_bluez", "PutOnAir 8 -70")
