@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -20,6 +21,8 @@ struct Sighting {
   std::shared_ptr<const BVAPIResolve> place;
   /// Estimated distance of its beacon; absent while that is silent.
   std::optional<double> metres = {};
+  /// When the service named it, where that comes from a store; absent elsewhere.
+  std::optional<std::chrono::system_clock::time_point> keptSince = {};
 };
 
 /// Which places a person is near, from one ranging report to the next. One thread.

@@ -16,15 +16,15 @@ constexpr Duration kLongestPause = 2min;
 /// A session that lasted so long was a good one.
 constexpr Duration kGoodSession = 1min;
 
-bool isSuccess(const platform::TransferOutcome& outcome) {
-  return outcome.status && *outcome.status >= 200 && *outcome.status < 300;
-}
-
 bool belongsToLogin(const platform::TransferOutcome& outcome) {
   return outcome.endpoint.ends_with("oauth2/token/") || outcome.endpoint.ends_with("sync/");
 }
 
 }  // namespace
+
+bool isSuccess(const platform::TransferOutcome& outcome) {
+  return outcome.status && *outcome.status >= 200 && *outcome.status < 300;
+}
 
 void Connection::loggedIn() {
   due_.reset();
@@ -59,7 +59,7 @@ void Connection::transferred(const platform::TransferOutcome& outcome, Instant n
 }
 
 void Connection::tryAgain(Instant time) {
-  if (due_ || (offline_ && !loggingIn_)) due_ = time;
+  if (due_ || (offline_ && !loggingIn_)) due_ = platform::earlier(due_, time);
 }
 
 void Connection::lackCredentials() {

@@ -3,11 +3,30 @@
 
 #include <optional>
 
-#include "guide/Listener.h"
 #include "platform/TransferOutcome.h"
 #include "platform/location/Instant.h"
 
 namespace guide {
+
+using platform::Duration;
+using platform::Instant;
+
+/// The session with the service.
+enum class Session {
+  /// It is on its way, or tried again.
+  kConnecting,
+  /// Detection runs.
+  kReady,
+  /// There is no property list that holds credentials.
+  kNoCredentials,
+  /// The service refuses the credentials.
+  kRefused,
+  /// The token has expired, and the service gives no new one.
+  kNotRenewed,
+};
+
+/// Whether the service, or what stands in for it, answered with success.
+bool isSuccess(const platform::TransferOutcome& outcome);
 
 /// When to log in: at first, when the token has expired, and again after a login that failed, less
 /// and less often. The library takes a refused login for an answer like any other; here it is none.
@@ -20,8 +39,8 @@ class Connection {
   bool becomesReady(Instant now);
   /// How a request ended.
   void transferred(const platform::TransferOutcome& outcome, Instant now);
-  /// The network may be back: logs in at `time` where there is no session, or one that began
-  /// without the service.
+  /// The network may be back: logs in at `time`, if not sooner, where there is no session, or one
+  /// that began without the service.
   void tryAgain(Instant time);
   /// No manager can be made from what there is.
   void lackCredentials();

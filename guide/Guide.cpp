@@ -13,10 +13,6 @@ namespace {
 constexpr int kFailuresOfNetwork = 2;
 constexpr int kServiceFault = 500;
 
-bool isSuccess(const platform::TransferOutcome& outcome) {
-  return outcome.status && *outcome.status >= 200 && *outcome.status < 300;
-}
-
 std::optional<TroubleKind> troubleOf(Session session) {
   switch (session) {
     case Session::kNoCredentials:
@@ -25,11 +21,9 @@ std::optional<TroubleKind> troubleOf(Session session) {
       return TroubleKind::kRefused;
     case Session::kNotRenewed:
       return TroubleKind::kNotRenewed;
-    case Session::kConnecting:
-    case Session::kReady:
-      break;
+    default:
+      return std::nullopt;
   }
-  return std::nullopt;
 }
 
 TroubleKind troubleOf(platform::Radio::FaultKind kind) {
@@ -40,11 +34,9 @@ TroubleKind troubleOf(platform::Radio::FaultKind kind) {
       return TroubleKind::kBluetoothOff;
     case platform::Radio::FaultKind::kBlocked:
       return TroubleKind::kBluetoothBlocked;
-    case platform::Radio::FaultKind::kNone:
-    case platform::Radio::FaultKind::kOther:
-      break;
+    default:
+      return TroubleKind::kRadio;
   }
-  return TroubleKind::kRadio;
 }
 
 }  // namespace
@@ -53,10 +45,10 @@ Guide::Guide(guidance::Speech& speech, Nearby::Ask askNearby, std::function<void
     : speech_(speech), onChange_(std::move(onChange)), nearby_(std::move(askNearby)) {}
 
 void Guide::setManner(const Manner& manner) {
+  if (manner_.speaksByItself && !manner.speaksByItself) speech_.stop();
   manner_ = manner;
   announcements_.detail = manner.detail;
   announcements_.language = manner.language;
-  if (!manner.speaksByItself) speech_.stop();
 }
 
 void Guide::hush(bool hushed) {
@@ -78,13 +70,16 @@ void Guide::speechChanged(const std::string& fault, Instant now) {
   onChange_();
 }
 
-void Guide::began(Instant /*now*/) {
+void Guide::began() {
   places_.clear();
   session_ = Session::kConnecting;
   onChange_();
 }
 
-void Guide::reported(const std::vector<Sighting>& places, Instant now) {
+void Guide::named(const std::string& place, Time keptSince) { keptSince_[place] = keptSince; }
+
+void Guide::reported(std::vector<Sighting> places, Instant now) {
+  for (Sighting& sighting : places) sighting.keptSince = keptSince_[*sighting.place->uuid()];
   const bool changed = places_.report(places, now);
   if (const auto news = announcements_.report(places_, now)) say(*news);
   if (changed) onChange_();
@@ -95,7 +90,7 @@ void Guide::moved(const platform::CLLocation& position, Instant now) {
   nearby_.moved(position);
 }
 
-void Guide::found(const std::shared_ptr<const BVWaybeaconDistance::List>& places, Instant /*now*/) {
+void Guide::found(const std::shared_ptr<const BVWaybeaconDistance::List>& places) {
   if (nearby_.found(places)) onChange_();
 }
 
@@ -153,7 +148,7 @@ void Guide::noPositions(const std::string& reason, Instant now) {
   onChange_();
 }
 
-void Guide::ended(const std::string& fault, Instant /*now*/) {
+void Guide::ended(const std::string& fault) {
   places_.clear();
   notice_ = fault.empty() ? guidance::_("The recording is over.") : fault;
   onChange_();

@@ -1,19 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "BrivaneSDK/BVWaybeaconDistance.h"
 #include "guidance/Announcements.h"
 #include "guidance/Nearby.h"
 #include "guidance/Places.h"
 #include "guidance/Sentences.h"
 #include "guidance/Speech.h"
 #include "guidance/Troubles.h"
-#include "guide/Listener.h"
+#include "guide/Connection.h"
+#include "platform/Location.h"
+#include "platform/TransferOutcome.h"
+#include "platform/location/Permission.h"
+#include "platform/location/Radio.h"
 
 namespace guide {
 
@@ -21,14 +28,17 @@ using guidance::Nearby;
 using guidance::NearbyPlace;
 using guidance::Places;
 using guidance::Remedy;
+using guidance::Sighting;
 using guidance::Trouble;
 using guidance::TroubleKind;
 using guidance::Troubles;
 
 /// What the application shows and says, from what guiding brings. It reads no clock and owns no
 /// thread; whoever shows it calls it on the thread on which it is fed.
-class Guide final : public Listener {
+class Guide {
  public:
+  using Time = std::optional<std::chrono::system_clock::time_point>;
+
   /// How the person wants to be spoken to.
   struct Manner {
     /// Places and troubles are spoken as they come; else nothing is, but for what is asked for.
@@ -66,17 +76,30 @@ class Guide final : public Listener {
   /// The voice cannot be heard, for the reason in `fault`; empty when it can.
   void speechChanged(const std::string& fault, Instant now);
 
-  void began(Instant now) override;
-  void reported(const std::vector<Sighting>& places, Instant now) override;
-  void moved(const platform::CLLocation& position, Instant now) override;
-  void found(const std::shared_ptr<const BVWaybeaconDistance::List>& places, Instant now) override;
-  void sessionChanged(Session session, Instant now) override;
-  void transferred(const platform::TransferOutcome& outcome, Instant now) override;
-  void radioChanged(const platform::Radio::Status& status, Instant now) override;
+  // What guiding brings, with the time on guiding's own clock.
+
+  /// Guiding begins anew: what was heard before is not true any more.
+  void began();
+  /// A ranging report, about once a second near beacons: the places that the service knows, nearest
+  /// first.
+  void reported(std::vector<Sighting> places, Instant now);
+  /// The place with this identifier was named, from a store if `keptSince` says since when.
+  void named(const std::string& place, Time keptSince);
+  /// The device is there.
+  void moved(const platform::CLLocation& position, Instant now);
+  /// The answer to `askNearby`; null when there is no place.
+  void found(const std::shared_ptr<const BVWaybeaconDistance::List>& places);
+  void sessionChanged(Session session, Instant now);
+  /// How a request to the service ended.
+  void transferred(const platform::TransferOutcome& outcome, Instant now);
+  void radioChanged(const platform::Radio::Status& status, Instant now);
+  /// `reason` is empty when all is granted.
   void permissionChanged(const platform::Permission& permission, const std::string& reason,
-                         Instant now) override;
-  void noPositions(const std::string& reason, Instant now) override;
-  void ended(const std::string& fault, Instant now) override;
+                         Instant now);
+  /// There are no positions, though they are wanted, for the reason in one line.
+  void noPositions(const std::string& reason, Instant now);
+  /// A recording is over; `fault` says, in one line, why before its end, and is empty at its end.
+  void ended(const std::string& fault);
 
  private:
   void say(const guidance::Utterance& utterance);
@@ -94,6 +117,8 @@ class Guide final : public Listener {
   std::string notice_;
   std::optional<guidance::Utterance> last_;
   int failures_ = 0;
+  /// Of each place, whether its name is kept, and since when.
+  std::map<std::string, Time> keptSince_;
 };
 
 }  // namespace guide

@@ -1,24 +1,37 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
+#include <vector>
 
-#include "guide/Listener.h"
+#include "BrivaneSDK/BVManager.h"
+#include "guide/BeaconWatch.h"
+#include "guide/Connection.h"
+#include "guide/Guide.h"
+#include "platform/curl/CurlHTTPClient.h"
+#include "platform/linux/NetworkWatch.h"
+#include "platform/offline/OfflineHTTPClient.h"
+#include "platform/replay/ReplayLocationService.h"
 
 namespace guide {
 
 /// The library on its adapters, as a host that runs for days: it logs in, and again when the token
-/// has expired or the network is back, listens live or plays a recording, and brings what comes on
-/// its threads to the one thread of its listener. One in a process, which installs the services;
-/// made, used and destroyed on the listener's thread. Nothing blocks that for longer than a file
-/// takes to be written.
-class Guiding {
+/// has expired or the network is back, listens live or plays a recording, and tells the guide what
+/// comes. One in a process, which installs the services; made, used and destroyed on the thread of
+/// GLib's main context, where all that comes on others is brought first. Nothing blocks that for
+/// longer than a file takes to be written.
+class Guiding final : private BVManagerDelegate {
  public:
   struct Options {
+    /// The network's property list, which is read whenever a manager is made.
+    std::string info = {};
     /// HOST:PORT that connections go to in place of the API host; empty for the API host itself.
     std::string connect = {};
     /// File of the certificates to trust; empty for the system's.
@@ -28,34 +41,22 @@ class Guiding {
     std::string track = {};
     /// Times the recorded pace.
     double speed = 1.0;
-    /// Identifier of the application: of its desktop file, and its folder of preferences.
-    std::string application = "example.brivane.Guide";
-    /// "hci0" or an address; empty for whichever there is.
-    std::string adapter = {};
+
+    friend bool operator==(const Options&, const Options&) = default;
   };
 
-  /// What a person may change.
-  struct Wanted {
-    /// The network's property list.
-    std::string info;
-    /// Positions too.
-    bool positions = false;
-  };
-
-  /// Runs a task soon on the listener's thread. Any thread.
-  using Post = std::function<void(std::function<void()>)>;
-
-  /// Throws std::exception, one line for a person, for an option or a file that cannot be used.
-  Guiding(const Options& options, Post post, Listener& listener);
+  /// `application`: identifier of its desktop file, and of its folder of preferences. Throws
+  /// std::exception, one line for a person, for an option or a file that cannot be used.
+  Guiding(Options options, const std::string& application, Guide& guide);
   /// Nothing is told afterwards.
-  ~Guiding();
+  ~Guiding() override;
   Guiding(const Guiding&) = delete;
   Guiding& operator=(const Guiding&) = delete;
 
-  /// Guides until it is stopped; again with what is wanted now, if it does already.
-  void start(const Wanted& wanted);
+  /// Guides until it is stopped; anew, if it does already.
+  void start(bool usesPositions);
   void stop();
-  bool isGuiding() const;
+  bool isGuiding() const { return isGuiding_; }
   /// Logs in at once, if it is waiting to try again.
   void tryAgain();
 
@@ -63,13 +64,59 @@ class Guiding {
   /// and nothing will come then.
   bool askNearby(double latitude, double longitude, std::int64_t radius);
 
-  /// The language of the network's texts; empty when its property list does not say.
-  std::string language() const;
-
  private:
-  struct State;
+  class Location;
 
-  const std::unique_ptr<State> state_;
+  Instant now() const;
+  void tell(std::function<void()> news);
+
+  std::shared_ptr<platform::LocationService> liveLocation();
+  std::shared_ptr<platform::LocationService> recordedLocation();
+  void play();
+
+  template <typename Change>
+  void changeSession(Change change);
+  void networkIsBack();
+  void tend();
+  void makeManager();
+  void startDetection();
+  void endManager();
+
+  void transferred(const platform::TransferOutcome& outcome);
+  void reportEnds();
+  void didIsReady() override;
+  void didErrorFound(const std::shared_ptr<const BVError>& error) override;
+  void didBVMatch(const std::shared_ptr<const BVAPIResolve>& match) override;
+  void didNearestWaybeacons(const std::shared_ptr<const BVWaybeaconDistance::List>& list) override;
+
+  const Options options_;
+  const std::string application_;
+  Guide& guide_;
+  std::shared_ptr<platform::CurlHTTPClient> web_;
+  /// Before it, what the service answered earlier.
+  std::shared_ptr<platform::OfflineHTTPClient> http_;
+  const std::shared_ptr<Location> location_;
+
+  bool isGuiding_ = false;
+  bool usesPositions_ = false;
+  /// Counts starts and stops: what was begun before the latest is not told any more.
+  std::atomic<int> run_ = 0;
+  Connection connection_;
+  /// The source that logs in when that is due; 0 while none waits.
+  unsigned timer_ = 0;
+  std::shared_ptr<BVManager> manager_;
+  std::shared_ptr<BeaconWatch> watch_;
+  std::unique_ptr<platform::NetworkWatch> network_;
+  /// Null while it listens live.
+  std::shared_ptr<platform::ReplayLocationService> replay_;
+  /// What a report has brought so far, on the thread on which beacons are ranged.
+  std::vector<Sighting> report_;
+
+  /// Since when the answer is kept that is called back next, on the thread that calls back.
+  Guide::Time keptSince_;
+
+  /// Plays the recording.
+  std::jthread player_;
 };
 
 }  // namespace guide

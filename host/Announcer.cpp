@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <utility>
 
+#include "guidance/AgeText.h"
 #include "guidance/Sentences.h"
-#include "host/AgeText.h"
 #include "host/ClockText.h"
 #include "host/RecordJSON.h"
 
@@ -145,7 +145,7 @@ void Announcer::printMatch(const char* news, const BVAPIResolve& match,
                      guidance::sentencesOf(match, guidance::Detail::kAll);
   // A match by position has no strength.
   if (match.rssi() != 0) line += " (" + std::to_string(match.rssi()) + " dBm)";
-  if (keptSince) line += " (" + ageText(*keptSince, Time::clock::now()) + ")";
+  if (keptSince) line += " (" + guidance::ageText(*keptSince, Time::clock::now()) + ")";
   screen_.print(line);
 }
 

@@ -1,28 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/KeptAnswers.h"
 
-#include <random>
 #include <string>
 #include <utility>
 
 #include "BrivaneSDK/BVNetwork.h"
+#include "guidance/LoginDelay.h"
 #include "platform/json/SimdJSON.h"
 
 namespace host {
-namespace {
-
-/// A network that returns is back for everybody in its reach, and each has a login to make: spread
-/// over so long, a city's stay below what it asks on an ordinary morning. docs/scale.md has
-/// figures.
-constexpr std::chrono::milliseconds kLongestDelay = std::chrono::minutes(2);
-
-std::chrono::milliseconds randomDelay() {
-  std::random_device random;
-  return std::chrono::milliseconds(
-      std::uniform_int_distribution<std::int64_t>(0, kLongestDelay.count())(random));
-}
-
-}  // namespace
 
 std::shared_ptr<platform::AnswerStore> openAnswers(
     std::function<void(const std::string&)> onFault) {
@@ -62,7 +48,7 @@ void KeptAnswers::networkChanged() { planRenewal(); }
 
 void KeptAnswers::planRenewal() {
   if (!client_->isOffline() || renewal_.load() != kNever) return;
-  renewal_ = Clock::now() + randomDelay();
+  renewal_ = Clock::now() + guidance::loginDelay();
   if (wake_) wake_();
 }
 

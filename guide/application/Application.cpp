@@ -2,57 +2,30 @@
 #include "guide/application/Application.h"
 
 #include <cstdint>
-#include <functional>
 #include <iterator>
 #include <optional>
 #include <utility>
 
 #include "guidance/Sentences.h"
 #include "guidance/Text.h"
+#include "guide/MainContext.h"
 #include "guide/application/Credentials.h"
-#include "guide/application/Preferences.h"
 #include "guide/application/Remedies.h"
+#include "guide/application/SessionProperty.h"
 
 namespace guide {
 namespace {
 
 using guidance::_;
 
+constexpr const char* kIdentifier = "example.brivane.Guide";
 constexpr const char* kNotification = "here";
-
-/// Runs `task` soon on the main context, after all that was given before it. Any thread.
-void post(std::function<void()> task) {
-  g_idle_add_full(
-      G_PRIORITY_DEFAULT,
-      [](gpointer data) -> gboolean {
-        (*static_cast<std::function<void()>*>(data))();
-        return G_SOURCE_REMOVE;
-      },
-      new std::function<void()>(std::move(task)),
-      [](gpointer data) { delete static_cast<std::function<void()>*>(data); });
-}
-
-SettingsPage settingsOf(TroubleKind kind) {
-  switch (kind) {
-    case TroubleKind::kNoPermission:
-    case TroubleKind::kNoPositions:
-      return SettingsPage::kLocation;
-    case TroubleKind::kNoNetwork:
-    case TroubleKind::kService:
-      return SettingsPage::kNetwork;
-    default:
-      return SettingsPage::kBluetooth;
-  }
-}
-
-Instant now() { return Instant(Duration(g_get_monotonic_time())); }
 
 }  // namespace
 
-Application::Application(Options options)
-    : options_(std::move(options)),
-      application_(adw_application_new(
-          kIdentifier, options_.service ? G_APPLICATION_IS_SERVICE : G_APPLICATION_DEFAULT_FLAGS)),
+Application::Application(bool isService)
+    : application_(adw_application_new(
+          kIdentifier, isService ? G_APPLICATION_IS_SERVICE : G_APPLICATION_DEFAULT_FLAGS)),
       settings_(g_settings_new(kIdentifier)) {
   connect<&Application::activate>(application(), "activate", *this);
   g_application_register(application(), nullptr, nullptr);
@@ -60,11 +33,11 @@ Application::Application(Options options)
 
 Application::~Application() = default;
 
-void Application::prepare() {
+void Application::prepare(Guiding::Options options) {
   guidance::Voice::Options voice;
   voice.program = "brivane-guide";
   voice.onFault = [this](const std::string& fault) {
-    post([this, fault] { guide_->speechChanged(fault, now()); });
+    post([this, fault] { guide_->speechChanged(fault, monotonicNow()); });
   };
   voice_ = std::make_unique<guidance::Voice>(std::move(voice));
   guide_ = std::make_unique<Guide>(
@@ -73,23 +46,19 @@ void Application::prepare() {
         return guiding_->askNearby(latitude, longitude, radius);
       },
       [this] { guideChanged(); });
-  guiding_ = std::make_unique<Guiding>(Guiding::Options{.connect = options_.connect,
-                                                        .ca = options_.ca,
-                                                        .capture = options_.capture,
-                                                        .track = options_.track,
-                                                        .speed = options_.speed,
-                                                        .application = kIdentifier},
-                                       post, *guide_);
-  screenReader_ = std::make_unique<SessionProperty>(SessionProperty::kScreenReader,
-                                                    [this] { preferencesChanged(); });
-  call_ = std::make_unique<SessionProperty>(SessionProperty::kCall,
-                                            [this] { guide_->hush(call_->isSet()); });
-  for (const char* key :
-       {"changed::speak", "changed::detail", "changed::rate", "changed::keep-awake"}) {
-    connect<&Application::preferencesChanged>(settings_.get(), key, *this);
-  }
+  if (options.info.empty()) options.info = importedNetwork(kIdentifier);
+  guiding_ = std::make_unique<Guiding>(std::move(options), kIdentifier, *guide_);
+  watch(kScreenReader, G_OBJECT(application()), [this](bool runs) {
+    hasScreenReader_ = runs;
+    preferencesChanged();
+  });
+  watch(kCall, G_OBJECT(application()), [this](bool calls) { guide_->hush(calls); });
+  connect<&Application::preferencesChanged>(settings_.get(), "changed", *this);
   connect<&Application::positionsChanged>(settings_.get(), "changed::positions", *this);
   addActions();
+  window_ = std::make_unique<Window>(GTK_APPLICATION(application()), settings_.get());
+  connect<&Application::windowHidden>(window_->widget(), "hide", *this);
+  g_signal_connect(window_->chooser(), "response", G_CALLBACK(networkChosen), this);
   preferencesChanged();
 }
 
@@ -108,21 +77,22 @@ void Application::addActions() {
       {"import", act<&Application::chooseNetwork>, nullptr, nullptr, nullptr, {}},
       {"preferences", act<&Application::showPreferences>, nullptr, nullptr, nullptr, {}},
       {"about", act<&Application::showAbout>, nullptr, nullptr, nullptr, {}},
-      {"quit", act<&Application::quit>, nullptr, nullptr, nullptr, {}},
-      {"page", turnPage, "s", nullptr, nullptr, {}}};
+      {"quit", act<&Application::quit>, nullptr, nullptr, nullptr, {}}};
   g_action_map_add_action_entries(G_ACTION_MAP(application()), actions,
                                   static_cast<int>(std::size(actions)), this);
-  const Ref<GAction> positions(g_settings_create_action(settings_.get(), "positions"));
-  g_action_map_add_action(G_ACTION_MAP(application()), positions.get());
+  for (const char* key : {"speak", "detail", "positions", "keep-awake"}) {
+    g_autoptr(GAction) action = g_settings_create_action(settings_.get(), key);
+    g_action_map_add_action(G_ACTION_MAP(application()), action);
+  }
 
   constexpr const char* kKeys[][3] = {{"app.guiding", "<Control>g"},
                                       {"app.say-again", "<Control>r", "AudioPlay"},
                                       {"app.more", "<Control>m"},
                                       {"app.mend", "<Control>d"},
                                       {"app.preferences", "<Control>comma"},
-                                      {"app.page::here", "<Alt>1"},
-                                      {"app.page::around", "<Alt>2"},
-                                      {"app.page::nearby", "<Alt>3"},
+                                      {"win.page::here", "<Alt>1"},
+                                      {"win.page::around", "<Alt>2"},
+                                      {"win.page::nearby", "<Alt>3"},
                                       {"window.close", "<Control>w"},
                                       {"app.quit", "<Control>q"}};
   for (const auto& [action, key, other] : kKeys) {
@@ -131,35 +101,32 @@ void Application::addActions() {
   }
 }
 
+void Application::enable(const char* action, bool enabled) {
+  g_simple_action_set_enabled(
+      G_SIMPLE_ACTION(g_action_map_lookup_action(G_ACTION_MAP(application()), action)), enabled);
+}
+
 void Application::activate() {
-  if (!guiding_) return;  // the options are of no use, and that has been said
-  if (!window_) {
-    window_ = std::make_unique<Window>(GTK_APPLICATION(application()), settings_.get());
-    g_signal_connect(window_->widget(), "close-request", G_CALLBACK(onCloseRequest), this);
-    window_->present();
-    startGuiding();
-  }
+  const bool isFirst = !window_->isShown() && !guiding_->isGuiding();
   window_->present();
+  if (isFirst) startGuiding();
   guideChanged();
 }
 
-gboolean Application::onCloseRequest(GtkWindow* /*window*/, gpointer self) {
-  auto& application = *static_cast<Application*>(self);
-  if (!application.guiding_->isGuiding()) {
-    application.quit();
+void Application::windowHidden() {
+  if (guiding_->isGuiding()) {
+    guideChanged();
   } else {
-    application.window_->hide();
-    application.guideChanged();
+    quit();
   }
-  return TRUE;
 }
 
 void Application::preferencesChanged() {
   guide_->setManner(
       {.speaksByItself = setting("speak"),
-       .screenReader = screenReader_->isSet(),
+       .screenReader = hasScreenReader_,
        .detail = static_cast<guidance::Detail>(g_settings_get_enum(settings_.get(), "detail")),
-       .language = guiding_->language()});
+       .language = guidance::networkLanguage()});
   const int rate = g_settings_get_int(settings_.get(), "rate");
   voice_->setRate(rate == 0 ? std::nullopt : std::optional(rate));
   keepAwake(guiding_->isGuiding() && setting("keep-awake"));
@@ -167,16 +134,12 @@ void Application::preferencesChanged() {
 }
 
 void Application::positionsChanged() {
-  if (guiding_->isGuiding()) guiding_->start(wanted());
-}
-
-Guiding::Wanted Application::wanted() const {
-  return {.info = networkFile(), .positions = setting("positions")};
+  if (guiding_->isGuiding()) guiding_->start(setting("positions"));
 }
 
 void Application::startGuiding() {
   if (!guiding_->isGuiding()) g_application_hold(application());
-  guiding_->start(wanted());
+  guiding_->start(setting("positions"));
   if (GDBusConnection* const bus = g_application_get_dbus_connection(application())) {
     mediaKeys_ = std::make_unique<MediaKeys>(bus, [this] { sayAgain(); });
   }
@@ -193,7 +156,7 @@ void Application::stopGuiding() {
 
 void Application::stop() {
   stopGuiding();
-  if (window_ && !window_->isShown()) quit();
+  if (!window_->isShown()) quit();
 }
 
 void Application::toggleGuiding() {
@@ -204,14 +167,9 @@ void Application::toggleGuiding() {
   }
 }
 
-void Application::turnPage(GSimpleAction* /*action*/, GVariant* page, gpointer self) {
-  const auto& window = static_cast<Application*>(self)->window_;
-  if (window) window->turnTo(g_variant_get_string(page, nullptr));
-}
-
 void Application::sayMore() {
   guide_->sayMore();
-  if (window_) window_->focusHere();  // which a screen reader reads
+  window_->focusHere();  // which a screen reader reads
 }
 
 void Application::mend() {
@@ -219,10 +177,10 @@ void Application::mend() {
   if (!trouble) return;
   switch (trouble->remedy) {
     case Remedy::kSwitchBluetoothOn:
-      switchBluetoothOn([this](const std::string& fault) { tell(fault); });
+      switchBluetoothOn([this](const std::string& fault) { window_->tell(fault); });
       break;
     case Remedy::kOpenSettings:
-      openSettings(settingsOf(trouble->kind));
+      if (!openSettings(trouble->kind)) window_->tell(_("This desktop has no settings for that."));
       break;
     case Remedy::kImportCredentials:
       chooseNetwork();
@@ -235,51 +193,29 @@ void Application::mend() {
   }
 }
 
-void Application::chooseNetwork() {
-  chooser_.reset(
-      gtk_file_chooser_native_new(_("Import a Network"), window_ ? window_->widget() : nullptr,
-                                  GTK_FILE_CHOOSER_ACTION_OPEN, _("_Import"), _("_Cancel")));
-  g_signal_connect(chooser_.get(), "response",
-                   G_CALLBACK(+[](GtkNativeDialog* chooser, int response, gpointer self) {
-                     if (response != GTK_RESPONSE_ACCEPT) return;
-                     const Ref<GFile> file(gtk_file_chooser_get_file(GTK_FILE_CHOOSER(chooser)));
-                     static_cast<Application*>(self)->importNetwork(file.get());
-                   }),
-                   this);
-  gtk_native_dialog_show(GTK_NATIVE_DIALOG(chooser_.get()));
-}
+void Application::chooseNetwork() { gtk_native_dialog_show(window_->chooser()); }
 
-void Application::importNetwork(GFile* file) {
+void Application::networkChosen(GtkFileChooser* chooser, int response, gpointer self) {
+  if (response != GTK_RESPONSE_ACCEPT) return;
+  g_autoptr(GFile) file = gtk_file_chooser_get_file(chooser);
   g_file_load_contents_async(
       file, nullptr,
-      [](GObject* source, GAsyncResult* result, gpointer self) {
-        char* bytes = nullptr;
+      [](GObject* source, GAsyncResult* result, gpointer application) {
+        g_autofree char* bytes = nullptr;
         gsize size = 0;
-        Fault fault;
-        g_file_load_contents_finish(G_FILE(source), result, &bytes, &size, nullptr, fault.out());
-        const Text owned(bytes);
-        auto& application = *static_cast<Application*>(self);
-        const std::string problem =
-            bytes == nullptr ? fault.message()
-                             : guide::importNetwork({bytes, size}, importedNetwork(kIdentifier));
-        application.tell(problem.empty() ? _("The network is imported.") : problem);
-        if (problem.empty()) application.startGuiding();
+        g_autoptr(GError) fault = nullptr;
+        g_file_load_contents_finish(G_FILE(source), result, &bytes, &size, nullptr, &fault);
+        static_cast<Application*>(application)
+            ->networkRead(fault != nullptr
+                              ? fault->message
+                              : importNetwork({bytes, size}, importedNetwork(kIdentifier)));
       },
-      this);
+      self);
 }
 
-void Application::showPreferences() {
-  if (window_) guide::showPreferences(window_->widget(), settings_.get());
-}
-
-void Application::showAbout() {
-  if (!window_) return;
-  adw_show_about_window(window_->widget(), "application-name", _("Brivane Guide"),
-                        "application-icon", kIdentifier, "version", BRIVANE_VERSION, "comments",
-                        _("Says which place you are near."), "license-type", GTK_LICENSE_APACHE_2_0,
-                        "developer-name", _("The Brivane project"),
-                        // Translators: your names, one a line.
-                        "translator-credits", _("translator-credits"), nullptr);
+void Application::networkRead(const std::string& fault) {
+  window_->tell(fault.empty() ? _("The network is imported.") : fault);
+  if (fault.empty()) startGuiding();
 }
 
 void Application::quit() {
@@ -288,34 +224,25 @@ void Application::quit() {
   g_application_quit(application());
 }
 
-void Application::tell(const std::string& message) {
-  if (window_) window_->tell(message);
-}
-
 void Application::guideChanged() {
-  if (!guiding_) return;  // while it is made
   const auto trouble = guide_->trouble();
   enable("say-again", !guide_->lastSaid().empty());
   enable("more", guide_->places().here() != nullptr);
   enable("mend", trouble && trouble->remedy != Remedy::kNone);
   g_action_group_change_action_state(G_ACTION_GROUP(application()), "guiding",
                                      g_variant_new_boolean(guiding_->isGuiding()));
-  if (window_ && window_->isShown()) {
-    window_->show(*guide_, guiding_->isGuiding(), setting("positions"));
+  if (window_->isShown()) {
+    window_->show(*guide_, guiding_->isGuiding());
     // A trouble stands in the window by itself.
-    if (guide_->notice() != std::exchange(noticed_, guide_->notice()) && !trouble) tell(noticed_);
+    if (guide_->notice() != std::exchange(noticed_, guide_->notice()) && !trouble)
+      window_->tell(noticed_);
   }
   notify();
 }
 
-void Application::enable(const char* action, bool enabled) {
-  g_simple_action_set_enabled(
-      G_SIMPLE_ACTION(g_action_map_lookup_action(G_ACTION_MAP(application()), action)), enabled);
-}
-
 void Application::notify() {
   std::string text;
-  if (window_ && !window_->isShown() && guiding_->isGuiding()) {
+  if (!window_->isShown() && guiding_->isGuiding()) {
     const Sighting* const here = guide_->places().here();
     const auto trouble = guide_->trouble();
     text = here != nullptr ? guidance::nameOf(*here->place) : _("Guiding");
@@ -326,25 +253,21 @@ void Application::notify() {
     g_application_withdraw_notification(application(), kNotification);
     return;
   }
-  const Ref<GNotification> notification(g_notification_new(text.c_str()));
-  g_notification_set_body(notification.get(), _("Guiding goes on until it is stopped."));
-  g_notification_add_button(notification.get(), _("Say Again"), "app.say-again");
-  g_notification_add_button(notification.get(), _("Stop"), "app.stop");
-  g_application_send_notification(application(), kNotification, notification.get());
+  g_autoptr(GNotification) notification = g_notification_new(text.c_str());
+  g_notification_set_body(notification, _("Guiding goes on until it is stopped."));
+  g_notification_add_button(notification, _("Say Again"), "app.say-again");
+  g_notification_add_button(notification, _("Stop"), "app.stop");
+  g_application_send_notification(application(), kNotification, notification);
 }
 
 void Application::keepAwake(bool awake) {
   auto* const gtk = GTK_APPLICATION(application());
   if (awake && awake_ == 0) {
-    awake_ = gtk_application_inhibit(gtk, window_ ? window_->widget() : nullptr,
-                                     GTK_APPLICATION_INHIBIT_SUSPEND, _("Guiding"));
+    awake_ = gtk_application_inhibit(gtk, window_->widget(), GTK_APPLICATION_INHIBIT_SUSPEND,
+                                     _("Guiding"));
   } else if (!awake && awake_ != 0) {
     gtk_application_uninhibit(gtk, std::exchange(awake_, 0));
   }
-}
-
-std::string Application::networkFile() const {
-  return options_.info.empty() ? importedNetwork(kIdentifier) : options_.info;
 }
 
 }  // namespace guide

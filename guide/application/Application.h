@@ -11,8 +11,6 @@
 #include "guide/Guiding.h"
 #include "guide/application/GObject.h"
 #include "guide/application/MediaKeys.h"
-#include "guide/application/Options.h"
-#include "guide/application/SessionProperty.h"
 #include "guide/application/Window.h"
 
 namespace guide {
@@ -20,10 +18,9 @@ namespace guide {
 /// The application: its actions, its window, and what it does without one.
 class Application {
  public:
-  static constexpr const char* kIdentifier = "example.brivane.Guide";
-
-  /// Registers with the session's bus.
-  explicit Application(Options options);
+  /// Registers with the session's bus; `isService` when that has started it, and says what to do
+  /// next.
+  explicit Application(bool isService);
   ~Application();
   Application(const Application&) = delete;
   Application& operator=(const Application&) = delete;
@@ -31,9 +28,10 @@ class Application {
   /// Whether another process is the application, to which `run` only passes on that it is wanted.
   bool isElsewhere() const { return g_application_get_is_remote(application()) != FALSE; }
 
-  /// Sets out to guide. Throws std::exception, one line for a person, for an option or a file that
-  /// cannot be used. Not when it is elsewhere.
-  void prepare();
+  /// Sets out to guide; without a property list in `options`, with the imported one. Throws
+  /// std::exception, one line for a person, for an option or a file that cannot be used. Not when
+  /// it is elsewhere.
+  void prepare(Guiding::Options options);
 
   /// Runs until it is quit; the exit status.
   int run() { return g_application_run(application(), 0, nullptr); }
@@ -44,12 +42,11 @@ class Application {
   /// The handler of an action without a parameter.
   template <auto method>
   static void act(GSimpleAction* action, GVariant* parameter, gpointer self);
-  static void turnPage(GSimpleAction* action, GVariant* page, gpointer self);
-  static gboolean onCloseRequest(GtkWindow* window, gpointer self);
   void addActions();
   void enable(const char* action, bool enabled);
 
   void activate();
+  void windowHidden();
   void preferencesChanged();
   void positionsChanged();
   void guideChanged();
@@ -63,31 +60,26 @@ class Application {
   void sayMore();
   void mend();
   void chooseNetwork();
-  void importNetwork(GFile* file);
-  void showPreferences();
-  void showAbout();
+  static void networkChosen(GtkFileChooser* chooser, int response, gpointer self);
+  void networkRead(const std::string& fault);
+  void showPreferences() { window_->present("preferences"); }
+  void showAbout() { window_->present("about"); }
   void quit();
 
-  void tell(const std::string& message);
   void notify();
   void keepAwake(bool awake);
-  Guiding::Wanted wanted() const;
-  std::string networkFile() const;
   bool setting(const char* key) const {
     return g_settings_get_boolean(settings_.get(), key) != FALSE;
   }
 
-  const Options options_;
   const Ref<AdwApplication> application_;
   const Ref<GSettings> settings_;
   std::unique_ptr<guidance::Voice> voice_;
   std::unique_ptr<Guide> guide_;
   std::unique_ptr<Guiding> guiding_;
-  std::unique_ptr<SessionProperty> screenReader_;
-  std::unique_ptr<SessionProperty> call_;
   std::unique_ptr<MediaKeys> mediaKeys_;
   std::unique_ptr<Window> window_;
-  Ref<GtkFileChooserNative> chooser_;
+  bool hasScreenReader_ = false;
   /// Cookie of the request to stay awake; 0 without one.
   unsigned awake_ = 0;
   /// The notice that was shown last.

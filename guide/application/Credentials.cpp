@@ -8,7 +8,6 @@
 #include <filesystem>
 
 #include "guidance/Text.h"
-#include "guide/application/GObject.h"
 #include "platform/files/PlistPropertyList.h"
 
 namespace guide {
@@ -34,11 +33,11 @@ std::string importedNetwork(const std::string& application) {
 std::string importNetwork(std::string_view bytes, const std::string& path) {
   const std::string folder = std::filesystem::path(path).parent_path();
   const std::string candidate = path + ".new";
-  Fault fault;
+  g_autoptr(GError) fault = nullptr;
   g_mkdir_with_parents(folder.c_str(), kFolderOfOwner);
   if (g_file_set_contents_full(candidate.c_str(), bytes.data(), static_cast<gssize>(bytes.size()),
-                               G_FILE_SET_CONTENTS_CONSISTENT, kOwnerAlone, fault.out()) == FALSE) {
-    return fault.message();
+                               G_FILE_SET_CONTENTS_CONSISTENT, kOwnerAlone, &fault) == FALSE) {
+    return fault->message;
   }
   try {
     if (isComplete(platform::PlistPropertyList(candidate)) &&

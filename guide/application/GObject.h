@@ -4,7 +4,6 @@
 #include <glib-object.h>
 
 #include <memory>
-#include <string>
 
 namespace guide {
 
@@ -12,31 +11,9 @@ struct Unref {
   void operator()(gpointer object) const { g_object_unref(object); }
 };
 
-/// A reference to an object of GLib's, given back at the end.
+/// A reference to an object of GLib's, given back at the end. Within a function, g_autoptr does.
 template <typename Type>
 using Ref = std::unique_ptr<Type, Unref>;
-
-struct Free {
-  void operator()(gpointer memory) const { g_free(memory); }
-};
-
-/// A text that GLib has allocated.
-using Text = std::unique_ptr<char, Free>;
-
-/// A GError to be filled in by a call.
-class Fault {
- public:
-  Fault() = default;
-  ~Fault() { g_clear_error(&error_); }
-  Fault(const Fault&) = delete;
-  Fault& operator=(const Fault&) = delete;
-
-  GError** out() { return &error_; }
-  std::string message() const { return error_ != nullptr ? error_->message : ""; }
-
- private:
-  GError* error_ = nullptr;
-};
 
 /// Connects `signal` of `object` to the member function `method` of `target`, which lives as long
 /// as the object and gets nothing of what the signal bears.

@@ -11,36 +11,6 @@ namespace {
 
 constexpr const char* kPath = "/org/mpris/MediaPlayer2";
 
-constexpr const char* kInterfaces = R"(<node>
-  <interface name="org.mpris.MediaPlayer2">
-    <method name="Raise"/>
-    <method name="Quit"/>
-    <property name="CanQuit" type="b" access="read"/>
-    <property name="CanRaise" type="b" access="read"/>
-    <property name="HasTrackList" type="b" access="read"/>
-    <property name="Identity" type="s" access="read"/>
-    <property name="DesktopEntry" type="s" access="read"/>
-    <property name="SupportedUriSchemes" type="as" access="read"/>
-    <property name="SupportedMimeTypes" type="as" access="read"/>
-  </interface>
-  <interface name="org.mpris.MediaPlayer2.Player">
-    <method name="Next"/>
-    <method name="Previous"/>
-    <method name="Pause"/>
-    <method name="PlayPause"/>
-    <method name="Stop"/>
-    <method name="Play"/>
-    <property name="PlaybackStatus" type="s" access="read"/>
-    <property name="Metadata" type="a{sv}" access="read"/>
-    <property name="CanGoNext" type="b" access="read"/>
-    <property name="CanGoPrevious" type="b" access="read"/>
-    <property name="CanPlay" type="b" access="read"/>
-    <property name="CanPause" type="b" access="read"/>
-    <property name="CanSeek" type="b" access="read"/>
-    <property name="CanControl" type="b" access="read"/>
-  </interface>
-</node>)";
-
 GVariant* onProperty(GDBusConnection* /*bus*/, const char* /*sender*/, const char* /*path*/,
                      const char* /*interface*/, const char* name, GError** /*fault*/,
                      gpointer /*self*/) {
@@ -54,6 +24,14 @@ GVariant* onProperty(GDBusConnection* /*bus*/, const char* /*sender*/, const cha
                                property == "CanControl");
 }
 
+/// What the resource describes, for the life of the process.
+GDBusNodeInfo* describe() {
+  g_autoptr(GBytes) text = g_resources_lookup_data("/example/brivane/Guide/mpris.xml",
+                                                   G_RESOURCE_LOOKUP_FLAGS_NONE, nullptr);
+  return g_dbus_node_info_new_for_xml(static_cast<const char*>(g_bytes_get_data(text, nullptr)),
+                                      nullptr);
+}
+
 }  // namespace
 
 MediaKeys::MediaKeys(GDBusConnection* bus, std::function<void()> pressed)
@@ -62,7 +40,7 @@ MediaKeys::MediaKeys(GDBusConnection* bus, std::function<void()> pressed)
       name_(g_bus_own_name_on_connection(bus, "org.mpris.MediaPlayer2.brivane_guide",
                                          G_BUS_NAME_OWNER_FLAGS_NONE, nullptr, nullptr, nullptr,
                                          nullptr)) {
-  static GDBusNodeInfo* const node = g_dbus_node_info_new_for_xml(kInterfaces, nullptr);
+  static GDBusNodeInfo* const node = describe();
   static const GDBusInterfaceVTable calls = {onCall, onProperty, nullptr, {}};
   for (GDBusInterfaceInfo** each = node->interfaces; *each != nullptr; ++each) {
     objects_.push_back(

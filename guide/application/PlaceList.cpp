@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "guide/application/GObject.h"
-
 namespace guide {
 namespace {
 
@@ -32,6 +30,22 @@ GtkWidget* rowFor(const PlaceRow::Detail& detail) {
   return row;
 }
 
+GtkWidget* newRow(const std::vector<PlaceRow::Detail>& details) {
+  GtkWidget* const row = adw_expander_row_new();
+  adw_preferences_row_set_use_markup(ADW_PREFERENCES_ROW(row), FALSE);
+  for (const auto& detail : details)
+    adw_expander_row_add_row(ADW_EXPANDER_ROW(row), rowFor(detail));
+  return row;
+}
+
+void fill(GtkWidget* row, const PlaceRow& place) {
+  adw_preferences_row_set_title(ADW_PREFERENCES_ROW(row), place.name.c_str());
+  adw_expander_row_set_subtitle(ADW_EXPANDER_ROW(row), place.line.c_str());
+  gtk_accessible_update_property(GTK_ACCESSIBLE(row), GTK_ACCESSIBLE_PROPERTY_LABEL,
+                                 place.name.c_str(), GTK_ACCESSIBLE_PROPERTY_DESCRIPTION,
+                                 place.line.c_str(), -1);
+}
+
 int rankOf(GtkListBoxRow* row) { return GPOINTER_TO_INT(g_object_get_data(G_OBJECT(row), kRank)); }
 
 int compare(GtkListBoxRow* one, GtkListBoxRow* other, gpointer /*data*/) {
@@ -47,42 +61,25 @@ PlaceList::PlaceList(GtkListBox* box) : box_(box) {
 void PlaceList::show(const std::vector<PlaceRow>& places) {
   std::vector<Entry> shown;
   for (const PlaceRow& place : places) {
-    const auto known = std::ranges::find(
-        entries_, place.id, [](const Entry& entry) -> const auto& { return entry.place.id; });
+    const auto known = std::ranges::find_if(entries_, [&place](const Entry& entry) {
+      return entry.place.id == place.id && entry.place.details == place.details;
+    });
     Entry entry;
     if (known != entries_.end()) {
       entry = std::move(*known);
       entries_.erase(known);
     } else {
-      entry.row = adw_expander_row_new();
-      adw_preferences_row_set_use_markup(ADW_PREFERENCES_ROW(entry.row), FALSE);
+      entry.row = newRow(place.details);
+      gtk_list_box_append(box_, entry.row);
     }
-    if (entry.place != place) fill(entry, place);
+    if (entry.place != place) fill(entry.row, place);
+    entry.place = place;
     g_object_set_data(G_OBJECT(entry.row), kRank, GINT_TO_POINTER(static_cast<int>(shown.size())));
-    if (gtk_widget_get_parent(entry.row) == nullptr) gtk_list_box_append(box_, entry.row);
     shown.push_back(std::move(entry));
   }
   for (const Entry& gone : entries_) gtk_list_box_remove(box_, gone.row);
   entries_ = std::move(shown);
   gtk_list_box_invalidate_sort(box_);
-}
-
-void PlaceList::fill(Entry& entry, const PlaceRow& place) {
-  auto* const row = ADW_EXPANDER_ROW(entry.row);
-  adw_preferences_row_set_title(ADW_PREFERENCES_ROW(row), place.name.c_str());
-  adw_expander_row_set_subtitle(row, place.line.c_str());
-  gtk_accessible_update_property(GTK_ACCESSIBLE(row), GTK_ACCESSIBLE_PROPERTY_LABEL,
-                                 place.name.c_str(), GTK_ACCESSIBLE_PROPERTY_DESCRIPTION,
-                                 place.line.c_str(), -1);
-  if (entry.place.details != place.details) {
-    for (GtkWidget* detail : entry.details) adw_expander_row_remove(row, detail);
-    entry.details.clear();
-    for (const auto& detail : place.details) {
-      entry.details.push_back(rowFor(detail));
-      adw_expander_row_add_row(row, entry.details.back());
-    }
-  }
-  entry.place = place;
 }
 
 }  // namespace guide

@@ -22,10 +22,7 @@ class PlaceList {
   struct Entry {
     PlaceRow place;
     GtkWidget* row = nullptr;
-    std::vector<GtkWidget*> details;
   };
-
-  void fill(Entry& entry, const PlaceRow& place);
 
   GtkListBox* const box_;
   std::vector<Entry> entries_;

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "guide/application/PlaceRow.h"
 
+#include <chrono>
 #include <optional>
 #include <string_view>
 
+#include "guidance/AgeText.h"
 #include "guidance/Sentences.h"
 #include "guidance/Text.h"
 #include "platform/JSONValue.h"
@@ -73,6 +75,10 @@ PlaceRow rowOf(const guidance::Sighting& sighting) {
   row.name = guidance::nameOf(*sighting.place);
   row.line = sighting.metres ? guidance::distanceText(*sighting.metres) : _("not heard just now");
   guidance::appendSentence(row.line, beacon.location());
+  if (sighting.keptSince) {
+    const auto now = std::chrono::system_clock::now();
+    row.line += " (" + guidance::ageText(*sighting.keptSince, now) + ")";
+  }
   addText(row, beacon.accesibility());
   addWeb(row, beacon.url());
   addText(row, plainText(beacon.payload()));

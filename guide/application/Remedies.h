@@ -4,6 +4,8 @@
 #include <functional>
 #include <string>
 
+#include "guidance/Troubles.h"
+
 namespace guide {
 
 /// Switches every Bluetooth adapter on through BlueZ, which takes no privilege. `failed` is called
@@ -11,12 +13,8 @@ namespace guide {
 /// for the radio tells that it listens.
 void switchBluetoothOn(std::function<void(const std::string&)> failed);
 
-/// A page of the desktop's settings.
-enum class SettingsPage { kBluetooth, kNetwork, kLocation };
-
-/// Whether this desktop has that page.
-bool hasSettings(SettingsPage page);
-/// Shows it, where it is there.
-void openSettings(SettingsPage page);
+/// Shows the page of the desktop's settings where that trouble is mended; false when this desktop
+/// has none.
+bool openSettings(guidance::TroubleKind trouble);
 
 }  // namespace guide

@@ -39,27 +39,15 @@ void registerTextGroup() {
                                 sizeof(GtkBox), nullptr, static_cast<GTypeFlags>(0));
 }
 
-GtkBuilder* buildWindow() {
-  registerTextGroup();
-  return gtk_builder_new_from_resource("/example/brivane/Guide/window.ui");
-}
-
 /// What stands in place of a place.
 const char* stateText(Session session, bool isGuiding) {
   if (!isGuiding) return _("Not guiding");
-  switch (session) {
-    case Session::kReady:
-      return _("No place here");
-    case Session::kConnecting:
-      return _("Connecting…");
-    default:
-      return _("Not connected");
-  }
+  if (session == Session::kReady) return _("No place here");
+  return session == Session::kConnecting ? _("Connecting…") : _("Not connected");
 }
 
-}  // namespace
-
-const char* labelOf(Remedy remedy) {
+/// What a remedy's button says; empty where there is nothing to press.
+std::string labelOf(Remedy remedy) {
   switch (remedy) {
     case Remedy::kSwitchBluetoothOn:
       return _("Switch Bluetooth On");
@@ -69,34 +57,58 @@ const char* labelOf(Remedy remedy) {
       return _("Import a Network…");
     case Remedy::kTryAgain:
       return _("Try Again");
-    case Remedy::kNone:
-      break;
+    default:
+      return "";
   }
-  return nullptr;
 }
 
+GtkBuilder* build(GtkApplication* application) {
+  registerTextGroup();
+  GtkBuilder* const parts = gtk_builder_new();
+  gtk_builder_expose_object(parts, "application", G_OBJECT(application));
+  for (const char* file : {"window", "preferences", "dialogs"}) {
+    const std::string path = std::string("/example/brivane/Guide/") + file + ".ui";
+    g_autoptr(GError) fault = nullptr;
+    gtk_builder_add_from_resource(parts, path.c_str(), &fault);
+    if (fault != nullptr) g_error("%s", fault->message);  // the program was built wrong
+  }
+  return parts;
+}
+
+}  // namespace
+
 Window::Window(GtkApplication* application, GSettings* settings)
-    : parts_(buildWindow()),
+    : parts_(build(application)),
       window_(GTK_WINDOW(part("window"))),
       around_(GTK_LIST_BOX(part("around"))),
       nearby_(GTK_LIST_BOX(part("nearby"))) {
-  gtk_window_set_application(window_, application);
-  g_settings_bind(settings, "width", window_, "default-width", G_SETTINGS_BIND_DEFAULT);
-  g_settings_bind(settings, "height", window_, "default-height", G_SETTINGS_BIND_DEFAULT);
+  const auto bind = [&](const char* key, const char* id, const char* property, int flags) {
+    g_settings_bind(settings, key, object(id), property, static_cast<GSettingsBindFlags>(flags));
+  };
+  bind("width", "window", "default-width", G_SETTINGS_BIND_DEFAULT);
+  bind("height", "window", "default-height", G_SETTINGS_BIND_DEFAULT);
+  bind("rate", "rate", "value", G_SETTINGS_BIND_DEFAULT);
+  bind("positions", "nearby", "visible", G_SETTINGS_BIND_GET);
+  bind("positions", "use_positions", "visible",
+       G_SETTINGS_BIND_GET | G_SETTINGS_BIND_INVERT_BOOLEAN);
+  g_object_set(object("about"), "version", BRIVANE_VERSION, nullptr);
+  const Ref<GPropertyAction> page(
+      g_property_action_new("page", object("pages"), "visible-child-name"));
+  g_action_map_add_action(G_ACTION_MAP(window_), G_ACTION(page.get()));
 }
 
-Window::~Window() { gtk_window_destroy(window_); }
-
-GtkWidget* Window::part(const char* id) const {
-  return GTK_WIDGET(gtk_builder_get_object(parts_.get(), id));
+Window::~Window() {
+  for (const char* dialog : {"preferences", "about"}) {
+    gtk_window_set_transient_for(GTK_WINDOW(object(dialog)), nullptr);  // which it would outlive
+    gtk_window_destroy(GTK_WINDOW(object(dialog)));
+  }
+  gtk_window_destroy(window_);
 }
 
-void Window::turnTo(const char* page) {
-  adw_view_stack_set_visible_child_name(ADW_VIEW_STACK(part("pages")), page);
-}
+void Window::present(const char* id) { gtk_window_present(GTK_WINDOW(object(id))); }
 
 void Window::focusHere() {
-  turnTo("here");
+  g_action_group_activate_action(G_ACTION_GROUP(window_), "page", g_variant_new_string("here"));
   gtk_widget_grab_focus(part("here"));
 }
 
@@ -114,14 +126,11 @@ void Window::setText(const char* id, const std::string& text) {
   gtk_widget_set_visible(GTK_WIDGET(label), !text.empty());
 }
 
-void Window::show(const Guide& guide, bool isGuiding, bool usesPositions) {
+void Window::show(const Guide& guide, bool isGuiding) {
   showTrouble(guide);
   showHere(guide, isGuiding);
   around_.show(rowsOf(guide.places().around()));
   nearby_.show(rowsOf(guide.nearby()));
-  setText("nearby_none", usesPositions ? _("No place nearby is known yet.")
-                                       : _("Places nearby are found by your position."));
-  gtk_widget_set_visible(part("use_positions"), !usesPositions);
 }
 
 void Window::showHere(const Guide& guide, bool isGuiding) {
@@ -150,9 +159,8 @@ void Window::showTrouble(const Guide& guide) {
   setText("trouble_text", text);
   gtk_accessible_update_property(GTK_ACCESSIBLE(part("trouble_says")),
                                  GTK_ACCESSIBLE_PROPERTY_LABEL, text.c_str(), -1);
-  const char* const label = labelOf(trouble->remedy);
-  gtk_widget_set_visible(part("mend"), label != nullptr);
-  if (label != nullptr) setText("mend_label", label);
+  setText("mend_label", labelOf(trouble->remedy));
+  gtk_widget_set_visible(part("mend"), trouble->remedy != Remedy::kNone);
 }
 
 }  // namespace guide

@@ -11,7 +11,8 @@
 
 namespace guide {
 
-/// The one window: what the guide knows, on pages. Its controls are actions of the application's.
+/// The one window: what the guide knows, on pages, and the dialogs over it. Its controls are
+/// actions of the application's.
 class Window {
  public:
   /// Its size is kept in `settings`.
@@ -21,22 +22,23 @@ class Window {
   Window(const Window&) = delete;
   Window& operator=(const Window&) = delete;
 
-  void present() { gtk_window_present(window_); }
-  void hide() { gtk_widget_set_visible(GTK_WIDGET(window_), FALSE); }
-  bool isShown() const { return gtk_widget_get_visible(GTK_WIDGET(window_)) != FALSE; }
   GtkWindow* widget() const { return window_; }
+  bool isShown() const { return gtk_widget_get_visible(GTK_WIDGET(window_)) != FALSE; }
+  /// Shows the window, the "preferences", or what is said "about" the program.
+  void present(const char* id = "window");
+  /// Has a file be chosen, the network's property list; its signal "response" tells.
+  GtkNativeDialog* chooser() const { return GTK_NATIVE_DIALOG(object("chooser")); }
   /// Turns to the page of the place that one is at, and gives that the keyboard's focus.
   void focusHere();
-  /// "here", "around" or "nearby".
-  void turnTo(const char* page);
 
-  /// Shows what `guide` knows. `usesPositions`: whether places nearby can be known at all.
-  void show(const Guide& guide, bool isGuiding, bool usesPositions);
+  /// Shows what `guide` knows.
+  void show(const Guide& guide, bool isGuiding);
   /// A short message that goes by itself.
   void tell(const std::string& message);
 
  private:
-  GtkWidget* part(const char* id) const;
+  GObject* object(const char* id) const { return gtk_builder_get_object(parts_.get(), id); }
+  GtkWidget* part(const char* id) const { return GTK_WIDGET(object(id)); }
   void setText(const char* id, const std::string& text);
   void showHere(const Guide& guide, bool isGuiding);
   void showTrouble(const Guide& guide);
@@ -46,8 +48,5 @@ class Window {
   PlaceList around_;
   PlaceList nearby_;
 };
-
-/// What a remedy's button says; null where there is nothing to press.
-const char* labelOf(Remedy remedy);
 
 }  // namespace guide

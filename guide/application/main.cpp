@@ -3,15 +3,11 @@
 
 #include <cstdio>
 #include <exception>
-#include <memory>
-#include <optional>
 #include <string>
 
 #include "guidance/Language.h"
 #include "guidance/Text.h"
 #include "guide/application/Application.h"
-#include "guide/application/GObject.h"
-#include "guide/application/Options.h"
 
 namespace {
 
@@ -25,20 +21,22 @@ int complain(const std::string& fault, int status) {
   return status;
 }
 
-/// The text of an option, which GLib has allocated; absent when it was not given.
-std::optional<std::string> taken(char* text) {
-  const guide::Text owned(text);
-  return text != nullptr ? std::optional<std::string>(text) : std::nullopt;
-}
+std::string orEmpty(const char* text) { return text != nullptr ? text : ""; }
 
-/// Reads the command line into `options`. What is wrong with it, in one line; else empty.
-std::string read(int argc, char** argv, guide::Options& options) {
-  char* info = nullptr;
-  char* connect = nullptr;
-  char* ca = nullptr;
-  char* capture = nullptr;
-  char* track = nullptr;
-  gboolean service = FALSE;
+/// What the command line says.
+struct Arguments {
+  guide::Guiding::Options guiding;
+  gboolean isService = FALSE;
+};
+
+/// Reads it. What is wrong with it, in one line; else empty.
+std::string read(int argc, char** argv, Arguments& arguments) {
+  guide::Guiding::Options& options = arguments.guiding;
+  g_autofree char* info = nullptr;
+  g_autofree char* connect = nullptr;
+  g_autofree char* ca = nullptr;
+  g_autofree char* capture = nullptr;
+  g_autofree char* track = nullptr;
   const GOptionEntry entries[] = {
       {"info", 0, 0, G_OPTION_ARG_FILENAME, &info,
        N_("Property list of the network, in place of the imported one"), N_("FILE")},
@@ -50,22 +48,18 @@ std::string read(int argc, char** argv, guide::Options& options) {
       {"track", 0, 0, G_OPTION_ARG_FILENAME, &track, N_("Play this GPX track with it"), N_("FILE")},
       {"speed", 0, 0, G_OPTION_ARG_DOUBLE, &options.speed,
        N_("Play so many times as fast as recorded"), "N"},
-      {"gapplication-service", 0, G_OPTION_FLAG_HIDDEN, G_OPTION_ARG_NONE, &service, nullptr,
-       nullptr},
+      {"gapplication-service", 0, G_OPTION_FLAG_HIDDEN, G_OPTION_ARG_NONE, &arguments.isService,
+       nullptr, nullptr},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
-  const std::unique_ptr<GOptionContext, decltype(&g_option_context_free)> context(
-      g_option_context_new(nullptr), g_option_context_free);
-  g_option_context_add_main_entries(context.get(), entries, guidance::kTextDomain);
-  guide::Fault fault;
-  if (g_option_context_parse(context.get(), &argc, &argv, fault.out()) == FALSE) {
-    return fault.message();
-  }
-  options.info = taken(info).value_or("");
-  options.connect = taken(connect).value_or("");
-  options.ca = taken(ca).value_or("");
-  options.capture = taken(capture).value_or("");
-  options.track = taken(track).value_or("");
-  options.service = service != FALSE;
+  g_autoptr(GOptionContext) context = g_option_context_new(nullptr);
+  g_option_context_add_main_entries(context, entries, guidance::kTextDomain);
+  g_autoptr(GError) fault = nullptr;
+  if (g_option_context_parse(context, &argc, &argv, &fault) == FALSE) return fault->message;
+  options.info = orEmpty(info);
+  options.connect = orEmpty(connect);
+  options.ca = orEmpty(ca);
+  options.capture = orEmpty(capture);
+  options.track = orEmpty(track);
   if (argc > 1) return std::string(argv[1]) + ": takes no such argument; see --help";
   if (!(options.speed > 0.0)) return "--speed: not above 0";
   if (options.capture.empty() && !options.track.empty()) return "--track: takes --capture too";
@@ -76,15 +70,15 @@ std::string read(int argc, char** argv, guide::Options& options) {
 
 int main(int argc, char** argv) {
   guidance::useLanguageOfLocale();
-  guide::Options options;
-  if (const std::string fault = read(argc, argv, options); !fault.empty()) {
+  Arguments arguments;
+  if (const std::string fault = read(argc, argv, arguments); !fault.empty()) {
     return complain(fault, kBadInput);
   }
   try {
-    guide::Application application(options);
+    guide::Application application(arguments.isService != FALSE);
     if (!application.isElsewhere()) {
-      application.prepare();
-    } else if (options.hasSource()) {
+      application.prepare(arguments.guiding);
+    } else if (arguments.guiding != guide::Guiding::Options()) {
       return complain("it runs already; quit that first", kWorldRefused);
     }
     return application.run();

@@ -126,7 +126,7 @@ TEST(Places, AreHereUntilTenSecondsOfSilence) {
   walk.walk("14:-");
   EXPECT_EQ(walk.guide.places().here(), nullptr);
   walk.walk("17:A5");
-  walk.guide.began(at(17));
+  walk.guide.began();
   EXPECT_EQ(walk.guide.places().here(), nullptr);
   EXPECT_TRUE(walk.guide.places().around().empty());
 }

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "host/AgeText.h"
+#include "guidance/AgeText.h"
 
 #include <ctime>
 
-namespace host {
+#include "guidance/Text.h"
+
+namespace guidance {
 namespace {
 
 std::chrono::sys_days localDay(std::chrono::system_clock::time_point time) {
@@ -21,8 +23,9 @@ std::chrono::sys_days localDay(std::chrono::system_clock::time_point time) {
 std::string ageText(std::chrono::system_clock::time_point time,
                     std::chrono::system_clock::time_point now) {
   const auto days = (localDay(now) - localDay(time)).count();
-  if (days <= 0) return "from today";
-  return days == 1 ? "from yesterday" : "from " + std::to_string(days) + " days ago";
+  if (days <= 0) return _("from today");
+  if (days == 1) return _("from yesterday");
+  return filled(_("from %1 days ago"), {std::to_string(days)});
 }
 
-}  // namespace host
+}  // namespace guidance
