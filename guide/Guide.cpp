@@ -14,29 +14,17 @@ constexpr int kFailuresOfNetwork = 2;
 constexpr int kServiceFault = 500;
 
 std::optional<TroubleKind> troubleOf(Session session) {
-  switch (session) {
-    case Session::kNoCredentials:
-      return TroubleKind::kNoCredentials;
-    case Session::kRefused:
-      return TroubleKind::kRefused;
-    case Session::kNotRenewed:
-      return TroubleKind::kNotRenewed;
-    default:
-      return std::nullopt;
-  }
+  if (session == Session::kNoCredentials) return TroubleKind::kNoCredentials;
+  if (session == Session::kRefused) return TroubleKind::kRefused;
+  if (session == Session::kNotRenewed) return TroubleKind::kNotRenewed;
+  return std::nullopt;
 }
 
 TroubleKind troubleOf(platform::Radio::FaultKind kind) {
-  switch (kind) {
-    case platform::Radio::FaultKind::kNoAdapter:
-      return TroubleKind::kNoAdapter;
-    case platform::Radio::FaultKind::kSwitchedOff:
-      return TroubleKind::kBluetoothOff;
-    case platform::Radio::FaultKind::kBlocked:
-      return TroubleKind::kBluetoothBlocked;
-    default:
-      return TroubleKind::kRadio;
-  }
+  using Kind = platform::Radio::FaultKind;
+  if (kind == Kind::kNoAdapter) return TroubleKind::kNoAdapter;
+  if (kind == Kind::kSwitchedOff) return TroubleKind::kBluetoothOff;
+  return kind == Kind::kBlocked ? TroubleKind::kBluetoothBlocked : TroubleKind::kRadio;
 }
 
 }  // namespace

@@ -149,6 +149,12 @@ void Guiding::tell(std::function<void()> news) {
   });
 }
 
+/// What tells the guide of one kind of news, with the time.
+template <auto news>
+auto Guiding::telling() {
+  return [this](const auto&... what) { tell([this, what...] { (guide_.*news)(what..., now()); }); };
+}
+
 // Where places come from
 
 std::shared_ptr<platform::LocationService> Guiding::liveLocation() {
@@ -156,20 +162,11 @@ std::shared_ptr<platform::LocationService> Guiding::liveLocation() {
     web_->networkChanged();
     networkIsBack();
   });
-  return std::make_shared<LinuxLocationService>(LinuxLocationService::Options{
-      .desktopId = usesPositions_ ? application_ : "",
-      .live = {.onRadio =
-                   [this](const auto& status) {
-                     tell([this, status] { guide_.radioChanged(status, now()); });
-                   },
-               .onPermission =
-                   [this](const auto& permission, const std::string& reason) {
-                     tell([=, this] { guide_.permissionChanged(permission, reason, now()); });
-                   },
-               .onNoPositions =
-                   [this](const std::string& reason) {
-                     tell([this, reason] { guide_.noPositions(reason, now()); });
-                   }}});
+  return std::make_shared<LinuxLocationService>(
+      LinuxLocationService::Options{.desktopId = usesPositions_ ? application_ : "",
+                                    .live = {.onRadio = telling<&Guide::radioChanged>(),
+                                             .onPermission = telling<&Guide::permissionChanged>(),
+                                             .onNoPositions = telling<&Guide::noPositions>()}});
 }
 
 std::shared_ptr<platform::LocationService> Guiding::recordedLocation() {
@@ -238,10 +235,7 @@ void Guiding::makeManager() {
         manager_,
         BeaconWatch::Hooks{.onBeacon = [](const auto& beacon) { ranged = beacon.accuracy; },
                            .onReportEnds = [this] { reportEnds(); },
-                           .onPosition =
-                               [this](const auto& position) {
-                                 tell([this, position] { guide_.moved(position, now()); });
-                               }});
+                           .onPosition = telling<&Guide::moved>()});
     manager_->locationManager()->setDelegate(watch_);
   } catch (const BVException&) {
     changeSession([this] { connection_.lackCredentials(); });

@@ -69,6 +69,8 @@ class Guiding final : private BVManagerDelegate {
 
   Instant now() const;
   void tell(std::function<void()> news);
+  template <auto news>
+  auto telling();
 
   std::shared_ptr<platform::LocationService> liveLocation();
   std::shared_ptr<platform::LocationService> recordedLocation();

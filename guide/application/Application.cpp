@@ -34,12 +34,10 @@ Application::Application(bool isService)
 Application::~Application() = default;
 
 void Application::prepare(Guiding::Options options) {
-  guidance::Voice::Options voice;
-  voice.program = "brivane-guide";
-  voice.onFault = [this](const std::string& fault) {
-    post([this, fault] { guide_->speechChanged(fault, monotonicNow()); });
-  };
-  voice_ = std::make_unique<guidance::Voice>(std::move(voice));
+  voice_ = std::make_unique<guidance::Voice>(guidance::Voice::Options{
+      .program = "brivane-guide", .onFault = [this](const std::string& fault) {
+        post([this, fault] { guide_->speechChanged(fault, monotonicNow()); });
+      }});
   guide_ = std::make_unique<Guide>(
       *voice_,
       [this](double latitude, double longitude, std::int64_t radius) {
@@ -175,22 +173,15 @@ void Application::sayMore() {
 void Application::mend() {
   const auto trouble = guide_->trouble();
   if (!trouble) return;
-  switch (trouble->remedy) {
-    case Remedy::kSwitchBluetoothOn:
-      switchBluetoothOn([this](const std::string& fault) { window_->tell(fault); });
-      break;
-    case Remedy::kOpenSettings:
-      if (!openSettings(trouble->kind)) window_->tell(_("This desktop has no settings for that."));
-      break;
-    case Remedy::kImportCredentials:
-      chooseNetwork();
-      break;
-    case Remedy::kTryAgain:
-      guiding_->tryAgain();
-      break;
-    case Remedy::kNone:
-      break;
+  const Remedy remedy = trouble->remedy;
+  if (remedy == Remedy::kSwitchBluetoothOn) {
+    switchBluetoothOn([this](const std::string& fault) { window_->tell(fault); });
   }
+  if (remedy == Remedy::kOpenSettings && !openSettings(trouble->kind)) {
+    window_->tell(_("This desktop has no settings for that."));
+  }
+  if (remedy == Remedy::kImportCredentials) chooseNetwork();
+  if (remedy == Remedy::kTryAgain) guiding_->tryAgain();
 }
 
 void Application::chooseNetwork() { gtk_native_dialog_show(window_->chooser()); }

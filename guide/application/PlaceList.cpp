@@ -58,27 +58,26 @@ PlaceList::PlaceList(GtkListBox* box) : box_(box) {
   gtk_list_box_set_sort_func(box_, compare, nullptr, nullptr);
 }
 
-void PlaceList::show(const std::vector<PlaceRow>& places) {
-  std::vector<Entry> shown;
-  for (const PlaceRow& place : places) {
-    const auto known = std::ranges::find_if(entries_, [&place](const Entry& entry) {
-      return entry.place.id == place.id && entry.place.details == place.details;
-    });
-    Entry entry;
-    if (known != entries_.end()) {
-      entry = std::move(*known);
-      entries_.erase(known);
-    } else {
-      entry.row = newRow(place.details);
-      gtk_list_box_append(box_, entry.row);
-    }
-    if (entry.place != place) fill(entry.row, place);
-    entry.place = place;
-    g_object_set_data(G_OBJECT(entry.row), kRank, GINT_TO_POINTER(static_cast<int>(shown.size())));
-    shown.push_back(std::move(entry));
+void PlaceList::add(PlaceRow place, std::vector<Entry>& before) {
+  const auto known = std::ranges::find_if(before, [&place](const Entry& entry) {
+    return entry.place.id == place.id && entry.place.details == place.details;
+  });
+  Entry entry;
+  if (known != before.end()) {
+    entry = std::move(*known);
+    before.erase(known);
+  } else {
+    entry.row = newRow(place.details);
+    gtk_list_box_append(box_, entry.row);
   }
-  for (const Entry& gone : entries_) gtk_list_box_remove(box_, gone.row);
-  entries_ = std::move(shown);
+  if (entry.place != place) fill(entry.row, place);
+  entry.place = std::move(place);
+  g_object_set_data(G_OBJECT(entry.row), kRank, GINT_TO_POINTER(static_cast<int>(entries_.size())));
+  entries_.push_back(std::move(entry));
+}
+
+void PlaceList::remove(const std::vector<Entry>& gone) {
+  for (const Entry& entry : gone) gtk_list_box_remove(box_, entry.row);
   gtk_list_box_invalidate_sort(box_);
 }
 

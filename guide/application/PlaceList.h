@@ -3,6 +3,7 @@
 
 #include <gtk/gtk.h>
 
+#include <utility>
 #include <vector>
 
 #include "guide/application/PlaceRow.h"
@@ -16,13 +17,24 @@ class PlaceList {
   /// `box` outlives this.
   explicit PlaceList(GtkListBox* box);
 
-  void show(const std::vector<PlaceRow>& places);
+  /// Shows these in their order: what `rowOf` takes.
+  template <typename Places>
+  void show(const Places& places) {
+    std::vector<Entry> before = std::exchange(entries_, {});
+    for (const auto& place : places) add(rowOf(place), before);
+    remove(before);
+  }
 
  private:
   struct Entry {
     PlaceRow place;
     GtkWidget* row = nullptr;
   };
+
+  /// Adds a row, that which it had `before` if there is one.
+  void add(PlaceRow place, std::vector<Entry>& before);
+  /// Removes those that are there no more.
+  void remove(const std::vector<Entry>& gone);
 
   GtkListBox* const box_;
   std::vector<Entry> entries_;

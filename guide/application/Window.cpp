@@ -1,27 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "guide/application/Window.h"
 
-#include <algorithm>
-#include <iterator>
 #include <optional>
-#include <vector>
 
 #include "guidance/Sentences.h"
 #include "guidance/Text.h"
-#include "guide/application/PlaceRow.h"
 
 namespace guide {
 namespace {
 
 using guidance::_;
-
-template <typename Places>
-std::vector<PlaceRow> rowsOf(const Places& places) {
-  std::vector<PlaceRow> rows;
-  std::ranges::transform(places, std::back_inserter(rows),
-                         [](const auto& place) { return rowOf(place); });
-  return rows;
-}
+using guidance::N_;
 
 /// Has the interface files know GuideTextGroup: a box of texts that belong together. The keyboard
 /// reaches it as one, and a screen reader reads it then.
@@ -46,21 +35,9 @@ const char* stateText(Session session, bool isGuiding) {
   return session == Session::kConnecting ? _("Connecting…") : _("Not connected");
 }
 
-/// What a remedy's button says; empty where there is nothing to press.
-std::string labelOf(Remedy remedy) {
-  switch (remedy) {
-    case Remedy::kSwitchBluetoothOn:
-      return _("Switch Bluetooth On");
-    case Remedy::kOpenSettings:
-      return _("Open Settings");
-    case Remedy::kImportCredentials:
-      return _("Import a Network…");
-    case Remedy::kTryAgain:
-      return _("Try Again");
-    default:
-      return "";
-  }
-}
+/// What the buttons of remedies say, in their order; there is none for the first.
+constexpr const char* kRemedies[] = {nullptr, N_("Switch Bluetooth On"), N_("Open Settings"),
+                                     N_("Import a Network…"), N_("Try Again")};
 
 GtkBuilder* build(GtkApplication* application) {
   registerTextGroup();
@@ -92,17 +69,9 @@ Window::Window(GtkApplication* application, GSettings* settings)
   bind("positions", "use_positions", "visible",
        G_SETTINGS_BIND_GET | G_SETTINGS_BIND_INVERT_BOOLEAN);
   g_object_set(object("about"), "version", BRIVANE_VERSION, nullptr);
-  const Ref<GPropertyAction> page(
-      g_property_action_new("page", object("pages"), "visible-child-name"));
-  g_action_map_add_action(G_ACTION_MAP(window_), G_ACTION(page.get()));
-}
-
-Window::~Window() {
-  for (const char* dialog : {"preferences", "about"}) {
-    gtk_window_set_transient_for(GTK_WINDOW(object(dialog)), nullptr);  // which it would outlive
-    gtk_window_destroy(GTK_WINDOW(object(dialog)));
-  }
-  gtk_window_destroy(window_);
+  g_autoptr(GPropertyAction) page =
+      g_property_action_new("page", object("pages"), "visible-child-name");
+  g_action_map_add_action(G_ACTION_MAP(window_), G_ACTION(page));
 }
 
 void Window::present(const char* id) { gtk_window_present(GTK_WINDOW(object(id))); }
@@ -129,25 +98,27 @@ void Window::setText(const char* id, const std::string& text) {
 void Window::show(const Guide& guide, bool isGuiding) {
   showTrouble(guide);
   showHere(guide, isGuiding);
-  around_.show(rowsOf(guide.places().around()));
-  nearby_.show(rowsOf(guide.nearby()));
+  around_.show(guide.places().around());
+  nearby_.show(guide.nearby());
+}
+
+void Window::setSpoken(const char* id, const std::string& text) {
+  gtk_accessible_update_property(GTK_ACCESSIBLE(object(id)), GTK_ACCESSIBLE_PROPERTY_LABEL,
+                                 text.c_str(), -1);
 }
 
 void Window::showHere(const Guide& guide, bool isGuiding) {
+  static const BVWaybeacon kNowhere;
   const Sighting* const here = guide.places().here();
-  setText("here_name",
-          here != nullptr ? guidance::nameOf(*here->place) : stateText(guide.session(), isGuiding));
-  const BVWaybeacon* const beacon = here != nullptr ? here->place->waybeacon().get() : nullptr;
-  const std::string where = beacon != nullptr ? beacon->location().value_or("") : "";
-  const std::string mind = beacon != nullptr ? beacon->accesibility().value_or("") : "";
+  const BVWaybeacon& beacon = here != nullptr ? *here->place->waybeacon() : kNowhere;
+  const std::string name =
+      here != nullptr ? guidance::nameOf(*here->place) : stateText(guide.session(), isGuiding);
   setText("guiding_label", isGuiding ? _("Stop Guiding") : _("Start Guiding"));
-  setText("here_where", where);
-  setText("here_mind", mind);
-  std::string all = gtk_label_get_label(GTK_LABEL(part("here_name")));
-  guidance::appendSentence(all, where);
-  guidance::appendSentence(all, mind);
-  gtk_accessible_update_property(GTK_ACCESSIBLE(part("here")), GTK_ACCESSIBLE_PROPERTY_LABEL,
-                                 all.c_str(), -1);
+  setText("here_name", name);
+  setText("here_where", beacon.location().value_or(""));
+  setText("here_mind", beacon.accesibility().value_or(""));
+  setSpoken("here",
+            here != nullptr ? guidance::sentencesOf(*here->place, guidance::Detail::kAll) : name);
 }
 
 void Window::showTrouble(const Guide& guide) {
@@ -157,10 +128,10 @@ void Window::showTrouble(const Guide& guide) {
   std::string text = trouble->sentence;
   guidance::appendSentence(text, trouble->advice);
   setText("trouble_text", text);
-  gtk_accessible_update_property(GTK_ACCESSIBLE(part("trouble_says")),
-                                 GTK_ACCESSIBLE_PROPERTY_LABEL, text.c_str(), -1);
-  setText("mend_label", labelOf(trouble->remedy));
+  setSpoken("trouble_says", text);
   gtk_widget_set_visible(part("mend"), trouble->remedy != Remedy::kNone);
+  if (trouble->remedy == Remedy::kNone) return;
+  setText("mend_label", _(kRemedies[static_cast<int>(trouble->remedy)]));
 }
 
 }  // namespace guide

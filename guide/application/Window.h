@@ -6,7 +6,6 @@
 #include <string>
 
 #include "guide/Guide.h"
-#include "guide/application/GObject.h"
 #include "guide/application/PlaceList.h"
 
 namespace guide {
@@ -15,12 +14,8 @@ namespace guide {
 /// actions of the application's.
 class Window {
  public:
-  /// Its size is kept in `settings`.
+  /// Its size is kept in `settings`. It is there, shown or not, until the process ends.
   Window(GtkApplication* application, GSettings* settings);
-  /// Closes it.
-  ~Window();
-  Window(const Window&) = delete;
-  Window& operator=(const Window&) = delete;
 
   GtkWindow* widget() const { return window_; }
   bool isShown() const { return gtk_widget_get_visible(GTK_WIDGET(window_)) != FALSE; }
@@ -37,13 +32,15 @@ class Window {
   void tell(const std::string& message);
 
  private:
-  GObject* object(const char* id) const { return gtk_builder_get_object(parts_.get(), id); }
+  GObject* object(const char* id) const { return gtk_builder_get_object(parts_, id); }
   GtkWidget* part(const char* id) const { return GTK_WIDGET(object(id)); }
   void setText(const char* id, const std::string& text);
+  /// What a screen reader reads of a group of texts.
+  void setSpoken(const char* id, const std::string& text);
   void showHere(const Guide& guide, bool isGuiding);
   void showTrouble(const Guide& guide);
 
-  const Ref<GtkBuilder> parts_;
+  GtkBuilder* const parts_;
   GtkWindow* const window_;
   PlaceList around_;
   PlaceList nearby_;

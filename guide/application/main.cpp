@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <glib.h>
-
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -11,7 +10,7 @@
 
 namespace {
 
-using guidance::N_;
+using guidance::_;
 
 constexpr int kWorldRefused = 1;
 constexpr int kBadInput = 2;
@@ -21,67 +20,42 @@ int complain(const std::string& fault, int status) {
   return status;
 }
 
-std::string orEmpty(const char* text) { return text != nullptr ? text : ""; }
-
-/// What the command line says.
-struct Arguments {
-  guide::Guiding::Options guiding;
-  gboolean isService = FALSE;
-};
-
-/// Reads it. What is wrong with it, in one line; else empty.
-std::string read(int argc, char** argv, Arguments& arguments) {
-  guide::Guiding::Options& options = arguments.guiding;
-  g_autofree char* info = nullptr;
-  g_autofree char* connect = nullptr;
-  g_autofree char* ca = nullptr;
-  g_autofree char* capture = nullptr;
-  g_autofree char* track = nullptr;
-  const GOptionEntry entries[] = {
-      {"info", 0, 0, G_OPTION_ARG_FILENAME, &info,
-       N_("Property list of the network, in place of the imported one"), N_("FILE")},
-      {"connect", 0, 0, G_OPTION_ARG_STRING, &connect,
-       N_("Connect there in place of the service’s own host"), "HOST:PORT"},
-      {"ca", 0, 0, G_OPTION_ARG_FILENAME, &ca, N_("Certificates to trust, PEM"), N_("FILE")},
-      {"capture", 0, 0, G_OPTION_ARG_FILENAME, &capture,
-       N_("Play this btsnoop capture in place of the radio"), N_("FILE")},
-      {"track", 0, 0, G_OPTION_ARG_FILENAME, &track, N_("Play this GPX track with it"), N_("FILE")},
-      {"speed", 0, 0, G_OPTION_ARG_DOUBLE, &options.speed,
-       N_("Play so many times as fast as recorded"), "N"},
-      {"gapplication-service", 0, G_OPTION_FLAG_HIDDEN, G_OPTION_ARG_NONE, &arguments.isService,
-       nullptr, nullptr},
-      {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
-  g_autoptr(GOptionContext) context = g_option_context_new(nullptr);
-  g_option_context_add_main_entries(context, entries, guidance::kTextDomain);
-  g_autoptr(GError) fault = nullptr;
-  if (g_option_context_parse(context, &argc, &argv, &fault) == FALSE) return fault->message;
-  options.info = orEmpty(info);
-  options.connect = orEmpty(connect);
-  options.ca = orEmpty(ca);
-  options.capture = orEmpty(capture);
-  options.track = orEmpty(track);
-  if (argc > 1) return std::string(argv[1]) + ": takes no such argument; see --help";
-  if (!(options.speed > 0.0)) return "--speed: not above 0";
-  if (options.capture.empty() && !options.track.empty()) return "--track: takes --capture too";
-  return "";
+void describe(CLI::App& line, guide::Guiding::Options& options, bool& isService) {
+  const auto add = [&line](const char* name, auto& value, const char* text, const char* kind) {
+    return line.add_option(name, value, text)->type_name(kind);
+  };
+  add("--info", options.info, _("Property list of the network, in place of the imported one"),
+      _("FILE"));
+  add("--connect", options.connect, _("Connect there in place of the service’s own host"),
+      "HOST:PORT");
+  add("--ca", options.ca, _("Certificates to trust, PEM"), _("FILE"));
+  auto* const capture = add("--capture", options.capture,
+                            _("Play this btsnoop capture in place of the radio"), _("FILE"));
+  add("--track", options.track, _("Play this GPX track with it"), _("FILE"))->needs(capture);
+  add("--speed", options.speed, _("Play so many times as fast as recorded"), "N")
+      ->check(CLI::Range(0.01, 1000.0));
+  line.add_flag("--gapplication-service", isService)->group("");  // what the bus starts it with
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   guidance::useLanguageOfLocale();
-  Arguments arguments;
-  if (const std::string fault = read(argc, argv, arguments); !fault.empty()) {
-    return complain(fault, kBadInput);
-  }
+  guide::Guiding::Options options;
+  bool isService = false;
+  CLI::App line(_("Says which place you are near."));
+  describe(line, options, isService);
   try {
-    guide::Application application(arguments.isService != FALSE);
+    line.parse(argc, argv);
+    guide::Application application(isService);
     if (!application.isElsewhere()) {
-      application.prepare(arguments.guiding);
-    } else if (arguments.guiding != guide::Guiding::Options()) {
+      application.prepare(options);
+    } else if (options != guide::Guiding::Options()) {
       return complain("it runs already; quit that first", kWorldRefused);
     }
     return application.run();
+  } catch (const CLI::Success& help) {
+    return line.exit(help);
   } catch (const std::exception& fault) {
     return complain(fault.what(), kBadInput);
   }

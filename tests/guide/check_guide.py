@@ -42,9 +42,10 @@ NOTHING = Shown(None, "", "", None)
 
 
 def visible(parent):
-    for child in parent:
-        if child and (child.getRoleName() == "frame" or child.getState().contains(pyatspi.STATE_VISIBLE)):
-            yield child
+    for child in filter(None, parent):
+        shown = Shown(child, child.getRoleName(), child.name, child.getState())
+        if shown.role == "frame" or shown.state.contains(pyatspi.STATE_VISIBLE):
+            yield shown
             yield from visible(child)
 
 
@@ -65,8 +66,7 @@ class Guide:
         """What its windows show, in reading order."""
         while True:  # a window may change while it is read: then anew
             try:
-                return [Shown(each, each.getRoleName(), each.name, each.getState())
-                        for application in pyatspi.Registry.getDesktop(0)
+                return [each for application in pyatspi.Registry.getDesktop(0)
                         if application and application.get_process_id() == self.process.pid
                         for each in visible(application)]
             except GLib.GError:
@@ -99,6 +99,10 @@ class Guide:
         bus = dbus.bus.BusConnection(DESKTOP.environment["DBUS_SESSION_BUS_ADDRESS"])
         path = "/" + IDENTIFIER.replace(".", "/")
         bus.get_object(IDENTIFIER, path).ActivateAction(name, [], {}, dbus_interface="org.freedesktop.Application")
+
+
+def extents(shown):
+    return shown.accessible.queryComponent().getExtents(pyatspi.WINDOW_COORDS)
 
 
 def xdotool(*command):
@@ -142,13 +146,16 @@ class GuideTest(unittest.TestCase):
         for name in PLACES:
             self.assertEqual(said().count(name + "."), 1)
 
-    def test_every_control_has_a_name_and_keys_reach_all_in_reading_order(self):
+    def test_every_control_has_a_name_and_room_and_keys_reach_all_in_reading_order(self):
         guide = self.walk(1)
         wait_for(lambda: guide.here() == PLACES[0])
         # Libadwaita makes lists of its own within a row that opens, and names none.
         nameless = [each.role for each in guide.all()
                     if each.state.contains(pyatspi.STATE_FOCUSABLE) and re.match("(Gtk|Adw|$)", each.name)]
         self.assertEqual([role for role in nameless if role != "list"], [])
+        room = {each.name: extents(each) for each in guide.all() if each.role in ("push button", "page tab")}
+        self.assertIn("Close", room)
+        self.assertEqual({name: box for name, box in room.items() if 0 < box.width < 44 or 0 < box.height < 44}, {})
         reached = self.reached_by(guide, "Tab", 8)
         self.assertTrue(reached[0].startswith(PLACES[0] + ". Bajo el arco"), reached)
         self.assertEqual(reached[1:], ["Say Again", "More About This Place", "Stop Guiding", "Here", "Around", "Nearby",
@@ -160,12 +167,12 @@ class GuideTest(unittest.TestCase):
 
     @staticmethod
     def reached_by(guide, key, times):
-        names = []
+        reached = [guide.focused() or NOTHING]
         for _ in range(times):
-            before = (guide.focused() or NOTHING).accessible
             guide.key(key)
-            names.append(wait_for(lambda: (now := guide.focused()) and now.accessible != before and now).name)
-        return names
+            reached.append(wait_for(
+                lambda: (now := guide.focused()) and now.accessible != reached[-1].accessible and now))
+        return [each.name for each in reached[1:]]
 
     def test_it_says_again_and_more_when_asked_to(self):
         guide = self.walk(1)
@@ -176,12 +183,16 @@ class GuideTest(unittest.TestCase):
             wait_for(lambda: said().count(PLACES[0] + ".") == times)
 
     def test_what_is_wrong_is_told_once_and_mended(self):
-        reach = self.start_service()
-        walk = ["--capture", WALKS / "old-town.btsnoop"]
+        reach = [*self.start_service(), "--capture", WALKS / "old-town.btsnoop"]
+        before = Guide(self, *reach)
+        wait_for(lambda: before.here() == PLACES[0])
+        before.end()
         self.service.terminate()
         self.service.wait()
-        guide = Guide(self, *reach, *walk)
+        guide = Guide(self, *reach)
         guide.wait("alert", "network cannot be reached")
+        place = guide.wait("list item", PLACES[0])  # known from before
+        self.assertRegex(place.accessible.description, r" \(from (today|yesterday)\)$")
         self.start_service("--port", self.port)
         guide.press("Try Again")
         wait_for(lambda: guide.here() == PLACES[0])
@@ -249,7 +260,7 @@ class GuideTest(unittest.TestCase):
             time.sleep(0.5)
             self.assertIn("WIDTH=360\nHEIGHT=294\n", xdotool("getwindowgeometry", "--shell", guide.window()))
             for text in (each for each in guide.all() if each.role in ("heading", "label")):
-                box = text.accessible.queryComponent().getExtents(pyatspi.WINDOW_COORDS)
+                box = extents(text)
                 if box.y > 50:  # below the header, which hides what has no room there
                     self.assertTrue(box.x >= 0 and box.x + box.width <= 360, (text.name, box))
 
