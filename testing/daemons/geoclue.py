@@ -2,6 +2,7 @@
 """A stand-in for GeoClue: one client, which is refused or moved as a test wishes."""
 import dbus
 from dbusmock import mockobject
+from gi.repository import GLib
 
 BUS_NAME = "org.freedesktop.GeoClue2"
 MAIN_OBJ = "/org/freedesktop/GeoClue2/Manager"
@@ -44,3 +45,10 @@ def Move(manager, latitude, longitude):
     path = f"/org/freedesktop/GeoClue2/Location/{manager.moves}"
     manager.AddObject(path, LOCATION, {"Latitude": latitude, "Longitude": longitude, "Accuracy": 8.0}, [])
     mockobject.objects[CLIENT_PATH].EmitSignal(CLIENT, "LocationUpdated", "oo", ["/", path])
+
+
+@dbus.service.method(MOCK, in_signature="dd")
+def WalkNorth(manager, latitude, longitude):
+    """From there on, ten times a second."""
+    Move(manager, latitude, longitude)
+    GLib.timeout_add(100, lambda: Move(manager, latitude + manager.moves * 1e-4, longitude) or True)

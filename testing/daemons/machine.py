@@ -4,7 +4,8 @@ the air, and GeoClue. For hosts that listen live, on a machine without Bluetooth
 dbus-daemon; run it with Debian's Python.
 
 usage: machine.py COMMAND [ARGUMENT ...]
-Runs a command there: it hears the beacon with major 1 and minor 7 of the network at -60 dBm, and may have positions.
+Runs a command there: it hears the beacon with major 1 and minor 7 of the network at -60 dBm, and walks north from 40° N
+if it asks for positions.
 """
 import json
 import os
@@ -96,7 +97,7 @@ def main(command):
         sys.exit("machine.py: a command is missing")
     with Machine() as machine:
         machine.start_bluez()
-        machine.start_geoclue()
+        machine.start_geoclue().WalkNorth(40.0, 0.0)
         return subprocess.run(command, env=machine.environment).returncode
 
 

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <random>
-#include <set>
 #include <span>
 #include <vector>
 
@@ -11,7 +9,7 @@
 
 // Stands in for libFuzzer in builds of any compiler: runs a target on its seeds as they are, and
 // then on so many changes of them, the same each time.
-//   TARGET RUNS PATH...
+//   TARGET RUNS FILE...
 
 namespace {
 
@@ -19,13 +17,9 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::size_t kLargest = 12'000;
 
-std::vector<Bytes> readSeeds(std::span<const char* const> folders) {
-  std::set<std::filesystem::path> paths;  // in order, because folders are read in any
-  for (const char* folder : folders) {
-    for (const auto& file : std::filesystem::directory_iterator(folder)) paths.insert(file.path());
-  }
+std::vector<Bytes> readSeeds(std::span<const char* const> paths) {
   std::vector<Bytes> seeds = {{}};
-  for (const auto& path : paths) {
+  for (const char* path : paths) {
     std::ifstream file(path, std::ios::binary);
     seeds.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
     seeds.back().resize(std::min(seeds.back().size(), kLargest));

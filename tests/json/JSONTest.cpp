@@ -48,8 +48,7 @@ TEST(SimdJSON, ReadsAndWritesNumbersOfAnySize) {
 
 TEST(SimdJSON, RefusesWhatIsTooMuch) {
   const SimdJSON json;
-  const std::string nested = std::string(512, '[') + "[]" + std::string(512, ']');
-  for (const std::string& text : {std::string("[1e400]"), nested, many(130000),
+  for (const std::string& text : {std::string("[1e400]"), many(130000),
                                   // What is an integer too long for 64 bits, but no JSON for all that.
                                   "[" + std::string(400, '9') + "]", std::string("[00000000000000000000001]"),
                                   std::string("[99999999999999999999"), std::string("[99999999999999999999,\"\\")}) {

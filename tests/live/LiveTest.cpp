@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Run by check_live.py: Live on a bus where BlueZ hears a beacon ten times a second, Refused where it will not listen.
+// Run by check_live.py: Live on a bus where BlueZ hears a beacon and GeoClue moves, ten times a second, Refused where
+// BlueZ will not listen.
 #include <gio/gio.h>
 #include <gtest/gtest.h>
 
@@ -121,18 +122,6 @@ struct GeoClue : BlueZ {
   std::unique_ptr<PositionSource> create(PositionSource::Listener& listener) const {
     return std::make_unique<GeoCluePositions>(MainContext::ofThisThread(), "org.example.Walk", listener);
   }
-  /// Has the stand-in move ten times a second.
-  GeoClue() { move.set(now()); }
-  double latitude = 40;
-  Timer move{MainContext::ofThisThread(), [this] {
-               static const std::shared_ptr<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr),
-                                                                 g_object_unref);
-               g_dbus_connection_call(bus.get(), "org.freedesktop.GeoClue2", "/org/freedesktop/GeoClue2/Manager",
-                                      "org.freedesktop.GeoClue2.Mock", "Move",
-                                      g_variant_new("(dd)", latitude += 0.01, 0.0), nullptr, G_DBUS_CALL_FLAGS_NONE, -1,
-                                      nullptr, nullptr, nullptr);
-               move.set(now() + std::chrono::milliseconds(100));
-             }};
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(Live, PositionSourceContract, GeoClue);
 

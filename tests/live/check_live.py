@@ -169,7 +169,6 @@ class Live(unittest.TestCase):
     def test_managers_on_every_thread_and_in_every_order(self):
         with Machine() as machine:
             machine.do("start_bluez", DENIAL)
-            machine.start_geoclue()
             subprocess.run([LIVE_TEST, "--gtest_filter=Refused*"], env=machine.environment, check=True, timeout=120)
         alone = [sys.executable, str(TESTS.parent / "testing/daemons/machine.py")]
         subprocess.run([*alone, LIVE_TEST, "--gtest_filter=Live*"], check=True, timeout=120)

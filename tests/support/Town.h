@@ -67,10 +67,8 @@ class Town {
     return {.http = std::move(http),
             .json = std::make_shared<platform::SimdJSON>(),
             .preferences = std::make_shared<platform::KeyFilePreferences>(file("preferences")),
-            .propertyList = std::make_shared<brivane::testing::FixedPropertyList>(
-                brivane::testing::FixedPropertyList::Entries{{"BrivaneAPIKey", "dev-key"},
-                                                             {"BrivaneAPISecret", "dev-secret"},
-                                                             {"NSLocationAlwaysUsageDescription", "To name doors."}}),
+            .propertyList =
+                std::make_shared<brivane::testing::FixedPropertyList>(brivane::testing::FixedPropertyList::complete()),
             .location = std::move(location),
             .deviceModel = std::make_shared<platform::UnameDeviceModel>(),
             .randomUUID = std::make_shared<platform::SystemRandomUUID>()};
@@ -82,6 +80,7 @@ class Town {
     options.certificate = certificate_;
     options.apiHost = BRIVANE_API_HOST;
     options.endpoints.network = network;
+    options.endpoints.credentials = {"key", "secret"};
     options.endpoints.tokenLifetime = std::chrono::hours(48);
     for (const std::string& fault : faults) options.faults.push_back(service::Fault::parse(fault));
     for (;;) {
