@@ -57,10 +57,21 @@ if(BRIVANE_TOOLS)
   brivane_package(Programs brivane utils "${runtime} ${this}"
     "A command-line application.\n${network}
 Beside it, a stand-in for the network's service, and a recorded walk.")
+  set(CPACK_DEBIAN_PROGRAMS_PACKAGE_RECOMMENDS bluez)
+  set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SUGGESTS "geoclue-2.0, speech-dispatcher")
 endif()
 if(BRIVANE_GUIDE)
   brivane_package(Guide brivane-guide utils
     "${runtime} ${this}, brivane ${this}, dconf-gsettings-backend | gsettings-backend"
     "An application of the desktop, by voice and in sight.\n${network}")
+  set(CPACK_DEBIAN_GUIDE_PACKAGE_RECOMMENDS "bluez, speech-dispatcher")
+  set(CPACK_DEBIAN_GUIDE_PACKAGE_SUGGESTS geoclue-2.0)
+endif()
+if(BRIVANE_BINDING_JAVA)
+  brivane_package(JNI libbrivanesdk-jni java "${runtime} ${this}"
+    "What the interface for Java loads.\n${network}")
+  brivane_package(Java libbrivanesdk-java java "libbrivanesdk-jni ${this}"
+    "A library for applications in Java.\n${network}")
+  set(CPACK_DEBIAN_JAVA_PACKAGE_ARCHITECTURE all)
 endif()
 include(CPack)

@@ -16,13 +16,13 @@ import subprocess
 import sys
 import tempfile
 
-BLOCK = re.compile(r"^```(\w+)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
+BLOCK = re.compile(r"^```([\w-]+)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 FILE = re.compile(r"(?://|#|/\*) ([\w.]+\.\w+)(?: \*/)?\n")
 MARK = "next block"
 
 
-def blocks(document, language):
-    return [block for found, block in BLOCK.findall(document.read_text()) if found == language]
+def blocks(document, *languages):
+    return [block for found, block in BLOCK.findall(document.read_text()) if found in languages]
 
 
 def file_of(block):
@@ -40,7 +40,8 @@ def script_of(document, folder, prefix):
     """The commands, but on a free port, in this folder, with what is under `prefix`, and as soon as the service
     listens."""
     port = free_port()
-    commands = "".join(f"echo {MARK}\n{block}" for block in blocks(document, "sh"))
+    shells = ["sh", "sh-java"] if pathlib.Path(prefix, "share/java/brivane.jar").exists() else ["sh"]
+    commands = "".join(f"echo {MARK}\n{block}" for block in blocks(document, *shells))
     commands = commands.replace("8443", str(port)).replace("/tmp/", f"{folder}/").replace("/usr/", f"{prefix}/")
     return "set -euo pipefail\n" + re.sub(
         r"^sleep 1$", f"until (: </dev/tcp/127.0.0.1/{port}) 2>/dev/null; do sleep 0.1; done", commands,

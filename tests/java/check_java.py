@@ -10,7 +10,8 @@ import tempfile
 import unittest
 
 JAVA, CLASSPATH, LIBRARY, SERVICE, SOURCE = sys.argv[1:]
-sys.path.insert(0, SOURCE + "/tests/support")
+sys.path[:0] = [SOURCE + "/tests/support", SOURCE + "/tests/embedding"]
+from documents import blocks, file_of  # noqa: E402
 from programs import start_service  # noqa: E402
 
 
@@ -25,6 +26,15 @@ class Java(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             reach = start_service(self, SERVICE, walks, "--state", folder)
             self.run_host("HostTest", walks / "old-town.btsnoop", *reach[3::2], folder + "/new/preferences")
+
+    def test_the_host_of_the_document_compiles(self):
+        document = pathlib.Path(SOURCE, "docs/getting-started.md")
+        with tempfile.TemporaryDirectory() as folder:
+            for block in blocks(document, "java"):
+                source = pathlib.Path(folder, file_of(block))
+                source.write_text(block)
+                subprocess.run([pathlib.Path(JAVA).with_name("javac"), "-cp", CLASSPATH, "-d", folder, source],
+                               check=True)
 
     def test_a_host_with_a_location_service_of_its_own(self):
         self.run_host("OwnLocationTest")
