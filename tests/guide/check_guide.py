@@ -229,15 +229,24 @@ class GuideTest(unittest.TestCase):
             wait_for(lambda: guide.here() == PLACES[6])  # of the beacon that the stand-in puts on the air
             self.assertIsNone(guide.find("alert"))
 
-    def test_it_goes_on_without_its_window_until_it_is_stopped(self):
-        name = "org.freedesktop.Notifications"
-        DESKTOP.processes["notifications"] = subprocess.Popen(
-            ["/usr/bin/python3", "-m", "dbusmock", "--template", "notification_daemon"], env=DESKTOP.environment,
-            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-        self.addCleanup(DESKTOP.stop, "notifications")
+    def stand_in(self, name, *options):
+        """A service of the desktop, which knows what it was asked for."""
+        DESKTOP.processes[name] = subprocess.Popen(["/usr/bin/python3", "-m", "dbusmock", *options],
+                                                   env=DESKTOP.environment, stdout=subprocess.PIPE,
+                                                   stderr=subprocess.DEVNULL)
+        self.addCleanup(DESKTOP.stop, name)
         bus = dbus.bus.BusConnection(DESKTOP.environment["DBUS_SESSION_BUS_ADDRESS"])
         wait_for(lambda: bus.name_has_owner(name))
-        shown = dbus.Interface(bus.get_object(name, "/" + name.replace(".", "/")), "org.freedesktop.DBus.Mock")
+        return dbus.Interface(bus.get_object(name, "/" + name.replace(".", "/")), "org.freedesktop.DBus.Mock")
+
+    def test_it_goes_on_without_its_window_until_it_is_stopped(self):
+        shown = self.stand_in("org.freedesktop.Notifications", "--template", "notification_daemon")
+        name = "org.gnome.SessionManager"
+        awake = self.stand_in(name, "--session", name, "/org/gnome/SessionManager", name)
+        awake.AddMethod("", "Inhibit", "susu", "u", "ret = 5")
+        awake.AddMethod("", "Uninhibit", "u", "", "")
+        DESKTOP.keep(keep_awake="true")
+        self.addCleanup(DESKTOP.keep)
         guide = self.walk(8)
         wait_for(lambda: guide.here() == PLACES[0])
         guide.press("^Close$")
@@ -246,6 +255,8 @@ class GuideTest(unittest.TestCase):
         self.assertIn(PLACES[1], told)
         guide.action("stop")
         self.assertEqual(guide.process.wait(30), 0)
+        asked = [(name, arguments[-1]) for _, name, arguments in awake.GetCalls() if name.endswith("nhibit")]
+        self.assertEqual(asked, [("Inhibit", 4), ("Uninhibit", 5)])  # 4: not to suspend
 
     def test_large_text_and_spanish_fit_a_phone(self):
         DESKTOP.keep(width=360, height=294)
