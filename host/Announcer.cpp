@@ -7,12 +7,14 @@
 
 #include "guidance/AgeText.h"
 #include "guidance/Sentences.h"
+#include "guidance/Text.h"
 #include "host/ClockText.h"
 #include "host/RecordJSON.h"
 
 namespace host {
 namespace {
 
+using guidance::_;
 using platform::JSONValue;
 using News = guidance::NearestPlace::News;
 
@@ -22,13 +24,13 @@ constexpr double kSecondsBetweenReports = 0.5;
 const char* nameOf(News news) {
   switch (news) {
     case News::kFirstSight:
-      return "New";
+      return _("New");
     case News::kNearest:
-      return "Nearest";
+      return _("Nearest");
     case News::kNothing:
       break;
   }
-  return "Here";
+  return _("Here");
 }
 
 }  // namespace
@@ -48,8 +50,10 @@ void Announcer::expectReady() {
 
 std::string Announcer::summary() const {
   const std::lock_guard lock(mutex_);
-  return std::to_string(nearest_.matched().size()) + " places in " +
-         std::to_string(static_cast<long>(options_.now())) + " seconds.";
+  const auto places = nearest_.matched().size();
+  return guidance::filled(
+      guidance::P_("%1 place in %2 seconds.", "%1 places in %2 seconds.", places),
+      {std::to_string(places), std::to_string(static_cast<long>(options_.now()))});
 }
 
 void Announcer::didIsReady() {
@@ -63,7 +67,7 @@ void Announcer::didErrorFound(const std::shared_ptr<const BVError>& error) {
   if (options_.json) {
     printEvent("error", {{"code", error->errorCode()}, {"message", message}});
   } else {
-    screen_.print(clockText(options_.now()) + "  Error: " + message);
+    screen_.print(clockText(options_.now()) + "  " + _("Error") + ": " + message);
   }
 }
 
@@ -128,7 +132,7 @@ bool Announcer::printPlaces() {
     }
     printEvent("nearest", {{"places", places ? JSONValue(std::move(list)) : JSONValue()}});
   } else if (!places) {
-    screen_.print("No places there.");
+    screen_.print(_("No places there."));
   } else {
     for (const auto& place : *places) printPlace(*place);
   }
@@ -153,7 +157,7 @@ void Announcer::printPlace(const BVWaybeaconDistance& place) {
   const BVLocal& local = *place.local();
   char distance[32];
   std::snprintf(distance, sizeof distance, "%6.0f m  ", place.distance());
-  std::string line = distance + local.name().value_or("a place without a name");
+  std::string line = distance + local.name().value_or(_("a place without a name"));
   guidance::appendSentence(line, local.category());
   guidance::appendSentence(line, local.address());
   guidance::appendSentence(line, local.phone());

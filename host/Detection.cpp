@@ -5,6 +5,7 @@
 #include <chrono>
 #include <string>
 
+#include "guidance/Text.h"
 #include "host/Failure.h"
 
 namespace host {
@@ -54,7 +55,7 @@ void Detection::renewIfDue() {
   }
   if (!manager_) return;
   session_.transfers().forgetExpiry();
-  if (hasExpired) screen_.complain("the access token had expired; logged in anew");
+  if (hasExpired) screen_.complain(guidance::_("the access token had expired; logged in anew"));
   start();
 }
 

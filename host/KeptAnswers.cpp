@@ -6,6 +6,7 @@
 
 #include "BrivaneSDK/BVNetwork.h"
 #include "guidance/LoginDelay.h"
+#include "guidance/Text.h"
 #include "platform/json/SimdJSON.h"
 
 namespace host {
@@ -34,9 +35,11 @@ void KeptAnswers::sessionBegan() {
   renewal_ = kNever;
   const bool isOffline = client_->isOffline();
   if (std::exchange(wasOffline_, isOffline) == isOffline) return;
-  const std::string service = "the service at " + std::string(BVNetwork::apiHost());
-  screen_.complain(isOffline ? service + " does not answer; places come from what it said before"
-                             : service + " answers again");
+  const char* const news =
+      isOffline
+          ? guidance::_("the service at %1 does not answer; places come from what it said before")
+          : guidance::_("the service at %1 answers again");
+  screen_.complain(guidance::filled(news, {BVNetwork::apiHost()}));
 }
 
 std::optional<KeptAnswers::Clock::time_point> KeptAnswers::renewal() const {

@@ -5,6 +5,7 @@
 
 #include "host/Failure.h"
 #ifdef BRIVANE_SPEECH
+#  include "guidance/Text.h"
 #  include "guidance/Voice.h"
 #endif
 
@@ -16,8 +17,10 @@ std::unique_ptr<guidance::Speech> speechFor(bool speak, Screen& screen) {
   if (!speak) return nullptr;
   return std::make_unique<guidance::Voice>(
       guidance::Voice::Options{.onFault = [&screen](const std::string& fault) {
-        screen.complain(fault.empty() ? "speaks again"
-                                      : "does not speak, and tries again: " + fault);
+        screen.complain(
+            fault.empty()
+                ? guidance::_("speaks again")
+                : guidance::filled(guidance::_("does not speak, and tries again: %1"), {fault}));
       }});
 }
 
