@@ -55,7 +55,6 @@ void Guide::sayMore() {
 
 void Guide::speechChanged(const std::string& fault, Instant now) {
   tell(troubles_.set(TroubleKind::kNoSpeech, !fault.empty(), now, fault));
-  onChange_();
 }
 
 void Guide::began() {
@@ -105,7 +104,6 @@ void Guide::transferred(const platform::TransferOutcome& outcome, Instant now) {
   if (!isAnswered) trouble = TroubleKind::kNoNetwork;
   if (isAnswered && *outcome.status >= kServiceFault) trouble = TroubleKind::kService;
   tell(troubles_.setOneOf({TroubleKind::kNoNetwork, TroubleKind::kService}, trouble, now));
-  onChange_();
 }
 
 void Guide::radioChanged(const platform::Radio::Status& status, Instant now) {
@@ -120,7 +118,6 @@ void Guide::radioChanged(const platform::Radio::Status& status, Instant now) {
   tell(troubles_.setOneOf({TroubleKind::kNoAdapter, TroubleKind::kBluetoothOff,
                            TroubleKind::kBluetoothBlocked, TroubleKind::kRadio},
                           trouble, now, fault));
-  onChange_();
 }
 
 void Guide::permissionChanged(const platform::Permission& permission, const std::string& reason,
@@ -128,12 +125,10 @@ void Guide::permissionChanged(const platform::Permission& permission, const std:
   const bool isRefused = permission.status == platform::kCLAuthorizationStatusDenied ||
                          permission.status == platform::kCLAuthorizationStatusRestricted;
   tell(troubles_.set(TroubleKind::kNoPermission, isRefused, now, reason));
-  onChange_();
 }
 
 void Guide::noPositions(const std::string& reason, Instant now) {
   tell(troubles_.set(TroubleKind::kNoPositions, true, now, reason));
-  onChange_();
 }
 
 void Guide::ended(const std::string& fault) {
@@ -143,9 +138,11 @@ void Guide::ended(const std::string& fault) {
 }
 
 void Guide::tell(const std::optional<Troubles::News>& news) {
-  if (!news) return;
-  notice_ = news->text;
-  say({.text = news->text, .language = guidance::textLanguage(), .urgent = news->urgent});
+  if (news) {
+    notice_ = news->text;
+    say({.text = news->text, .language = guidance::textLanguage(), .urgent = news->urgent});
+  }
+  onChange_();
 }
 
 void Guide::say(const guidance::Utterance& utterance) {

@@ -112,11 +112,8 @@ void Application::activate() {
 }
 
 void Application::windowHidden() {
-  if (guiding_->isGuiding()) {
-    guideChanged();
-  } else {
-    quit();
-  }
+  if (!guiding_->isGuiding()) quit();
+  guideChanged();
 }
 
 void Application::preferencesChanged() {
@@ -158,11 +155,8 @@ void Application::stop() {
 }
 
 void Application::toggleGuiding() {
-  if (guiding_->isGuiding()) {
-    stopGuiding();
-  } else {
-    startGuiding();
-  }
+  if (guiding_->isGuiding()) return stopGuiding();
+  startGuiding();
 }
 
 void Application::sayMore() {

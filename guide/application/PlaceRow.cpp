@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "guide/application/PlaceRow.h"
 
+#include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <optional>
 #include <string_view>
 
@@ -17,25 +19,23 @@ namespace {
 using guidance::_;
 using platform::JSONValue;
 
-void addText(PlaceRow& row, const std::optional<std::string>& text) {
-  if (text && !text->empty()) row.details.push_back({.text = *text, .uri = {}});
+using Field = std::optional<std::string>;
+
+void add(PlaceRow& row, const Field& text, const std::string& uri = {}) {
+  if (text && !text->empty()) row.details.push_back({.text = *text, .uri = uri});
 }
 
 /// A web address is opened, and nothing else that the service might name.
-void addWeb(PlaceRow& row, const std::optional<std::string>& address) {
-  addText(row, address);
-  if (address && (address->starts_with("https://") || address->starts_with("http://"))) {
-    row.details.back().uri = *address;
-  }
+std::string webUri(const Field& address) {
+  if (!address) return "";
+  return address->starts_with("https://") || address->starts_with("http://") ? *address : "";
 }
 
-void addPhone(PlaceRow& row, const std::optional<std::string>& number) {
-  addText(row, number);
-  if (!number || number->empty()) return;
-  std::string& uri = row.details.back().uri = "tel:";
-  for (const char c : *number) {
-    if (c == '+' || (c >= '0' && c <= '9')) uri.push_back(c);
-  }
+std::string phoneUri(const Field& number) {
+  std::string uri = "tel:";
+  std::ranges::copy_if(number.value_or(""), std::back_inserter(uri),
+                       [](char c) { return c == '+' || (c >= '0' && c <= '9'); });
+  return uri;
 }
 
 std::string plainText(const JSONValue& value) {
@@ -79,9 +79,9 @@ PlaceRow rowOf(const guidance::Sighting& sighting) {
     const auto now = std::chrono::system_clock::now();
     row.line += " (" + guidance::ageText(*sighting.keptSince, now) + ")";
   }
-  addText(row, beacon.accesibility());
-  addWeb(row, beacon.url());
-  addText(row, plainText(beacon.payload()));
+  add(row, beacon.accesibility());
+  add(row, beacon.url(), webUri(beacon.url()));
+  add(row, plainText(beacon.payload()));
   return row;
 }
 
@@ -92,9 +92,9 @@ PlaceRow rowOf(const guidance::NearbyPlace& nearby) {
   row.id = local.uuid().value_or(row.name);
   row.line = nearby.whereText();
   guidance::appendSentence(row.line, local.address());
-  addText(row, local.category());
-  addPhone(row, local.phone());
-  addWeb(row, local.web());
+  add(row, local.category());
+  add(row, local.phone(), phoneUri(local.phone()));
+  add(row, local.web(), webUri(local.web()));
   return row;
 }
 
