@@ -74,7 +74,9 @@ class Brivane(unittest.TestCase):
         info = [json.loads(self.run_brivane("info", "--json").stdout) for _ in range(2)]
         self.assertEqual(info[0], info[1])
         self.assertEqual(info[0]["region"], "5C8E3D7A-41B2-4F60-9E0B-27D1A6C4F385")
-        self.assertEqual(info[0]["library"].split()[1], self.run_brivane("--version").stdout.split()[1])
+        for program in BRIVANE, SERVICE:
+            version = self.run_brivane("--version", program=program).stdout
+            self.assertEqual(info[0]["library"].split()[1], version.split()[1])
         unstored = self.run_brivane("info", XDG_CONFIG_HOME="/proc")
         self.assertEqual((unstored.returncode, unstored.stderr.count("\n")), (0, 1))
         self.assertIn("cannot be stored", unstored.stderr)

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "platform/replay/BtsnoopReader.h"
 #include "platform/replay/BtsnoopWriter.h"
@@ -223,7 +224,11 @@ TEST(Lockstep, SendsOneAtATimeInOrderOnceReleased) {
   const auto ask = [&](const std::string& url, const std::function<void()>& then) {
     client.execute({.url = url, .method = "POST", .headers = {}, .body = {}}, [then](auto, auto) { then(); });
   };
-  const auto endOne = [&] { std::exchange(slow->latest, nullptr)(std::nullopt, std::nullopt); };
+  std::vector<HTTPClient::Completion> called;  // a client may keep them
+  const auto endOne = [&] {
+    called.push_back(std::exchange(slow->latest, nullptr));
+    called.back()(std::nullopt, std::nullopt);
+  };
   ask("a", [&] { ask("d", [] {}); });
   ask("b", [] { throw std::runtime_error("b"); });
   ask("c", [] {});
