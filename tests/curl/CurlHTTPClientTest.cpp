@@ -137,26 +137,6 @@ TEST_F(Curl, RefusesWhatCannotBeSentSafely) {
   }
 }
 
-TEST_F(Curl, TransfersGoOnWhileACallbackBlocksOrThrows) {
-  std::atomic<int> served = 0;
-  const TLSServer server(certificate, [&](TLSConnection& connection) {
-    while (!connection.readRequest().empty()) {
-      connection.write(TLSServer::reply("{}"));
-      ++served;
-      served.notify_all();
-    }
-  });
-  const auto serving = client(server);
-  Outcomes outcomes;
-  serving->execute(request(), [&](auto, auto) {
-    EXPECT_FALSE(told->empty());  // before the completion
-    for (int now = served; now < 11; now = served) served.wait(now);
-    throw std::runtime_error("a host's");
-  });
-  for (int i = 0; i < 10; ++i) serving->execute(request(), outcomes.next());
-  EXPECT_EQ(outcomes.wait(10).size(), 10U);
-}
-
 TEST_F(Curl, MayBeShutDownOrDestroyedInsideACallback) {
   const TLSServer server(certificate, TLSServer::answering(TLSServer::reply("{}")));
   for (const bool destroy : {false, true}) {

@@ -140,6 +140,10 @@ TEST_F(NetworkFaults, AreNoneWhenManyRequestsShareConnections) {
     const TLSServer server(certificate, answering({http2 ? kGood2 : kGood}, http2), http2);
     const auto serving = client(server);
     Outcomes outcomes;
+    serving->execute(request(), [this](auto, auto) {
+      EXPECT_FALSE(told->empty());                     // before the completion
+      while (next_ <= 200) std::this_thread::yield();  // keeps the callbacks waiting, and no transfer
+    });
     for (int i = 0; i < 200; ++i) serving->execute(request(), outcomes.next());
     EXPECT_EQ(outcomes.wait(200), std::vector<std::string>(200, "200 good"));
     EXPECT_LE(server.connections(), http2 ? 1 : 6);

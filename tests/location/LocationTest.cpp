@@ -2,16 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <memory>
 
 #include "platform/location/Distance.h"
 #include "platform/location/IBeaconFrame.h"
-#include "platform/location/LocationCore.h"
 #include "testing/BeaconFrame.h"
 
 namespace {
 
-using namespace std::chrono_literals;
 using namespace brivane::testing;
 using namespace platform;
 
@@ -40,17 +37,6 @@ TEST(Distances, AreWhatTheyAreOnTheGround) {
   EXPECT_NEAR(distanceBetween({0, 0}, {0, 1}), 111195, 1);
   EXPECT_NEAR(distanceBetween({0, 179.5}, {0, -179.5}), 111195, 1);
   EXPECT_NEAR(distanceBetween({90, 0}, {-90, 77}), 20015114, 1);
-}
-
-TEST(Core, BeginsAtTheTimeThatIsFedNext) {
-  LocationCore core({});
-  const auto manager = core.createManager();
-  EXPECT_FALSE(manager->offersRequestAlwaysAuthorization());
-  core.advance(Instant(1s));
-  manager->startRangingBeaconsInRegion(CLBeaconRegion::initWithProximityUUID_identifier(networkUUID(), "r"));
-  EXPECT_EQ(core.nextDeadline(), std::nullopt);  // nobody has said yet when that was
-  core.advance(Instant(1000s));
-  EXPECT_EQ(core.nextDeadline(), Instant(1001s));
 }
 
 }  // namespace
