@@ -34,6 +34,18 @@ def start(client):
 
 
 @dbus.service.method(MOCK, in_signature="")
+def Permit(manager):
+    """To whoever asks from now on."""
+    manager.refusal = ""
+
+
+@dbus.service.method(MOCK, out_signature="b")
+def Serves(_manager):
+    """Whether somebody has asked and was permitted."""
+    return mockobject.objects[CLIENT_PATH].props[CLIENT]["Active"]
+
+
+@dbus.service.method(MOCK, in_signature="")
 def Withdraw(manager):
     manager.refusal = "Access denied"
     mockobject.objects[CLIENT_PATH].UpdateProperties(CLIENT, {"Active": dbus.Boolean(False, variant_level=1)})

@@ -54,6 +54,7 @@ GRANTS = [
     (["Remember 7 1"], None, 0, "GeoClue, which finds positions, is not installed; install it"),
     (["Remember 7 0"], None, 0, "GeoClue, which finds positions, is not installed; install it"),
     ([], "Access denied", 1, DENIED),
+    ([], "Geolocation disabled", 0, "switched off"),  # and on again later
 ]
 
 
@@ -156,6 +157,9 @@ class Live(unittest.TestCase):
             with listen(machine, "detect", "--live", "--gps", "--json", "--log", *reach) as detect:
                 if refusal != "Access denied":
                     wait_for(lambda: detect.of("match"))
+                if status == 0 and refusal:
+                    geoclue.Permit()
+                    wait_for(geoclue.Serves)  # it asks again by itself
                 if refusal == "":
                     geoclue.Move(41.6521, -4.7285)
                     wait_for(lambda: detect.says("Resolve GPS done"))
