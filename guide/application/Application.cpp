@@ -218,9 +218,8 @@ void Application::guideChanged() {
                                      g_variant_new_boolean(guiding_->isGuiding()));
   if (window_->isShown()) {
     window_->show(*guide_, guiding_->isGuiding());
-    // A trouble stands in the window by itself.
-    if (guide_->notice() != std::exchange(noticed_, guide_->notice()) && !trouble)
-      window_->tell(noticed_);
+    const bool isNew = guide_->notice() != std::exchange(noticed_, guide_->notice());
+    if (isNew && !trouble) window_->tell(noticed_);  // a trouble stands in the window by itself
   }
   notify();
 }
