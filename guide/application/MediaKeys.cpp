@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "guide/application/MediaKeys.h"
 
-#include <string_view>
+#include <mpris.h>
+
 #include <utility>
 
 #include "guidance/Text.h"
@@ -9,60 +10,38 @@
 namespace guide {
 namespace {
 
-constexpr const char* kPath = "/org/mpris/MediaPlayer2";
-
-GVariant* onProperty(GDBusConnection* /*bus*/, const char* /*sender*/, const char* /*path*/,
-                     const char* /*interface*/, const char* name, GError** /*fault*/,
-                     gpointer /*self*/) {
-  const std::string_view property(name);
-  if (property == "Identity") return g_variant_new_string(guidance::_("Brivane Guide"));
-  if (property == "DesktopEntry") return g_variant_new_string("example.brivane.Guide");
-  if (property == "PlaybackStatus") return g_variant_new_string("Paused");
-  if (property == "Metadata") return g_variant_new("a{sv}", nullptr);
-  if (property.starts_with("Supported")) return g_variant_new("as", nullptr);
-  return g_variant_new_boolean(property == "CanPlay" || property == "CanPause" ||
-                               property == "CanControl");
-}
-
-/// What the resource describes, for the life of the process.
-GDBusNodeInfo* describe() {
-  g_autoptr(GBytes) text = g_resources_lookup_data("/example/brivane/Guide/mpris.xml",
-                                                   G_RESOURCE_LOOKUP_FLAGS_NONE, nullptr);
-  return g_dbus_node_info_new_for_xml(static_cast<const char*>(g_bytes_get_data(text, nullptr)),
-                                      nullptr);
+gboolean onKey(GDBusInterfaceSkeleton* /*player*/, GDBusMethodInvocation* call, gpointer pressed) {
+  (*static_cast<std::function<void()>*>(pressed))();
+  g_dbus_method_invocation_return_value(call, nullptr);
+  return TRUE;
 }
 
 }  // namespace
 
 MediaKeys::MediaKeys(GDBusConnection* bus, std::function<void()> pressed)
     : pressed_(std::move(pressed)),
-      bus_(G_DBUS_CONNECTION(g_object_ref(bus))),
+      program_(G_DBUS_INTERFACE_SKELETON(mpris_media_player2_skeleton_new())),
+      player_(G_DBUS_INTERFACE_SKELETON(mpris_media_player2_player_skeleton_new())),
       name_(g_bus_own_name_on_connection(bus, "org.mpris.MediaPlayer2.brivane_guide",
                                          G_BUS_NAME_OWNER_FLAGS_NONE, nullptr, nullptr, nullptr,
                                          nullptr)) {
-  static GDBusNodeInfo* const node = describe();
-  static const GDBusInterfaceVTable calls = {onCall, onProperty, nullptr, {}};
-  for (GDBusInterfaceInfo** each = node->interfaces; *each != nullptr; ++each) {
-    objects_.push_back(
-        g_dbus_connection_register_object(bus, kPath, *each, &calls, this, nullptr, nullptr));
+  g_object_set(program_.get(), "identity", guidance::_("Brivane Guide"), "desktop-entry",
+               "example.brivane.Guide", nullptr);
+  g_object_set(player_.get(), "playback-status", "Paused", "metadata",
+               g_variant_new("a{sv}", nullptr), "can-play", TRUE, "can-pause", TRUE, "can-control",
+               TRUE, nullptr);
+  for (const char* key : {"handle-play", "handle-pause", "handle-play-pause"}) {
+    g_signal_connect(player_.get(), key, G_CALLBACK(onKey), &pressed_);
+  }
+  for (GDBusInterfaceSkeleton* each : {program_.get(), player_.get()}) {
+    g_dbus_interface_skeleton_export(each, bus, "/org/mpris/MediaPlayer2", nullptr);
   }
 }
 
 MediaKeys::~MediaKeys() {
   g_bus_unown_name(name_);
-  for (const unsigned object : objects_) {
-    if (object != 0) g_dbus_connection_unregister_object(bus_.get(), object);
-  }
-}
-
-void MediaKeys::onCall(GDBusConnection* /*bus*/, const char* /*sender*/, const char* /*path*/,
-                       const char* /*interface*/, const char* method, GVariant* /*arguments*/,
-                       GDBusMethodInvocation* call, gpointer self) {
-  const std::string_view key(method);
-  if (key == "Play" || key == "Pause" || key == "PlayPause") {
-    static_cast<MediaKeys*>(self)->pressed_();
-  }
-  g_dbus_method_invocation_return_value(call, nullptr);
+  g_dbus_interface_skeleton_unexport(program_.get());
+  g_dbus_interface_skeleton_unexport(player_.get());
 }
 
 }  // namespace guide

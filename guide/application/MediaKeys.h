@@ -4,7 +4,6 @@
 #include <gio/gio.h>
 
 #include <functional>
-#include <vector>
 
 #include "guide/application/GObject.h"
 
@@ -22,13 +21,9 @@ class MediaKeys {
   MediaKeys& operator=(const MediaKeys&) = delete;
 
  private:
-  static void onCall(GDBusConnection* bus, const char* sender, const char* path,
-                     const char* interface, const char* method, GVariant* arguments,
-                     GDBusMethodInvocation* call, gpointer self);
-
-  const std::function<void()> pressed_;
-  const Ref<GDBusConnection> bus_;
-  std::vector<unsigned> objects_;
+  std::function<void()> pressed_;
+  const Ref<GDBusInterfaceSkeleton> program_;
+  const Ref<GDBusInterfaceSkeleton> player_;
   const unsigned name_;
 };
 
