@@ -9,7 +9,6 @@
 #include <memory>
 #include <string>
 #include <thread>
-#include <utility>
 
 #include "platform/linux/BlueZRadio.h"
 #include "platform/linux/GeoCluePositions.h"

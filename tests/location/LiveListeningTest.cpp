@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <cmath>
-#include <functional>
 #include <map>
 #include <memory>
 #include <sstream>

@@ -6,12 +6,10 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <random>
 #include <stdexcept>
-#include <string>
 #include <thread>
 #include <utility>
 #include <vector>

@@ -46,8 +46,6 @@ class Town {
   Town(const Town&) = delete;
   Town& operator=(const Town&) = delete;
 
-  std::string file(const std::string& name) const { return folder_.path() / name; }
-
   /// From now on nothing fails any more. Ends all connections.
   void recover() {
     send(service_, "", 1, 0);
@@ -66,7 +64,7 @@ class Town {
                               std::shared_ptr<platform::LocationService> location) const {
     return {.http = std::move(http),
             .json = std::make_shared<platform::SimdJSON>(),
-            .preferences = std::make_shared<platform::KeyFilePreferences>(file("preferences")),
+            .preferences = std::make_shared<platform::KeyFilePreferences>(folder_.path() / "preferences"),
             .propertyList =
                 std::make_shared<brivane::testing::FixedPropertyList>(brivane::testing::FixedPropertyList::complete()),
             .location = std::move(location),
