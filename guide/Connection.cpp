@@ -29,6 +29,7 @@ bool isSuccess(const platform::TransferOutcome& outcome) {
 void Connection::loggedIn() {
   due_.reset();
   loggingIn_ = true;
+  synced_ = false;
 }
 
 bool Connection::becomesReady(Instant now) {
@@ -45,6 +46,7 @@ void Connection::transferred(const platform::TransferOutcome& outcome, Instant n
   if (loggingIn_) {
     if (!belongsToLogin(outcome)) return;
     offline_ = outcome.source != platform::TransferOutcome::Source::kService;
+    synced_ = isSuccess(outcome) && outcome.endpoint.ends_with("sync/");
     if (isSuccess(outcome)) return;
     fail(outcome.status ? refused(*outcome.status) : Session::kConnecting, now);
     return;

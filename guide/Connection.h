@@ -37,6 +37,8 @@ class Connection {
   void loggedIn();
   /// The manager has said that it is ready; whether it is, and detection may start.
   bool becomesReady(Instant now);
+  /// Whether login and sync are answered, and it has not become ready yet.
+  bool isSynced() const { return loggingIn_ && synced_; }
   /// How a request ended.
   void transferred(const platform::TransferOutcome& outcome, Instant now);
   /// The network may be back: logs in at `time`, if not sooner, where there is no session, or one
@@ -57,6 +59,7 @@ class Connection {
   std::optional<Instant> due_ = Instant();
   Session session_ = Session::kConnecting;
   bool loggingIn_ = false;
+  bool synced_ = false;
   bool wasReady_ = false;
   /// The login was answered without the service.
   bool offline_ = false;

@@ -162,11 +162,15 @@ std::shared_ptr<platform::LocationService> Guiding::liveLocation() {
     web_->networkChanged();
     networkIsBack();
   });
-  return std::make_shared<LinuxLocationService>(
-      LinuxLocationService::Options{.desktopId = usesPositions_ ? application_ : "",
-                                    .live = {.onRadio = telling<&Guide::radioChanged>(),
-                                             .onPermission = telling<&Guide::permissionChanged>(),
-                                             .onNoPositions = telling<&Guide::noPositions>()}});
+  return std::make_shared<LinuxLocationService>(LinuxLocationService::Options{
+      .desktopId = usesPositions_ ? application_ : "",
+      .live = {.onRadio = telling<&Guide::radioChanged>(),
+               .onPermission =
+                   [this](const auto& permission, const std::string& reason) {
+                     telling<&Guide::permissionChanged>()(permission, reason);
+                     tell([this] { detectIfReady(); });
+                   },
+               .onNoPositions = telling<&Guide::noPositions>()}});
 }
 
 std::shared_ptr<platform::LocationService> Guiding::recordedLocation() {
@@ -242,9 +246,14 @@ void Guiding::makeManager() {
   }
 }
 
-void Guiding::startDetection() {
+/// Starts to detect once the service has answered and the person permits it, whichever comes last:
+/// the library tells of that only at the first time in a process.
+void Guiding::detectIfReady() {
+  if (!manager_ || !connection_.isSynced()) return;
   manager_->setEnabledGPS(usesPositions_);
-  if (manager_->startDetection() && replay_ && !player_.joinable()) play();
+  if (!manager_->startDetection()) return;
+  changeSession([this] { connection_.becomesReady(monotonicNow()); });
+  if (replay_ && !player_.joinable()) play();
 }
 
 void Guiding::endManager() {
@@ -258,6 +267,7 @@ void Guiding::transferred(const platform::TransferOutcome& outcome) {
   tell([this, outcome, time = monotonicNow()] {
     guide_.transferred(outcome, now());
     changeSession([&] { connection_.transferred(outcome, time); });
+    detectIfReady();
   });
 }
 
@@ -268,11 +278,7 @@ void Guiding::reportEnds() {
 }
 
 void Guiding::didIsReady() {
-  tell([this] {
-    changeSession([this] {
-      if (manager_ && connection_.becomesReady(monotonicNow())) startDetection();
-    });
-  });
+  tell([this] { detectIfReady(); });
 }
 
 void Guiding::didErrorFound(const std::shared_ptr<const BVError>& error) {

@@ -81,7 +81,7 @@ class Guiding final : private BVManagerDelegate {
   void networkIsBack();
   void tend();
   void makeManager();
-  void startDetection();
+  void detectIfReady();
   void endManager();
 
   void transferred(const platform::TransferOutcome& outcome);

@@ -228,6 +228,10 @@ class GuideTest(unittest.TestCase):
             guide.press("Switch Bluetooth On")
             wait_for(lambda: guide.here() == PLACES[6])  # of the beacon that the stand-in puts on the air
             self.assertIsNone(guide.find("alert"))
+            for label in "Stop Guiding", "Start Guiding", "Stop Guiding":  # it may be stopped, and started anew
+                guide.wait("push button", label)
+                wait_for(lambda: label == "Start Guiding" or guide.here() == PLACES[6])
+                guide.action("guiding")
 
     def stand_in(self, name, *options):
         """A service of the desktop, which knows what it was asked for."""
