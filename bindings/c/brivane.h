@@ -108,7 +108,7 @@ BRIVANE_C_EXPORT void brivane_complete(brivane_completion* completion, int statu
 /// The same when the transport failed, whatever the reason, and no whole reply came.
 BRIVANE_C_EXPORT void brivane_complete_failed(brivane_completion* completion);
 
-/// Sends requests over HTTPS. Bounds what a reply may hold: 16 MiB are plenty.
+/// Sends requests over HTTPS. Bounds what a reply may hold: 10 MiB are plenty.
 typedef struct brivane_http {
   /// The first argument of each function.
   void* user;

@@ -35,7 +35,7 @@ class BRIVANE_EXPORT CurlHTTPClient final : public HTTPClient {
     /// File of the certificates to trust, PEM; empty for the system's.
     std::string caFile = {};
     /// A body that is larger, compressed or not, counts as a failure of the transport.
-    std::size_t maxReplyBytes = std::size_t{16} << 20U;
+    std::size_t maxReplyBytes = std::size_t{10} << 20U;
     /// Takes a line for each exception that left a completion. May be null.
     std::shared_ptr<Log> log = nullptr;
     /// Told how each transfer ended, on the callback thread, just before its completion is called.

@@ -20,7 +20,7 @@ constexpr std::size_t kMaxDepth = 512;
 /// simdjson counts a level for what stands in the innermost list, unless that is empty.
 constexpr std::size_t kParserDepth = kMaxDepth + 1;
 /// A value costs up to 120 bytes while it is read, and all texts up to three times their length. So
-/// reading 16 MiB, which is what a reply may have, stays below 64 MiB, and a list of 5,000 places,
+/// reading 10 MiB, which is what a reply may have, stays below 64 MiB, and a list of 5,000 places,
 /// each with 25 values and keys, is read.
 constexpr std::size_t kMaxValues = 130'000;
 constexpr std::size_t kMaxBytes = SIZE_MAX;

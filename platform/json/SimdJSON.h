@@ -9,7 +9,7 @@
 namespace platform {
 
 /// JSON read by simdjson, one text after another, and written by hand in the shortest form. Any
-/// thread. A text with more than 130,000 values is an error, so that reading 16 MiB costs at
+/// thread. A text with more than 130,000 values is an error, so that reading 10 MiB costs at
 /// most 64.
 class BRIVANE_EXPORT SimdJSON final : public JSON {
  public:

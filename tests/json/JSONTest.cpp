@@ -24,7 +24,7 @@ std::string many(int zeros) {
 TEST(SimdJSON, ReadsAndWritesNumbersOfAnySize) {
   ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
   const SimdJSON json;
-  const std::string large = "[\"" + std::string(16 << 20, 'x') + "\"]";
+  const std::string large = "[\"" + std::string(10 << 20, 'x') + "\"]";
   const std::pair<std::string, std::string> rows[] = {
       {"[1E5,100000.0,-0.0,12345678.5,9999999999999998.0,1e16,-0.0001,0.00009]",
        "[100000,100000,-0,12345678.5,9999999999999998,1e+16,-0.0001,9e-05]"},

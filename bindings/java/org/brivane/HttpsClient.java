@@ -23,7 +23,7 @@ import javax.net.ssl.TrustManagerFactory;
 /**
  * HTTPS over HttpsURLConnection: connections kept alive, at most six at once, certificates always
  * checked, no redirect followed. A transfer fails when it brings no byte for 60 seconds, and when
- * its reply exceeds 16 MiB. Any thread.
+ * its reply exceeds 10 MiB. Any thread.
  */
 public final class HttpsClient implements HTTPClient {
   /** How each transfer ended, just before its reply is used, on a thread of the client's. */
@@ -38,7 +38,7 @@ public final class HttpsClient implements HTTPClient {
 
   private static final int MOST_AT_ONCE = 6;
   private static final int PATIENCE = 60_000; // milliseconds
-  private static final int MOST_BYTES = 16 << 20;
+  private static final int MOST_BYTES = 10 << 20;
 
   private final ExecutorService threads =
       Executors.newFixedThreadPool(
@@ -122,7 +122,7 @@ public final class HttpsClient implements HTTPClient {
       byte[] part = new byte[8192];
       for (int count; (count = input.read(part)) >= 0; ) {
         all.write(part, 0, count);
-        if (all.size() > MOST_BYTES) throw new IOException("the reply exceeds 16 MiB");
+        if (all.size() > MOST_BYTES) throw new IOException("the reply exceeds 10 MiB");
       }
     }
     return all.toByteArray();
