@@ -110,7 +110,7 @@ void Guiding::start(bool usesPositions) {
   isGuiding_ = true;
   usesPositions_ = usesPositions;
   ++run_;
-  connection_ = Connection();
+  connection_ = guidance::Connection();
   guide_.began();
   try {
     location_->choose(options_.capture.empty() ? liveLocation() : recordedLocation());
@@ -202,9 +202,9 @@ void Guiding::play() {
 /// Changes the connection, tells what session there is by that, and does what is due then.
 template <typename Change>
 void Guiding::changeSession(Change change) {
-  const Session before = connection_.session();
+  const guidance::Session before = connection_.session();
   change();
-  const Session after = connection_.session();
+  const guidance::Session after = connection_.session();
   if (after != before) guide_.sessionChanged(after, now());
   tend();
 }

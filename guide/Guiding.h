@@ -12,15 +12,18 @@
 #include <vector>
 
 #include "BrivaneSDK/BVManager.h"
+#include "guidance/Connection.h"
+#include "guidance/Guide.h"
 #include "guide/BeaconWatch.h"
-#include "guide/Connection.h"
-#include "guide/Guide.h"
 #include "platform/curl/CurlHTTPClient.h"
 #include "platform/linux/NetworkWatch.h"
 #include "platform/offline/OfflineHTTPClient.h"
 #include "platform/replay/ReplayLocationService.h"
 
 namespace guide {
+
+using guidance::Guide;
+using platform::Instant;
 
 /// The library on its adapters, as a host that runs for days: it logs in, and again when the token
 /// has expired or the network is back, listens live or plays a recording, and tells the guide what
@@ -103,7 +106,7 @@ class Guiding final : private BVManagerDelegate {
   bool usesPositions_ = false;
   /// Counts starts and stops: what was begun before the latest is not told any more.
   std::atomic<int> run_ = 0;
-  Connection connection_;
+  guidance::Connection connection_;
   /// The source that logs in when that is due; 0 while none waits.
   unsigned timer_ = 0;
   std::shared_ptr<BVManager> manager_;
@@ -112,7 +115,7 @@ class Guiding final : private BVManagerDelegate {
   /// Null while it listens live.
   std::shared_ptr<platform::ReplayLocationService> replay_;
   /// What a report has brought so far, on the thread on which beacons are ranged.
-  std::vector<Sighting> report_;
+  std::vector<guidance::Sighting> report_;
 
   /// Since when the answer is kept that is called back next, on the thread that calls back.
   Guide::Time keptSince_;

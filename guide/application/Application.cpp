@@ -17,6 +17,7 @@ namespace guide {
 namespace {
 
 using guidance::_;
+using guidance::Remedy;
 
 constexpr const char* kIdentifier = "example.brivane.Guide";
 constexpr const char* kNotification = "here";
@@ -227,7 +228,7 @@ void Application::guideChanged() {
 void Application::notify() {
   std::string text;
   if (!window_->isShown() && guiding_->isGuiding()) {
-    const Sighting* const here = guide_->places().here();
+    const guidance::Sighting* const here = guide_->places().here();
     const auto trouble = guide_->trouble();
     text = here != nullptr ? guidance::nameOf(*here->place) : _("Guiding");
     if (trouble) guidance::appendSentence(text, trouble->sentence);

@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
+#include "guidance/Guide.h"
 #include "guidance/Voice.h"
-#include "guide/Guide.h"
 #include "guide/Guiding.h"
 #include "guide/application/GObject.h"
 #include "guide/application/MediaKeys.h"

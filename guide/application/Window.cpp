@@ -11,6 +11,8 @@ namespace {
 
 using guidance::_;
 using guidance::N_;
+using guidance::Remedy;
+using guidance::Session;
 
 /// Has the interface files know GuideTextGroup: a box of texts that belong together. The keyboard
 /// reaches it as one, and a screen reader reads it then.
@@ -95,7 +97,7 @@ void Window::setText(const char* id, const std::string& text) {
   gtk_widget_set_visible(GTK_WIDGET(label), !text.empty());
 }
 
-void Window::show(const Guide& guide, bool isGuiding) {
+void Window::show(const guidance::Guide& guide, bool isGuiding) {
   showTrouble(guide);
   showHere(guide, isGuiding);
   around_.show(guide.places().around());
@@ -107,9 +109,9 @@ void Window::setSpoken(const char* id, const std::string& text) {
                                  text.c_str(), -1);
 }
 
-void Window::showHere(const Guide& guide, bool isGuiding) {
+void Window::showHere(const guidance::Guide& guide, bool isGuiding) {
   static const BVWaybeacon kNowhere;
-  const Sighting* const here = guide.places().here();
+  const guidance::Sighting* const here = guide.places().here();
   const BVWaybeacon& beacon = here != nullptr ? *here->place->waybeacon() : kNowhere;
   const std::string name =
       here != nullptr ? guidance::nameOf(*here->place) : stateText(guide.session(), isGuiding);
@@ -121,8 +123,8 @@ void Window::showHere(const Guide& guide, bool isGuiding) {
             here != nullptr ? guidance::sentencesOf(*here->place, guidance::Detail::kAll) : name);
 }
 
-void Window::showTrouble(const Guide& guide) {
-  const std::optional<Trouble> trouble = guide.trouble();
+void Window::showTrouble(const guidance::Guide& guide) {
+  const std::optional<guidance::Trouble> trouble = guide.trouble();
   gtk_widget_set_visible(part("trouble"), trouble.has_value());
   if (!trouble) return;
   std::string text = trouble->sentence;

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "guide/Guide.h"
+#include "guidance/Guide.h"
 #include "guide/application/PlaceList.h"
 
 namespace guide {
@@ -27,7 +27,7 @@ class Window {
   void focusHere();
 
   /// Shows what `guide` knows.
-  void show(const Guide& guide, bool isGuiding);
+  void show(const guidance::Guide& guide, bool isGuiding);
   /// A short message that goes by itself.
   void tell(const std::string& message);
 
@@ -37,8 +37,8 @@ class Window {
   void setText(const char* id, const std::string& text);
   /// What a screen reader reads of a group of texts.
   void setSpoken(const char* id, const std::string& text);
-  void showHere(const Guide& guide, bool isGuiding);
-  void showTrouble(const Guide& guide);
+  void showHere(const guidance::Guide& guide, bool isGuiding);
+  void showTrouble(const guidance::Guide& guide);
 
   GtkBuilder* const parts_;
   GtkWindow* const window_;

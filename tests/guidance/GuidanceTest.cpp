@@ -12,16 +12,15 @@
 
 #include "BrivaneSDK/BVAPIResolve.h"
 #include "BrivaneSDK/BVLocal.h"
+#include "guidance/Connection.h"
+#include "guidance/Guide.h"
 #include "guidance/Nearby.h"
 #include "guidance/Sentences.h"
-#include "guide/Connection.h"
-#include "guide/Guide.h"
 
 namespace {
 
 using namespace std::chrono_literals;
-using namespace guide;
-using guidance::Detail;
+using namespace guidance;
 using platform::Radio;
 using platform::TransferOutcome;
 
@@ -39,11 +38,11 @@ std::shared_ptr<const BVAPIResolve> place(const std::string& name) {
 }
 
 /// A guide, and what it says: "4:A " for the place A in the fourth second, "4!…" for what is urgent.
-class Walk : public guidance::Speech {
+class Walk : public Speech {
  public:
   explicit Walk(const Guide::Manner& manner = {.detail = Detail::kName}) { guide.setManner(manner); }
 
-  void say(guidance::Utterance utterance) override {
+  void say(Utterance utterance) override {
     if (utterance.text.ends_with('.')) utterance.text.pop_back();
     said += std::to_string(second) + (utterance.urgent ? "!" : ":") + utterance.text + " ";
   }
@@ -297,13 +296,13 @@ TEST(Sentences, WordDistancesAndDirections) {
   const std::vector<std::pair<double, std::string>> distances = {{9.9, "close by"},       {12, "10 metres"},
                                                                  {98, "100 metres"},      {994, "990 metres"},
                                                                  {996, "1.0 kilometres"}, {1260, "1.3 kilometres"}};
-  for (const auto& [metres, words] : distances) EXPECT_EQ(guidance::distanceText(metres), words);
+  for (const auto& [metres, words] : distances) EXPECT_EQ(distanceText(metres), words);
   const std::vector<std::pair<double, std::string>> directions = {{0, "to the north"},
                                                                   {22, "to the north"},
                                                                   {23, "to the north-east"},
                                                                   {338, "to the north"},
                                                                   {270, "to the west"}};
-  for (const auto& [degrees, words] : directions) EXPECT_EQ(guidance::directionText(degrees), words);
+  for (const auto& [degrees, words] : directions) EXPECT_EQ(directionText(degrees), words);
 }
 
 /// When a connection logs in: "5:login". What happens to it stands behind its second: "ready", or the endpoint of a

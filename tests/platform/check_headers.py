@@ -22,7 +22,7 @@ STANDARD = r"(S[tabsiod]|9__gnu_cxx|8simdjson)"
 NAME = re.compile(rf"_Z(T[CISVT]|T[hv]n?\d+_(n?\d+_)?|GVZ?|GR|Z)*N?[KVRO]*({OURS}|{STANDARD})")
 # Beside them: the version, the C interface, the types of plain function pointers, placement new where it is not inlined, and what
 # compilers and sanitizers add.
-OTHERS = re.compile(r"BrivaneSDKVersion(Number|String)|brivane_\w+|DW\.ref\.\w+|__odr_asan\S+|__clang_call_terminate|_ZT[IS]P?F\w+"
+OTHERS = re.compile(r"BrivaneSDKVersion(Number|String)|brivane_\w+|DW\.ref\.\w+|__odr_asan\S+|__clang_call_terminate|_ZT[IS]P?(Do)?F\w+"
                     r"|_Z(n[wa][mj]Pv|d[la]PvS_)")
 
 compiler, flags, root, public, nm, *libraries = sys.argv[1:]

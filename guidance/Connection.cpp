@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "guide/Connection.h"
+#include "guidance/Connection.h"
 
 #include <algorithm>
 #include <chrono>
 
-namespace guide {
+namespace guidance {
 namespace {
 
 using namespace std::chrono_literals;
@@ -82,4 +82,4 @@ void Connection::fail(Session session, Instant now) {
   ++failures_;
 }
 
-}  // namespace guide
+}  // namespace guidance

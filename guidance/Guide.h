@@ -11,27 +11,18 @@
 
 #include "BrivaneSDK/BVWaybeaconDistance.h"
 #include "guidance/Announcements.h"
+#include "guidance/Connection.h"
 #include "guidance/Nearby.h"
 #include "guidance/Places.h"
 #include "guidance/Sentences.h"
 #include "guidance/Speech.h"
 #include "guidance/Troubles.h"
-#include "guide/Connection.h"
 #include "platform/Location.h"
 #include "platform/TransferOutcome.h"
 #include "platform/location/Permission.h"
 #include "platform/location/Radio.h"
 
-namespace guide {
-
-using guidance::Nearby;
-using guidance::NearbyPlace;
-using guidance::Places;
-using guidance::Remedy;
-using guidance::Sighting;
-using guidance::Trouble;
-using guidance::TroubleKind;
-using guidance::Troubles;
+namespace guidance {
 
 /// What the application shows and says, from what guiding brings. It reads no clock and owns no
 /// thread; whoever shows it calls it on the thread on which it is fed.
@@ -46,14 +37,14 @@ class Guide {
     /// A screen reader runs: what it reads itself, which is what a key or a button brought up, is
     /// not spoken.
     bool screenReader = false;
-    guidance::Detail detail = guidance::Detail::kWhere;
+    Detail detail = Detail::kWhere;
     /// Of the network's texts; empty when it is not known.
     std::string language = {};
   };
 
-  /// `onChange` is called after whatever may have changed what is shown. `askNearby` as
-  /// Guiding::askNearby.
-  Guide(guidance::Speech& speech, Nearby::Ask askNearby, std::function<void()> onChange);
+  /// `onChange` is called after whatever may have changed what is shown. `askNearby`
+  /// asks the service, in whichever session there is.
+  Guide(Speech& speech, Nearby::Ask askNearby, std::function<void()> onChange);
 
   void setManner(const Manner& manner);
   /// While a call or another voice is to be heard.
@@ -102,23 +93,23 @@ class Guide {
   void ended(const std::string& fault);
 
  private:
-  void say(const guidance::Utterance& utterance);
+  void say(const Utterance& utterance);
   void tell(const std::optional<Troubles::News>& news);
 
-  guidance::Speech& speech_;
+  Speech& speech_;
   const std::function<void()> onChange_;
   Manner manner_;
   bool hushed_ = false;
   Places places_;
   Nearby nearby_;
-  guidance::Announcements announcements_;
+  Announcements announcements_;
   Troubles troubles_;
   Session session_ = Session::kConnecting;
   std::string notice_;
-  std::optional<guidance::Utterance> last_;
+  std::optional<Utterance> last_;
   int failures_ = 0;
   /// Of each place, whether its name is kept, and since when.
   std::map<std::string, Time> keptSince_;
 };
 
-}  // namespace guide
+}  // namespace guidance

@@ -6,7 +6,7 @@
 #include "platform/TransferOutcome.h"
 #include "platform/location/Instant.h"
 
-namespace guide {
+namespace guidance {
 
 using platform::Duration;
 using platform::Instant;
@@ -67,4 +67,4 @@ class Connection {
   int failures_ = 0;
 };
 
-}  // namespace guide
+}  // namespace guidance

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "guide/Guide.h"
+#include "guidance/Guide.h"
 
 #include <cctype>
 #include <utility>
 
 #include "guidance/Text.h"
 
-namespace guide {
+namespace guidance {
 namespace {
 
 /// One lost request is no lost network.
@@ -29,7 +29,7 @@ TroubleKind troubleOf(platform::Radio::FaultKind kind) {
 
 }  // namespace
 
-Guide::Guide(guidance::Speech& speech, Nearby::Ask askNearby, std::function<void()> onChange)
+Guide::Guide(Speech& speech, Nearby::Ask askNearby, std::function<void()> onChange)
     : speech_(speech), onChange_(std::move(onChange)), nearby_(std::move(askNearby)) {}
 
 void Guide::setManner(const Manner& manner) {
@@ -133,21 +133,21 @@ void Guide::noPositions(const std::string& reason, Instant now) {
 
 void Guide::ended(const std::string& fault) {
   places_.clear();
-  notice_ = fault.empty() ? guidance::_("The recording is over.") : fault;
+  notice_ = fault.empty() ? _("The recording is over.") : fault;
   onChange_();
 }
 
 void Guide::tell(const std::optional<Troubles::News>& news) {
   if (news) {
     notice_ = news->text;
-    say({.text = news->text, .language = guidance::textLanguage(), .urgent = news->urgent});
+    say({.text = news->text, .language = textLanguage(), .urgent = news->urgent});
   }
   onChange_();
 }
 
-void Guide::say(const guidance::Utterance& utterance) {
+void Guide::say(const Utterance& utterance) {
   last_ = utterance;
   if (manner_.speaksByItself && !hushed_) speech_.say(utterance);
 }
 
-}  // namespace guide
+}  // namespace guidance
