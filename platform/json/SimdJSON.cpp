@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <mutex>
 #include <new>
+#include <string>
 #include <utility>
 
 #include "platform/json/JSONText.h"
@@ -132,7 +133,9 @@ SimdJSON::~SimdJSON() = default;
 
 std::variant<JSONValue, JSONError> SimdJSON::read(std::string_view bytes) const {
   if (bytes.empty()) return JSONError{"nothing to read"};  // not even a place to read it from
-  if (holdsMoreValuesThan(kMaxValues, bytes)) return JSONError{"more than 130000 values"};
+  if (holdsMoreValuesThan(kMaxValues, bytes)) {
+    return JSONError{"more than " + std::to_string(kMaxValues) + " values"};
+  }
   const std::lock_guard lock(parser_->mutex);
   auto root = parser_->parse(bytes);
   if (root.error() == simdjson::NUMBER_ERROR) {
