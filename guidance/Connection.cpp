@@ -10,7 +10,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int kUnauthorized = 401;
-constexpr int kServiceFault = 500;
 constexpr Duration kFirstPause = 5s;
 constexpr Duration kLongestPause = 2min;
 /// A session that lasted so long was a good one.

@@ -11,6 +11,9 @@ namespace guidance {
 using platform::Duration;
 using platform::Instant;
 
+/// An HTTP status from here on is a fault of the service's own, and no refusal.
+inline constexpr int kServiceFault = 500;
+
 /// The session with the service.
 enum class Session {
   /// It is on its way, or tried again.

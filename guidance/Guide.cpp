@@ -11,7 +11,6 @@ namespace {
 
 /// One lost request is no lost network.
 constexpr int kFailuresOfNetwork = 2;
-constexpr int kServiceFault = 500;
 
 std::optional<TroubleKind> troubleOf(Session session) {
   if (session == Session::kNoCredentials) return TroubleKind::kNoCredentials;

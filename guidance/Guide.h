@@ -42,8 +42,8 @@ class Guide {
     std::string language = {};
   };
 
-  /// `onChange` is called after whatever may have changed what is shown. `askNearby`
-  /// asks the service, in whichever session there is.
+  /// `onChange` is called after whatever may have changed what is shown. `askNearby` asks the
+  /// service, in whichever session there is.
   Guide(Speech& speech, Nearby::Ask askNearby, std::function<void()> onChange);
 
   void setManner(const Manner& manner);

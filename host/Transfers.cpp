@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/Transfers.h"
 
+#include "guidance/Connection.h"
+
 namespace host {
 namespace {
 
@@ -17,7 +19,7 @@ void Transfers::note(const platform::TransferOutcome& outcome) {
   std::unique_lock lock(mutex_);
   ++count_;
   latest_ = textOf(outcome);
-  latestSucceeded_ = outcome.status && *outcome.status >= 200 && *outcome.status < 300;
+  latestSucceeded_ = guidance::isSuccess(outcome);
   if (latestSucceeded_ || !telling_) return;
   if (outcome.status == kUnauthorized) {
     ++expired_;
